@@ -1,0 +1,30 @@
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+# veltra_target(NAME): the language, warnings and arithmetic every target of the project shares.
+
+set(VELTRA_WARNINGS
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual
+    -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wundef
+    -Wdouble-promotion -Wformat=2 -Wvla -Werror)
+
+function(veltra_target name)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  set_target_properties(
+    ${name}
+    PROPERTIES CXX_EXTENSIONS OFF
+               CXX_VISIBILITY_PRESET hidden
+               VISIBILITY_INLINES_HIDDEN ON
+               POSITION_INDEPENDENT_CODE ON)
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  if(MSVC)
+    target_compile_options(${name} PRIVATE /W4 /WX /fp:precise /utf-8)
+  else()
+    # The same picture from every compiler: no fused multiply-add, no value-changing shortcuts.
+    target_compile_options(${name} PRIVATE ${VELTRA_WARNINGS} -ffp-contract=off -fno-fast-math)
+  endif()
+  if(VELTRA_SANITIZE)
+    target_compile_options(${name} PRIVATE -fsanitize=${VELTRA_SANITIZE}
+                                           -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(${name} PUBLIC -fsanitize=${VELTRA_SANITIZE})
+  endif()
+endfunction()

@@ -1,0 +1,18 @@
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+# Toolchain for Windows x64 from a Debian machine.
+
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR AMD64)
+set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
+set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+
+# Test programs run under Wine; one that stands alone needs no library path.
+find_program(VELTRA_WINE NAMES wine64 wine wine64-stable HINTS /usr/lib/wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${VELTRA_WINE})
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")

@@ -1,0 +1,21 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The one header that speaks a compiler's dialect: exports and inlining.
+#pragma once
+
+#if defined(_MSC_VER)
+#define VELTRA_EXPORT __declspec(dllexport)
+#define VELTRA_NOINLINE __declspec(noinline)
+#define VELTRA_FORCE_INLINE __forceinline
+#define VELTRA_PRINTF_LIKE(format, first)
+#elif defined(_WIN32)
+#define VELTRA_EXPORT __attribute__((dllexport))
+#define VELTRA_NOINLINE __attribute__((noinline))
+#define VELTRA_FORCE_INLINE inline __attribute__((always_inline))
+#define VELTRA_PRINTF_LIKE(format, first) __attribute__((format(gnu_printf, format, first)))
+#else
+#define VELTRA_EXPORT __attribute__((visibility("default")))
+#define VELTRA_NOINLINE __attribute__((noinline))
+#define VELTRA_FORCE_INLINE inline __attribute__((always_inline))
+#define VELTRA_PRINTF_LIKE(format, first) __attribute__((format(printf, format, first)))
+#endif
