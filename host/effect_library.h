@@ -1,0 +1,55 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// An effect library opened from a file, with the identity that it registers.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "host/expected.h"
+#include "host_api/entry_points.h"
+
+namespace veltra::host {
+
+/// What the library told the registration callback.
+struct Registration {
+  std::string name;
+  std::string matchName;
+  std::string category;
+  std::string entryPoint;
+  A_long kind = 0;
+  A_long apiMajor = 0;
+  A_long apiMinor = 0;
+  A_long reservedInfo = 0;
+  std::string supportUrl;
+};
+
+class DynamicLibrary;
+
+/// Stays loaded as long as anybody holds it. Reading it is safe from any thread.
+class EffectLibrary {
+ public:
+  /// Loads the file and registers it. The error says which of these was the trouble: no such
+  /// file, not a library of this platform, no effect's exports, or a refused registration. It
+  /// starts with the path.
+  static Expected<std::shared_ptr<const EffectLibrary>> Open(const std::filesystem::path& path);
+
+  ~EffectLibrary();
+  EffectLibrary(const EffectLibrary&) = delete;
+  EffectLibrary& operator=(const EffectLibrary&) = delete;
+
+  const std::filesystem::path& Path() const { return path_; }
+  const Registration& Identity() const { return identity_; }
+  PF_MainEntryFn MainEntry() const { return mainEntry_; }
+
+ private:
+  EffectLibrary();
+
+  std::filesystem::path path_;
+  std::unique_ptr<DynamicLibrary> library_;
+  Registration identity_;
+  PF_MainEntryFn mainEntry_ = nullptr;
+};
+
+}  // namespace veltra::host

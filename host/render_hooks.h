@@ -1,0 +1,61 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// A way into the host's side of a render, for validators: watch, refuse and fail its calls.
+#pragma once
+
+#include "host/world.h"
+#include "host_api/world.h"
+
+namespace veltra::host {
+
+/// What the effect can ask of the host during a render.
+enum class HostCall {
+  kCheckoutParam,
+  kCheckinParam,
+  kAbort,
+  kProgress,
+  kCopy,
+  kFill,
+  kIterate,
+  kSubpixelSample,
+  kAreaSample,
+  kNearestSample,
+  kCheckoutLayer,
+  kCheckoutLayerPixels,
+  kCheckinLayerPixels,
+  kCheckoutOutput,
+  kMixInGuid,
+  kAcquireSuite,
+  kReleaseSuite,
+  kGetPixelFormat,
+  kNewWorld,
+  kDisposeWorld,
+  kAllocateBlock,
+};
+
+/// For messages: the name of the call as the interface spells it.
+const char* HostCallName(HostCall call);
+
+struct HostCallDetails {
+  HostCall call = HostCall::kAbort;
+  A_long number = 0;            ///< parameter index, checkout id or suite version
+  const char* suite = nullptr;  ///< kAcquireSuite and kReleaseSuite
+};
+
+/// Derive, and hand to RenderSettings. Every function may be called on several threads at once.
+class RenderHooks {
+ public:
+  virtual ~RenderHooks() = default;
+
+  /// Before each call; anything but PF_Err_NONE is answered instead of doing it (an abort call
+  /// and a progress call then read as cancelled, AcquireSuite as refused).
+  virtual PF_Err BeforeCall(const HostCallDetails&) { return PF_Err_NONE; }
+  /// AcquireSuite succeeds but leaves the pointer null.
+  virtual bool GiveNullSuite(const char*, A_long) { return false; }
+  /// Before each row of an iteration, counted from the area's top: true is the user's abort.
+  virtual bool AbortAtRow(A_long) { return false; }
+  /// Memory layout of the output world.
+  virtual WorldLayout OutputLayout() { return {}; }
+};
+
+}  // namespace veltra::host
