@@ -74,8 +74,8 @@ struct PF_UtilCallbacks {
   PF_UnusedFn convolve;
   /// Copies a rectangle to one of the same size unchanged and clips to both worlds; a null
   /// rectangle stands for the whole world.
-  PF_Err (*copy)(PF_ProgPtr effectRef, PF_EffectWorld* src, PF_EffectWorld* dst,
-                 PF_LRect* srcRect, PF_LRect* dstRect);
+  PF_Err (*copy)(PF_ProgPtr effectRef, PF_EffectWorld* src, PF_EffectWorld* dst, PF_LRect* srcRect,
+                 PF_LRect* dstRect);
   /// Fills with a colour; no colour means transparent black in the world's own depth.
   PF_Err (*fill)(PF_ProgPtr effectRef, const PF_Pixel8* color, const PF_LRect* rect,
                  PF_EffectWorld* world);

@@ -6,8 +6,8 @@
 
 #include "host_api/entry_points.h"
 
-#define VELTRA_CHECK_RECORD(Record, size, alignment)                       \
-  static_assert(sizeof(Record) == (size), #Record " has the wrong size");  \
+#define VELTRA_CHECK_RECORD(Record, size, alignment)                      \
+  static_assert(sizeof(Record) == (size), #Record " has the wrong size"); \
   static_assert(alignof(Record) == (alignment), #Record " is misaligned")
 #define VELTRA_CHECK_FIELD(Record, field, offset) \
   static_assert(offsetof(Record, field) == (offset), #Record "::" #field " is misplaced")

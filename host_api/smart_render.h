@@ -70,8 +70,7 @@ struct PF_SmartRenderInput {
 };
 
 struct PF_SmartRenderCallbacks {
-  PF_Err (*checkout_layer_pixels)(PF_ProgPtr effectRef, A_long checkoutId,
-                                  PF_EffectWorld** world);
+  PF_Err (*checkout_layer_pixels)(PF_ProgPtr effectRef, A_long checkoutId, PF_EffectWorld** world);
   PF_Err (*checkin_layer_pixels)(PF_ProgPtr effectRef, A_long checkoutId);
   PF_Err (*checkout_output)(PF_ProgPtr effectRef, PF_EffectWorld** world);
 };

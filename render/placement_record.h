@@ -13,7 +13,8 @@ inline constexpr double kTwoPi = 6.283185307179586;
 inline constexpr double kRadiansPerDegree = 0.017453292519943295;
 
 /// Direction on the unit sphere: longitude l and latitude p are the vector
-/// (sin l cos p, sin p, -cos l cos p), so the frame's centre is (0, 0, -1) and rows grow towards +y.
+/// (sin l cos p, sin p, -cos l cos p), so the frame's centre is (0, 0, -1) and rows grow towards
+/// +y.
 struct Vector3 {
   double x;
   double y;

@@ -1,0 +1,111 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The three colour depths: how a pixel is addressed, how alpha is limited, how "over" is computed.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+#include "host_api/world.h"
+#include "numerics/convert.h"
+
+namespace veltra {
+
+// ---- Alpha limits ----
+
+/// Limits a scaled alpha to [0, full value] and truncates it toward zero; NaN gives 0.
+inline A_u_char ClampAlpha8(float alpha) {
+  if (!(alpha > 0.0F)) {
+    return 0;
+  }
+  return alpha >= 255.0F ? A_u_char{255} : static_cast<A_u_char>(numerics::TruncateToInt32(alpha));
+}
+
+inline A_u_short ClampAlpha16(float alpha) {
+  if (!(alpha > 0.0F)) {
+    return 0;
+  }
+  return alpha >= 32768.0F ? A_u_short{32768}
+                           : static_cast<A_u_short>(numerics::TruncateToInt32(alpha));
+}
+
+inline float ClampAlphaFloat(float alpha) {
+  if (!(alpha > 0.0F)) {
+    return 0.0F;
+  }
+  return alpha >= 1.0F ? 1.0F : alpha;
+}
+
+// ---- Composite ----
+
+// Top over bottom, straight alpha. `result` may be the same storage as `bottom`, whose values are
+// therefore all read before anything is written. A transparent bottom gives the top whole, colour
+// included, also when both are transparent.
+
+/// Integer steps of this depth: both weights scaled by 255 and exact divisions.
+void CompositeOver8(const PF_Pixel8& top, const PF_Pixel8& bottom, PF_Pixel8* result);
+
+/// Integer steps of this depth: divisions by 32768 are shifts. The result's alpha and the divisor
+/// of the colours may differ by one; an opaque top needs no short cut to come out exactly.
+void CompositeOver16(const PF_Pixel16& top, const PF_Pixel16& bottom, PF_Pixel16* result);
+
+/// Single precision; nothing is clamped.
+void CompositeOverFloat(const PF_PixelFloat& top, const PF_PixelFloat& bottom,
+                        PF_PixelFloat* result);
+
+// ---- One type per depth, for the templates ----
+
+struct Depth8 {
+  using Pixel = PF_Pixel8;
+  using Channel = A_u_char;
+  static Channel ClampAlpha(float alpha) { return ClampAlpha8(alpha); }
+  static void CompositeOver(const Pixel& top, Pixel* bottom) {
+    CompositeOver8(top, *bottom, bottom);
+  }
+  /// Truncates; values are a mean of channels and so within their range but for rounding.
+  static Channel FromFloat(float value) {
+    return static_cast<Channel>(numerics::TruncateToInt32(value));
+  }
+};
+
+struct Depth16 {
+  using Pixel = PF_Pixel16;
+  using Channel = A_u_short;
+  static Channel ClampAlpha(float alpha) { return ClampAlpha16(alpha); }
+  static void CompositeOver(const Pixel& top, Pixel* bottom) {
+    CompositeOver16(top, *bottom, bottom);
+  }
+  static Channel FromFloat(float value) {
+    return static_cast<Channel>(numerics::TruncateToInt32(value));
+  }
+};
+
+struct DepthFloat {
+  using Pixel = PF_PixelFloat;
+  using Channel = float;
+  static Channel ClampAlpha(float alpha) { return ClampAlphaFloat(alpha); }
+  static void CompositeOver(const Pixel& top, Pixel* bottom) {
+    CompositeOverFloat(top, *bottom, bottom);
+  }
+  static Channel FromFloat(float value) { return value; }
+};
+
+// ---- Addressing ----
+
+/// First byte of a row. The product is formed in the address's own width: a float world of the
+/// host's largest size exceeds 2 GiB, where a 32-bit product would point outside it.
+inline const std::byte* RowOf(const PF_EffectWorld& world, A_long row) {
+  return static_cast<const std::byte*>(world.data) +
+         static_cast<std::ptrdiff_t>(row) * static_cast<std::ptrdiff_t>(world.rowbytes);
+}
+
+/// The pixel of a column. Copied, since a host's row need not be aligned for the pixel's type.
+template <class Pixel>
+Pixel LoadPixel(const std::byte* row, A_long column) {
+  Pixel pixel;
+  std::memcpy(&pixel, row + static_cast<std::ptrdiff_t>(column) * std::ptrdiff_t{sizeof(Pixel)},
+              sizeof(Pixel));
+  return pixel;
+}
+
+}  // namespace veltra
