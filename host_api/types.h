@@ -148,8 +148,8 @@ inline constexpr A_u_long PF_Stage_RELEASE = 3;
 /// bugfix 11 to 14, stage 9 to 10, build 0 to 8.
 constexpr A_u_long PF_VERSION(A_u_long vers, A_u_long subvers, A_u_long bugfix, A_u_long stage,
                               A_u_long build) {
-  return ((vers & 7u) << 19) | ((subvers & 15u) << 15) | ((bugfix & 15u) << 11) |
-         ((stage & 3u) << 9) | (build & 511u);
+  return ((vers & 7U) << 19) | ((subvers & 15U) << 15) | ((bugfix & 15U) << 11) |
+         ((stage & 3U) << 9) | (build & 511U);
 }
 
 // ---- Limits ----
