@@ -5,12 +5,13 @@
 
 namespace veltra::numerics {
 
-/// Radians; NaN for infinities and NaN. Sin(0) is 0, Cos(0) is 1.
+/// Radians, any finite value; NaN for infinities and NaN. Below 1 ulp of error. Sin(-0) is -0,
+/// Sin(0) is 0, Cos(0) is 1.
 double Sin(double radians);
 double Cos(double radians);
 
-/// In [0, pi]; NaN outside [-1, 1]. Acos(1) is 0, Acos(0) the double nearest to pi / 2, Acos(-1)
-/// the one nearest to pi.
+/// In [0, pi], below 1 ulp of error; NaN outside [-1, 1]. Acos(1) is 0, Acos(0) the double nearest
+/// to pi / 2, Acos(-1) the one nearest to pi.
 double Acos(double cosine);
 
 struct SinCosResult {

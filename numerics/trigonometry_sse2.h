@@ -1,0 +1,109 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Sine, cosine and arc cosine of two doubles at once, the same bits as the scalar functions.
+#pragma once
+
+#include <emmintrin.h>
+
+#include "numerics/trigonometry.h"
+#include "numerics/trigonometry_kernels.h"
+
+namespace veltra::numerics {
+
+namespace kernels {
+
+/// Two lanes as a value type of the kernels.
+struct TwoDoubles {
+  __m128d lanes;
+};
+struct TwoMasks {
+  __m128d lanes;
+};
+struct TwoWords {
+  __m128i lanes;
+};
+
+VELTRA_FORCE_INLINE TwoDoubles operator+(TwoDoubles a, TwoDoubles b) {
+  return {_mm_add_pd(a.lanes, b.lanes)};
+}
+VELTRA_FORCE_INLINE TwoDoubles operator-(TwoDoubles a, TwoDoubles b) {
+  return {_mm_sub_pd(a.lanes, b.lanes)};
+}
+VELTRA_FORCE_INLINE TwoDoubles operator*(TwoDoubles a, TwoDoubles b) {
+  return {_mm_mul_pd(a.lanes, b.lanes)};
+}
+VELTRA_FORCE_INLINE TwoDoubles operator/(TwoDoubles a, TwoDoubles b) {
+  return {_mm_div_pd(a.lanes, b.lanes)};
+}
+VELTRA_FORCE_INLINE TwoMasks operator>(TwoDoubles a, TwoDoubles b) {
+  return {_mm_cmpgt_pd(a.lanes, b.lanes)};
+}
+VELTRA_FORCE_INLINE TwoMasks operator<(TwoDoubles a, TwoDoubles b) {
+  return {_mm_cmplt_pd(a.lanes, b.lanes)};
+}
+VELTRA_FORCE_INLINE TwoDoubles Splat(double value, TwoDoubles /*type*/) {
+  return {_mm_set1_pd(value)};
+}
+VELTRA_FORCE_INLINE TwoDoubles Select(TwoMasks mask, TwoDoubles yes, TwoDoubles no) {
+  return {_mm_or_pd(_mm_and_pd(mask.lanes, yes.lanes), _mm_andnot_pd(mask.lanes, no.lanes))};
+}
+VELTRA_FORCE_INLINE TwoDoubles SquareRoot(TwoDoubles value) {
+  return {_mm_sqrt_pd(value.lanes)};
+}
+VELTRA_FORCE_INLINE TwoDoubles FlipSign(TwoDoubles value, TwoDoubles sign) {
+  return {_mm_xor_pd(value.lanes, _mm_and_pd(sign.lanes, _mm_set1_pd(-0.0)))};
+}
+VELTRA_FORCE_INLINE TwoDoubles Magnitude(TwoDoubles value) {
+  return {_mm_andnot_pd(_mm_set1_pd(-0.0), value.lanes)};
+}
+VELTRA_FORCE_INLINE TwoDoubles Negated(TwoDoubles value) {
+  return {_mm_xor_pd(value.lanes, _mm_set1_pd(-0.0))};
+}
+VELTRA_FORCE_INLINE TwoDoubles Head(TwoDoubles value) {
+  return {_mm_and_pd(value.lanes, _mm_castsi128_pd(_mm_set1_epi64x(-0x8000000LL)))};
+}
+VELTRA_FORCE_INLINE TwoWords Bits(TwoDoubles value) {
+  return {_mm_castpd_si128(value.lanes)};
+}
+VELTRA_FORCE_INLINE TwoMasks BitIsSet(TwoWords bits, int bit) {
+  // SSE2 has no arithmetic shift of 64 bits: the wanted bit goes on top of the low half, the low
+  // halves are copied over the high ones and each half fills itself with its sign.
+  const __m128i top = _mm_slli_epi64(bits.lanes, 31 - bit);
+  const __m128i both = _mm_shuffle_epi32(top, _MM_SHUFFLE(2, 2, 0, 0));
+  return {_mm_castsi128_pd(_mm_srai_epi32(both, 31))};
+}
+VELTRA_FORCE_INLINE TwoDoubles SignFromBit1(TwoWords bits, TwoDoubles /*type*/) {
+  return {_mm_castsi128_pd(_mm_slli_epi64(bits.lanes, 62))};
+}
+VELTRA_FORCE_INLINE TwoWords Increment(TwoWords bits) {
+  return {_mm_add_epi64(bits.lanes, _mm_set1_epi64x(1))};
+}
+
+}  // namespace kernels
+
+struct TwoSinCos {
+  __m128d sine;
+  __m128d cosine;
+};
+
+/// The lanes through the scalar functions: for arguments that the lanes do not reduce.
+TwoSinCos SinCosLaneByLane(__m128d radians);
+
+/// Both of both lanes; each lane as SinCos of it.
+VELTRA_FORCE_INLINE TwoSinCos SinCos(__m128d radians) {
+  const kernels::TwoDoubles x{radians};
+  const __m128d moderate =
+      _mm_cmple_pd(kernels::Magnitude(x).lanes, _mm_set1_pd(kernels::kModerateLimit));
+  if (_mm_movemask_pd(moderate) != 3) {
+    return SinCosLaneByLane(radians);
+  }
+  const auto both = kernels::SinCosOfReduced(kernels::ReduceModerate(x));
+  return {both.sine.lanes, both.cosine.lanes};
+}
+
+/// Each lane as Acos of it.
+VELTRA_FORCE_INLINE __m128d Acos(__m128d cosines) {
+  return kernels::ArcCosine(kernels::TwoDoubles{cosines}).lanes;
+}
+
+}  // namespace veltra::numerics
