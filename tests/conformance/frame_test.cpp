@@ -1,0 +1,512 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// A frame's way through the host: the order of its calls, early ends, and what the output holds.
+#include "tests/conformance/stage.h"
+
+namespace veltra::conformance {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAreArray;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+using Strings = std::vector<std::string>;
+
+std::string SamplingSuite(Depth depth) {
+  return "PF Sampling" + NameOf(depth) + " Suite 1";
+}
+std::string IterateSuite(Depth depth) {
+  return depth == Depth::k8 ? "PF Iterate8 Suite 1" : "PF iterate" + NameOf(depth) + " Suite 1";
+}
+
+Strings FormatQuery() {
+  return {"acquire PF World Suite 2", "get_pixel_format output", "release PF World Suite 2"};
+}
+
+Strings Drawing(Depth depth, const std::string& rows, const std::string& area,
+                const std::string& checkin) {
+  return {"acquire " + SamplingSuite(depth),
+          "acquire " + IterateSuite(depth),
+          "iterate " + NameOf(depth) + " 0/" + rows + " none " + area + " output",
+          "release " + IterateSuite(depth),
+          checkin,
+          "release " + SamplingSuite(depth)};
+}
+
+template <class Pixel>
+class Frame : public EveryDepth<Pixel> {};
+TYPED_TEST_SUITE(Frame, AllPixels, DepthNames);
+
+TYPED_TEST(Frame, ClassicWithCompositingCopiesTheInputBeforeItChecksOutTheLayer) {
+  Stage stage(TestFixture::kDepth);
+  stage.output.world.extent_hint = {2, 3, 20, 11};
+  ASSERT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
+  EXPECT_THAT(
+      stage.host.log,
+      ElementsAreArray(Lines({FormatQuery(),
+                              ParameterReads(),
+                              {"copy input (2,3,20,11) output (2,3,20,11)", "checkout_param 1"},
+                              Drawing(TestFixture::kDepth, "8", "(2,3,20,11)", "checkin_param")})));
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, ClassicWithoutCompositingClearsTheExtent) {
+  Stage stage(TestFixture::kDepth);
+  stage.host.controls.composite = false;
+  ASSERT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
+  EXPECT_THAT(stage.host.log,
+              ElementsAreArray(
+                  Lines({FormatQuery(),
+                         ParameterReads(),
+                         {"fill output (0,0,32,16)", "checkout_param 1"},
+                         Drawing(TestFixture::kDepth, "16", "(0,0,32,16)", "checkin_param")})));
+  ExpectClean(stage);
+}
+
+Strings SmartOpening(int id) {
+  return {"checkout_param 9", "checkin_param", "checkout_layer_pixels " + std::to_string(id),
+          "checkout_output"};
+}
+
+TYPED_TEST(Frame, SmartWithCompositingClearsAllAndMovesTheInputIntoPlace) {
+  Stage stage(TestFixture::kDepth);
+  stage.input.world.origin_x = 5;
+  stage.input.world.origin_y = -2;
+  stage.input.world.extent_hint = {1, 2, 30, 14};
+  stage.output.world.origin_x = 3;
+  stage.output.world.origin_y = 4;
+  ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
+  stage.host.log.clear();
+  ASSERT_EQ(stage.host.SmartRender(), PF_Err_NONE);
+  EXPECT_THAT(stage.host.log,
+              ElementsAreArray(Lines(
+                  {SmartOpening(0),
+                   FormatQuery(),
+                   ParameterReads(),
+                   {"fill output all", "copy input (1,2,30,14) output (3,-4,32,8)",
+                    "checkout_layer_pixels 1"},
+                   Drawing(TestFixture::kDepth, "16", "(0,0,32,16)", "checkin_layer_pixels 1")})));
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, SmartWithoutCompositingAsksForTheInputUnderItsOtherId) {
+  Stage stage(TestFixture::kDepth);
+  stage.host.controls.composite = false;
+  ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
+  stage.host.log.clear();
+  ASSERT_EQ(stage.host.SmartRender(), PF_Err_NONE);
+  EXPECT_THAT(stage.host.log,
+              ElementsAreArray(Lines(
+                  {SmartOpening(9999),
+                   FormatQuery(),
+                   ParameterReads(),
+                   {"fill output (0,0,32,16)", "checkout_layer_pixels 1"},
+                   Drawing(TestFixture::kDepth, "16", "(0,0,32,16)", "checkin_layer_pixels 1")})));
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, DrawsTheLayerAsTheYardstickDoes) {
+  for (const bool smart : {false, true}) {
+    for (const bool filtering : {false, true}) {
+      Stage stage(TestFixture::kDepth);
+      stage.host.controls.filtering = filtering;
+      const TestWorld expected = stage.Expected(smart);
+      ASSERT_EQ(stage.host.Render(smart), PF_Err_NONE);
+      EXPECT_FALSE(SamePixels(stage.output, stage.input)) << "something is drawn";
+      if (TestFixture::kDepth != Depth::kFloat) {
+        EXPECT_TRUE(SamePixels(stage.output, expected)) << smart << filtering;
+      }
+      ExpectClean(stage);
+    }
+  }
+}
+
+// ---- Early ends ----
+
+struct EarlyEnd {
+  const char* name;
+  void (*prepare)(Stage*);
+  bool looksAtLayer;  ///< whether the layer is checked out
+};
+
+const EarlyEnd kEarlyEnds[] = {
+    {"opacity 0", [](Stage* s) { s->host.controls.opacity = 0; }, false},
+    {"opacity below 0", [](Stage* s) { s->host.controls.opacity = Fixed(-5); }, false},
+    {"size 0", [](Stage* s) { s->host.controls.size = 0; }, false},
+    {"size below 0", [](Stage* s) { s->host.controls.size = Fixed(-30); }, false},
+    {"no layer", [](Stage* s) { s->host.layer = nullptr; }, true},
+    {"a layer without pixels", [](Stage* s) { s->layer.world.data = nullptr; }, true},
+};
+
+TYPED_TEST(Frame, AnEarlyEndShowsTheInputWhenCompositing) {
+  for (const EarlyEnd& end : kEarlyEnds) {
+    for (const bool smart : {false, true}) {
+      Stage stage(TestFixture::kDepth);
+      end.prepare(&stage);
+      EXPECT_EQ(stage.host.Render(smart), PF_Err_NONE) << end.name;
+      EXPECT_TRUE(SamePixels(stage.output, stage.input)) << end.name;
+      const std::string checkout = smart ? "checkout_layer_pixels 1" : "checkout_param 1";
+      EXPECT_EQ(::testing::Matches(Contains(checkout))(stage.host.log), end.looksAtLayer)
+          << end.name;
+      EXPECT_THAT(stage.host.log, Not(Contains(HasSubstr("Sampling"))))
+          << "the sampling suite is acquired only to draw";
+      EXPECT_THAT(stage.host.violations, ::testing::IsEmpty()) << end.name;
+    }
+  }
+}
+
+TYPED_TEST(Frame, AnEarlyEndShowsNothingWithoutCompositing) {
+  for (const EarlyEnd& end : kEarlyEnds) {
+    for (const bool smart : {false, true}) {
+      Stage stage(TestFixture::kDepth);
+      stage.host.controls.composite = false;
+      end.prepare(&stage);
+      EXPECT_EQ(stage.host.Render(smart), PF_Err_NONE) << end.name;
+      EXPECT_TRUE(IsTransparent(stage.output)) << end.name;
+      EXPECT_THAT(stage.host.violations, ::testing::IsEmpty()) << end.name;
+    }
+  }
+}
+
+TYPED_TEST(Frame, ANullLayerWorldOfTheSmartCheckoutIsStillCheckedIn) {
+  Stage stage(TestFixture::kDepth);
+  stage.host.nullLayerWorld = true;
+  EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
+  EXPECT_THAT(stage.host.log, Contains("checkin_layer_pixels 1"));
+  EXPECT_TRUE(SamePixels(stage.output, stage.input));
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, SoloWithoutALayerSizeLimitsNothingAway) {
+  // The limit leaves no band when the layer is infinitely wide for its height: a height of 0.
+  Stage stage(TestFixture::kDepth);
+  stage.host.controls.placement = 3;
+  stage.layer.world.height = 0;
+  EXPECT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
+  EXPECT_TRUE(SamePixels(stage.output, stage.input));
+  ExpectClean(stage);
+}
+
+// ---- Smart input ----
+
+TYPED_TEST(Frame, SmartPlacesAnInputPartWhereItBelongsAndClearsTheRest) {
+  Stage stage(TestFixture::kDepth);
+  TestWorld part(TestFixture::kDepth, 6, 4);
+  part.Fill(1, 0.25, 0.5, 0.75);
+  part.world.origin_x = 12;
+  part.world.origin_y = 7;
+  stage.host.input = &part;
+  stage.output.world.origin_x = 10;
+  stage.output.world.origin_y = 6;
+  stage.host.layer = nullptr;
+  ASSERT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
+  for (A_long y = 0; y < 16; ++y) {
+    for (A_long x = 0; x < 32; ++x) {
+      const bool inside = x >= 2 && x < 8 && y >= 1 && y < 5;
+      const double expected = inside ? FullValue(TestFixture::kDepth) : 0;
+      EXPECT_EQ(stage.output.Channel(x, y, 0), expected) << x << " " << y;
+    }
+  }
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, SmartWithoutAnInputWorldClearsTheOutput) {
+  for (const bool emptied : {false, true}) {
+    Stage stage(TestFixture::kDepth);
+    stage.host.nullInputWorld = !emptied;
+    TestWorld empty(TestFixture::kDepth, 0, 0);
+    if (emptied) {
+      stage.host.input = &empty;
+    }
+    stage.host.layer = nullptr;
+    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
+    EXPECT_TRUE(IsTransparent(stage.output));
+    EXPECT_EQ(stage.host.Calls("copy"), 0);
+    ExpectClean(stage);
+  }
+}
+
+TYPED_TEST(Frame, SmartWithAnEmptyRequestClearsTheOutputAndLooksNoFurther) {
+  Stage stage(TestFixture::kDepth);
+  stage.host.request.rect = {4, 4, 4, 9};
+  ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
+  stage.host.log.clear();
+  EXPECT_EQ(stage.host.SmartRender(), PF_Err_NONE);
+  EXPECT_TRUE(IsTransparent(stage.output));
+  EXPECT_THAT(stage.host.log, ElementsAreArray(Lines({SmartOpening(0), {"fill output all"}})));
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, SmartWithAnEmptyRequestReturnsTheFillsCode) {
+  Stage stage(TestFixture::kDepth);
+  stage.host.request.rect = {};
+  stage.host.FailAt("fill", 1, PF_Err_INTERNAL_STRUCT_DAMAGED);
+  EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INTERNAL_STRUCT_DAMAGED);
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, SmartWithAnOutputWithoutAreaSucceedsAndTouchesNothing) {
+  for (const bool width : {true, false}) {
+    Stage stage(TestFixture::kDepth);
+    const TestWorld before = stage.Expected(true);
+    (width ? stage.output.world.width : stage.output.world.height) = 0;
+    const std::vector<unsigned char> pixels = stage.output.Pixels();
+    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
+    EXPECT_EQ(stage.output.Pixels(), pixels);
+    EXPECT_EQ(stage.host.Calls("fill"), 0);
+    EXPECT_EQ(stage.host.Calls("get_pixel_format"), 0);
+    ExpectClean(stage);
+  }
+}
+
+TYPED_TEST(Frame, SmartWithoutAnOutputWorldSucceeds) {
+  Stage stage(TestFixture::kDepth);
+  stage.host.nullOutputWorld = true;
+  EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
+  EXPECT_EQ(stage.host.Calls("fill"), 0);
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, SmartReturnsTheCodeOfEitherCheckoutAtOnce) {
+  for (const char* callback : {"checkout_layer_pixels", "checkout_output"}) {
+    Stage stage(TestFixture::kDepth);
+    stage.host.FailAt(callback, 1, PF_Err_INVALID_INDEX);
+    const std::vector<unsigned char> pixels = stage.output.Pixels();
+    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_INDEX);
+    EXPECT_EQ(stage.output.Pixels(), pixels) << callback;
+    EXPECT_THAT(stage.host.log.back(), HasSubstr(callback));
+    ExpectClean(stage);
+  }
+}
+
+// ---- Preparing the output ----
+
+TYPED_TEST(Frame, AFailedPreparationEndsTheFrameWithoutTheLayer) {
+  for (const bool composite : {true, false}) {
+    Stage stage(TestFixture::kDepth);
+    stage.host.controls.composite = composite;
+    stage.host.FailAt(composite ? "copy" : "fill", 1, PF_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(stage.host.RenderClassic(), PF_Err_OUT_OF_MEMORY);
+    EXPECT_THAT(stage.host.log, Not(Contains("checkout_param 1")));
+    ExpectClean(stage);
+  }
+}
+
+TYPED_TEST(Frame, SmartCompositingCountsTheResultOfItsLastPreparation) {
+  {
+    Stage stage(TestFixture::kDepth);
+    stage.host.FailAt("fill", 1, PF_Err_INVALID_CALLBACK);
+    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE) << "the copy that followed succeeded";
+    ExpectClean(stage);
+  }
+  {
+    Stage stage(TestFixture::kDepth);
+    stage.host.FailAt("copy", 1, PF_Err_INVALID_CALLBACK);
+    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_CALLBACK);
+    EXPECT_THAT(stage.host.log, Not(Contains("checkout_layer_pixels 1")));
+    ExpectClean(stage);
+  }
+  {
+    Stage stage(TestFixture::kDepth);
+    stage.host.nullInputWorld = true;
+    stage.host.FailAt("fill", 1, PF_Err_INVALID_CALLBACK);
+    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_CALLBACK) << "no copy followed";
+    ExpectClean(stage);
+  }
+}
+
+TYPED_TEST(Frame, AFailedLayerCheckoutEndsTheFrameWithItsCode) {
+  {
+    Stage stage(TestFixture::kDepth);
+    stage.host.FailAt("checkout_param", 9, PF_Err_INVALID_INDEX);  // the eight controls come first
+    EXPECT_EQ(stage.host.RenderClassic(), PF_Err_INVALID_INDEX);
+    EXPECT_TRUE(SamePixels(stage.output, stage.input)) << "the output is prepared already";
+    EXPECT_EQ(stage.host.log.back(), "checkout_param 1") << "nothing to check in";
+    ExpectClean(stage);
+  }
+  {
+    Stage stage(TestFixture::kDepth);
+    stage.host.FailAt("checkout_layer_pixels", 2, PF_Err_INVALID_INDEX);
+    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_INDEX);
+    EXPECT_TRUE(SamePixels(stage.output, stage.input));
+    EXPECT_EQ(stage.host.log.back(), "checkout_layer_pixels 1");
+    EXPECT_THAT(stage.host.violations, ::testing::IsEmpty());
+  }
+}
+
+TYPED_TEST(Frame, AFailedLayerCheckinIsNotLookedAt) {
+  Stage classic(TestFixture::kDepth);
+  classic.host.FailAt("checkin_param", 9, PF_Err_INVALID_CALLBACK);
+  EXPECT_EQ(classic.host.RenderClassic(), PF_Err_NONE);
+  Stage smart(TestFixture::kDepth);
+  smart.host.FailAt("checkin_layer_pixels", 1, PF_Err_INVALID_CALLBACK);
+  EXPECT_EQ(smart.host.RenderSmart(), PF_Err_NONE);
+}
+
+// ---- Pre-render data ----
+
+TYPED_TEST(Frame, TheLayersOwnAspectGoesBeforeThePreRenderData) {
+  Stage stage(TestFixture::kDepth);
+  ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
+  char foreign[16] = {};
+  stage.host.preRenderData = foreign;
+  EXPECT_EQ(stage.host.SmartRender(), PF_Err_NONE) << "foreign data is not looked at";
+  ExpectClean(stage);
+}
+
+TYPED_TEST(Frame, ForeignPreRenderDataIsRefusedWhenTheLayerHasNoAspect) {
+  for (const PF_RationalScale par :
+       {PF_RationalScale{0, 1}, PF_RationalScale{1, 0}, PF_RationalScale{0, 0}}) {
+    Stage stage(TestFixture::kDepth);
+    stage.layer.world.pix_aspect_ratio = par;
+    ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
+    // A single byte, to show that no more than the first difference is read.
+    const std::vector<char> foreign{'X'};
+    stage.host.preRenderData = const_cast<char*>(foreign.data());
+    EXPECT_EQ(stage.host.SmartRender(), PF_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(stage.host.log.back(), "checkin_layer_pixels 1");
+    EXPECT_TRUE(SamePixels(stage.output, stage.input));
+    ExpectClean(stage);
+  }
+}
+
+TYPED_TEST(Frame, TheAspectComesFromPreRenderOrIsOneWithoutIt) {
+  if (TestFixture::kDepth == Depth::kFloat) {
+    return;  // compared exactly, which float is not
+  }
+  for (const bool missing : {false, true}) {
+    Stage stage(TestFixture::kDepth);
+    stage.host.controls.placement = 3;
+    stage.layer.world.pix_aspect_ratio = {0, 0};
+    stage.host.checkoutAspect = {2, 1};
+    ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
+    if (missing) {
+      stage.host.preRenderData = nullptr;
+      stage.host.checkoutAspect = {1, 1};
+    }
+    const TestWorld expected = stage.Expected(true);
+    EXPECT_EQ(stage.host.SmartRender(), PF_Err_NONE);
+    EXPECT_TRUE(SamePixels(stage.output, expected));
+    ExpectClean(stage);
+  }
+}
+
+// ---- Pixel formats ----
+
+TYPED_TEST(Frame, AnUnknownPixelFormatIsRefusedUntouched) {
+  for (const char* code : {"ae64", "badf", "bgra", "ARGB"}) {
+    Stage stage(TestFixture::kDepth);
+    stage.host.format =
+        static_cast<PF_PixelFormat>(code[0]) | code[1] << 8 | code[2] << 16 | code[3] << 24;
+    const std::vector<unsigned char> pixels = stage.output.Pixels();
+    EXPECT_EQ(stage.host.RenderClassic(), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(stage.output.Pixels(), pixels);
+    EXPECT_THAT(stage.host.log, ElementsAreArray(FormatQuery()));
+    ExpectClean(stage);
+  }
+}
+
+TYPED_TEST(Frame, WithoutTheWorldSuiteTheDepthFlagDecides) {
+  if (TestFixture::kDepth == Depth::kFloat) {
+    return;  // the flag knows two depths only
+  }
+  for (const SuiteAnswer answer : {SuiteAnswer::kError, SuiteAnswer::kNull}) {
+    Stage stage(TestFixture::kDepth);
+    stage.host.AnswerSuite("PF World Suite", 2, answer);
+    const TestWorld expected = stage.Expected(false);
+    EXPECT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
+    EXPECT_TRUE(SamePixels(stage.output, expected));
+    EXPECT_THAT(stage.host.violations, ::testing::IsEmpty());
+  }
+}
+
+// ---- Suites ----
+
+TYPED_TEST(Frame, AMissingSuiteEndsTheFrameWithEverythingReturned) {
+  const std::string depth = NameOf(TestFixture::kDepth);
+  const std::string names[2] = {
+      "PF Sampling" + depth + " Suite",
+      TestFixture::kDepth == Depth::k8 ? "PF Iterate8 Suite" : "PF iterate" + depth + " Suite"};
+  for (const std::string& name : names) {
+    for (const SuiteAnswer answer :
+         {SuiteAnswer::kError, SuiteAnswer::kNull, SuiteAnswer::kErrorGiven}) {
+      for (const bool smart : {false, true}) {
+        Stage stage(TestFixture::kDepth);
+        stage.host.AnswerSuite(name, 1, answer);
+        EXPECT_EQ(stage.host.Render(smart), PF_Err_BAD_CALLBACK_PARAM) << name;
+        EXPECT_TRUE(SamePixels(stage.output, stage.input)) << "nothing is drawn";
+        EXPECT_THAT(
+            stage.host.log,
+            Contains(smart ? "checkin_layer_pixels 1" : "checkin_param").Times(smart ? 1 : 9));
+        EXPECT_THAT(stage.host.log, Not(Contains("release " + name + " 1")));
+        ExpectClean(stage);
+      }
+    }
+  }
+}
+
+TEST(Suites, WithoutABasicSuiteACommandIsRefused) {
+  Stage stage(Depth::k8);
+  stage.host.inData.pica_basicP = nullptr;
+  EXPECT_EQ(stage.host.Send(PF_Cmd_PARAMS_SETUP), PF_Err_BAD_CALLBACK_PARAM);
+  EXPECT_EQ(stage.host.RenderClassic(), PF_Err_BAD_CALLBACK_PARAM);
+  EXPECT_EQ(stage.host.PreRender(), PF_Err_NONE) << "pre-render needs no suite";
+  EXPECT_EQ(stage.host.SmartRender(), PF_Err_BAD_CALLBACK_PARAM);
+  ExpectClean(stage);
+}
+
+// ---- Iteration ----
+
+TYPED_TEST(Frame, AnInterruptionComesBackAndTheRowsBeforeItStay) {
+  for (const A_long row : {0, 1, 7, 15}) {
+    for (const bool smart : {false, true}) {
+      Stage stage(TestFixture::kDepth);
+      Stage whole(TestFixture::kDepth);
+      ASSERT_EQ(whole.host.Render(smart), PF_Err_NONE);
+      stage.host.abortAtRow = row;
+      EXPECT_EQ(stage.host.Render(smart), PF_Interrupt_CANCEL);
+      for (A_long x = 0; x < 32; ++x) {
+        for (A_long y = 0; y < 16; ++y) {
+          const TestWorld& expected = y < row ? whole.output : stage.input;
+          EXPECT_EQ(stage.output.Channel(x, y, 0), expected.Channel(x, y, 0)) << x << " " << y;
+        }
+      }
+      ExpectClean(stage);
+    }
+  }
+}
+
+TYPED_TEST(Frame, AFailedSampleEndsTheFrameAfterItsPixelIsComposited) {
+  for (const bool filtering : {false, true}) {
+    Stage stage(TestFixture::kDepth);
+    stage.host.controls.filtering = filtering;
+    stage.layer.Fill(1, 0.5, 0.5, 0.5);
+    stage.input.Fill(0, 0, 0, 0);
+    stage.host.FailAt("sample", 1, PF_Err_INTERNAL_STRUCT_DAMAGED);
+    EXPECT_EQ(stage.host.RenderClassic(), PF_Err_INTERNAL_STRUCT_DAMAGED);
+    EXPECT_EQ(stage.host.Calls("sample"), 1);
+    EXPECT_FALSE(SamePixels(stage.output, stage.input)) << "the pixel is drawn whatever the code";
+    ExpectClean(stage);
+  }
+}
+
+TYPED_TEST(Frame, IsTheSameOnAnyNumberOfThreadsAndInAnyOrder) {
+  for (const bool filtering : {false, true}) {
+    Stage one(TestFixture::kDepth);
+    one.host.controls.filtering = filtering;
+    ASSERT_EQ(one.host.RenderClassic(), PF_Err_NONE);
+    for (const int threads : {1, 2, 5}) {
+      Stage stage(TestFixture::kDepth);
+      stage.host.controls.filtering = filtering;
+      stage.host.threads = threads;
+      stage.host.reverseRows = true;
+      ASSERT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
+      EXPECT_EQ(stage.output.Pixels(), one.output.Pixels());
+      ExpectClean(stage);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace veltra::conformance
