@@ -45,8 +45,15 @@ PF_Err CheckoutLayer(const PF_InData& inData, const PF_PreRenderCallbacks& callb
 }  // namespace
 
 bool IsPreRenderRecord(const void* data) {
+  // Byte by byte: a library comparison would read all four at once.
   const char* bytes = static_cast<const char*>(data);
-  return std::equal(std::begin(kPreRenderTag), std::end(kPreRenderTag), bytes);
+  for (const char expected : kPreRenderTag) {
+    if (*bytes != expected) {
+      return false;
+    }
+    ++bytes;
+  }
+  return true;
 }
 
 void FreePreRenderRecord(void* data) {
