@@ -11,8 +11,18 @@
 #include <stdexcept>
 
 #include "fuzz/pixel_oracle.h"
+#include "numerics/compiler.h"
 #include "numerics/trigonometry.h"
 #include "render/placement_record.h"
+
+// The effect is linked in; these are its two exports.
+extern "C" veltra::PF_Err MainEntry(veltra::PF_Cmd cmd, veltra::PF_InData* inData,
+                                    veltra::PF_OutData* outData, veltra::PF_ParamDef* params[],
+                                    veltra::PF_LayerDef* output, void* extra);
+extern "C" veltra::PF_Err PluginDataEntryFunction2(void* hostPointer,
+                                                   veltra::PF_PluginDataCB callback,
+                                                   veltra::SPBasicSuite* basicSuite,
+                                                   const char* hostName, const char* hostVersion);
 
 namespace veltra::fuzz {
 namespace {
@@ -143,6 +153,7 @@ struct FuzzCallbacks {
     return PF_Err_NONE;
   }
 
+  VELTRA_PRINTF_LIKE(2, 3)
   static int Sprintf(A_char* buffer, const A_char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
@@ -522,16 +533,11 @@ void FuzzHost::Register() {
 
 /// A command without worlds, perhaps without records.
 void FuzzHost::SendStray() {
-  PF_Cmd cmd = bytes_.Rarely() ? bytes_.Int() : bytes_.Below(5);
-  const bool renders =
-      cmd == PF_Cmd_RENDER || cmd == PF_Cmd_SMART_PRE_RENDER || cmd == PF_Cmd_SMART_RENDER;
+  const PF_Cmd cmd = bytes_.Rarely() ? bytes_.Int() : bytes_.Below(5);
   PF_InData* in = bytes_.Rarely() ? nullptr : &inData_;
   PF_OutData* out = bytes_.Rarely() ? nullptr : &outData_;
   // The three that render get nothing to render with here.
   Send(cmd, in, out, nullptr, nullptr, nullptr);
-  if (renders) {
-    Expect(output_.Untouched(), "an output that was not handed over was written");
-  }
 }
 
 void FuzzHost::RenderClassic() {
