@@ -10,7 +10,7 @@ namespace veltra::conformance {
 struct Options {
   std::string library;
   unsigned seed = 20240607;
-  int scenes = 400;  ///< random scenes for each depth
+  int scenes = 2000;  ///< random scenes for each depth
 };
 
 const Options& TestOptions();
