@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct ControlDeclaration {
   std::string name;
   std::string label;                 ///< beside a checkbox
   std::vector<std::string> choices;  ///< of a popup
+  std::string joinedChoices;         ///< the same as declared, with '|' between
   A_long defaultValue = 0;           ///< slider, checkbox, popup; -1 or 0 of a layer
   PF_Fixed defaultX = 0;             ///< point
   PF_Fixed defaultY = 0;
@@ -44,6 +46,10 @@ struct ControlValue {
   A_long x = 0;
   A_long y = 0;  ///< points only
 };
+
+/// The value that a control has when nobody set it, for a frame of this full-resolution size.
+ControlValue ControlDefault(const ControlDeclaration& control, A_long frameWidth,
+                            A_long frameHeight);
 
 /// A set-up effect. Set-up and set-down run alone; rendering may use it from many threads.
 class Effect {
@@ -73,9 +79,11 @@ class Effect {
   }
   bool SupportsDepth(Depth depth) const;
 
-  /// The value that a control has when nobody set it, for a frame of this full-resolution size.
+  /// ControlDefault, for those who have the effect at hand.
   ControlValue DefaultValue(const ControlDeclaration& control, A_long frameWidth,
-                            A_long frameHeight) const;
+                            A_long frameHeight) const {
+    return ControlDefault(control, frameWidth, frameHeight);
+  }
 
   /// The text the effect shows about itself.
   Expected<std::string> About() const;
@@ -86,6 +94,10 @@ class Effect {
 
   /// The effect's own block, handed to every command.
   PF_Handle GlobalData() const { return globalData_; }
+
+  /// Held around commands that must not meet: sequence set-up, and whole frames of an effect that
+  /// does not declare threaded rendering.
+  std::mutex& CommandMutex() const { return commandMutex_; }
 
  private:
   explicit Effect(std::shared_ptr<const EffectLibrary> library);
@@ -99,6 +111,7 @@ class Effect {
   std::vector<ControlDeclaration> controls_;
   PF_Handle globalData_ = nullptr;
   bool isSetUp_ = false;
+  mutable std::mutex commandMutex_;
 };
 
 }  // namespace veltra::host

@@ -3,9 +3,9 @@
 // A value, or one line of text that says why there is none.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 
 namespace veltra::host {
 
@@ -18,20 +18,20 @@ struct Error {
 template <class T>
 class [[nodiscard]] Expected {
  public:
-  Expected(T value) : state_(std::in_place_index<0>, std::move(value)) {}  // NOLINT(*-explicit-*)
-  Expected(Error error)
-      : state_(std::in_place_index<1>, std::move(error)) {}  // NOLINT(*-explicit-*)
+  Expected(T value) : value_(std::move(value)) {}               // NOLINT(*-explicit-*)
+  Expected(Error error) : errorText_(std::move(error.text)) {}  // NOLINT(*-explicit-*)
 
-  explicit operator bool() const { return state_.index() == 0; }
-  T& operator*() { return *std::get_if<0>(&state_); }
-  const T& operator*() const { return *std::get_if<0>(&state_); }
-  T* operator->() { return std::get_if<0>(&state_); }
-  const T* operator->() const { return std::get_if<0>(&state_); }
-  /// The reason; only for a failure.
-  const std::string& ErrorText() const { return std::get_if<1>(&state_)->text; }
+  explicit operator bool() const { return value_.has_value(); }
+  T& operator*() { return *value_; }
+  const T& operator*() const { return *value_; }
+  T* operator->() { return &*value_; }
+  const T* operator->() const { return &*value_; }
+  /// The reason; empty for a success.
+  const std::string& ErrorText() const { return errorText_; }
 
  private:
-  std::variant<T, Error> state_;
+  std::optional<T> value_;
+  std::string errorText_;
 };
 
 }  // namespace veltra::host

@@ -1,0 +1,211 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Sums over blocks of an image, made once, so that the average of a large box costs little.
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <vector>
+
+#include "host/pixel_sum.h"
+#include "host/world_view.h"
+
+namespace veltra::host {
+
+/// What the session keeps for an image of any depth.
+class AreaSumsBase {
+ public:
+  explicit AreaSumsBase(const PF_EffectWorld& image) : image_(image) {}
+  virtual ~AreaSumsBase() = default;
+  AreaSumsBase(const AreaSumsBase&) = delete;
+  AreaSumsBase& operator=(const AreaSumsBase&) = delete;
+
+  bool IsOf(const PF_EffectWorld& view) const {
+    return view.data == image_.data && view.rowbytes == image_.rowbytes &&
+           view.width == image_.width && view.height == image_.height;
+  }
+
+ protected:
+  PF_EffectWorld image_;
+};
+
+/// Sums of 4 x 4 and 16 x 16 blocks, a quarter of the memory of an 8 or 16 bit image and an
+/// eighth of a float one. Blocks rather than running sums: those would need as much again as the
+/// image, lose small floats beside large ones, and carry one infinite pixel into every later
+/// box. With two sizes of block the cost of a box grows with its edge, not with its area.
+/// Bands of 16 rows are summed when first asked for, by whichever thread asks; the order of every
+/// addition is fixed, so the result does not depend on who came first.
+template <class Pixel>
+class AreaSums : public AreaSumsBase {
+ public:
+  static constexpr A_long kBlock = 4;
+  static constexpr A_long kLargeBlock = 4;  ///< in blocks
+  static constexpr A_long kBand = kBlock * kLargeBlock;
+
+  explicit AreaSums(const PF_EffectWorld& image)
+      : AreaSumsBase(image),
+        columns_(image.width / kBlock),
+        rows_(image.height / kBlock),
+        largeColumns_(columns_ / kLargeBlock),
+        bandReady_(static_cast<std::size_t>((image.height + kBand - 1) / kBand)),
+        blocks_(AllocateSums(columns_, rows_)),
+        largeBlocks_(AllocateSums(largeColumns_, rows_ / kLargeBlock)) {}
+
+  /// False when there was no memory for the sums; the image is then summed pixel by pixel.
+  bool Usable() const { return blocks_ != nullptr && largeBlocks_ != nullptr; }
+
+  /// Adds the blocks of `rect`, counted in blocks.
+  void AddBlocks(const PF_LRect& rect, PixelSum<Pixel>& sum) {
+    MakeReady(rect.top / kLargeBlock, (rect.bottom - 1) / kLargeBlock);
+    AddFramed(
+        rect, kLargeBlock,
+        [this, &sum](A_long row, A_long left, A_long right) {
+          sum.AddRun(Block(left, row), Block(right, row));
+        },
+        [this, &sum](const PF_LRect& inner) {
+          for (A_long row = inner.top; row < inner.bottom; ++row) {
+            sum.AddRun(LargeBlock(inner.left, row), LargeBlock(inner.right, row));
+          }
+        });
+  }
+
+  /// Splits `rect` into whole cells of `step` units, passed as one rectangle in cells, and the
+  /// runs of units around them. A rectangle too narrow to gain by it is all runs.
+  template <class Run, class Cells>
+  static void AddFramed(const PF_LRect& rect, A_long step, Run run, Cells cells) {
+    const PF_LRect inner{(rect.left + step - 1) / step, (rect.top + step - 1) / step,
+                         rect.right / step, rect.bottom / step};
+    const bool split = inner.right - inner.left >= 2 && inner.bottom - inner.top >= 2;
+    const A_long cellsTop = split ? inner.top * step : rect.bottom;
+    const A_long cellsBottom = split ? inner.bottom * step : rect.bottom;
+    for (A_long y = rect.top; y < cellsTop; ++y) {
+      run(y, rect.left, rect.right);
+    }
+    for (A_long y = cellsTop; y < cellsBottom; ++y) {
+      run(y, rect.left, inner.left * step);
+      run(y, inner.right * step, rect.right);
+    }
+    for (A_long y = cellsBottom; y < rect.bottom; ++y) {
+      run(y, rect.left, rect.right);
+    }
+    if (split) {
+      cells(inner);
+    }
+  }
+
+ private:
+  using Sum = PixelSum<Pixel>;
+
+  struct FreeSums {
+    void operator()(Sum* sums) const { ::operator delete (sums, std::align_val_t{alignof(Sum)}); }
+  };
+  using SumArray = std::unique_ptr<Sum, FreeSums>;
+
+  static SumArray AllocateSums(A_long columns, A_long rows) {
+    const std::size_t count = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
+    // Left unwritten: pages that no band needs never become real memory.
+    void* block = ::operator new (std::max<std::size_t>(count, 1) * sizeof(Sum),
+                                  std::align_val_t{alignof(Sum)}, std::nothrow);
+    return SumArray(static_cast<Sum*>(block));
+  }
+
+  Sum* Block(A_long column, A_long row) const {
+    return blocks_.get() + static_cast<std::ptrdiff_t>(row) * columns_ + column;
+  }
+  Sum* LargeBlock(A_long column, A_long row) const {
+    return largeBlocks_.get() + static_cast<std::ptrdiff_t>(row) * largeColumns_ + column;
+  }
+
+  void MakeReady(A_long firstBand, A_long lastBand) {
+    for (A_long band = firstBand; band <= lastBand; ++band) {
+      if (!bandReady_[static_cast<std::size_t>(band)].load(std::memory_order_acquire)) {
+        BuildBand(band);
+      }
+    }
+  }
+
+  void BuildBand(A_long band) {
+    // A few locks, so that threads on different bands do not wait for each other.
+    const std::lock_guard lock(locks_[static_cast<std::size_t>(band) % kLocks]);
+    std::atomic<bool>& ready = bandReady_[static_cast<std::size_t>(band)];
+    if (ready.load(std::memory_order_relaxed)) {
+      return;
+    }
+    const A_long firstRow = band * kLargeBlock;
+    const A_long lastRow = std::min(firstRow + kLargeBlock, rows_);
+    for (A_long row = firstRow; row < lastRow; ++row) {
+      BuildBlockRow(row);
+    }
+    if (lastRow - firstRow == kLargeBlock) {
+      BuildLargeRow(band);
+    }
+    ready.store(true, std::memory_order_release);
+  }
+
+  void BuildBlockRow(A_long row) {
+    const Pixel* lines[kBlock];
+    for (A_long i = 0; i < kBlock; ++i) {
+      lines[i] = RowOf<const Pixel>(image_, row * kBlock + i);
+    }
+    for (A_long column = 0; column < columns_; ++column) {
+      Sum sum;
+      for (const Pixel*& line : lines) {
+        sum.AddRun(line, line + kBlock);
+        line += kBlock;
+      }
+      new (Block(column, row)) Sum(sum);
+    }
+  }
+
+  void BuildLargeRow(A_long band) {
+    for (A_long column = 0; column < largeColumns_; ++column) {
+      Sum sum;
+      for (A_long i = 0; i < kLargeBlock; ++i) {
+        const Sum* first = Block(column * kLargeBlock, band * kLargeBlock + i);
+        sum.AddRun(first, first + kLargeBlock);
+      }
+      new (LargeBlock(column, band)) Sum(sum);
+    }
+  }
+
+  static constexpr std::size_t kLocks = 16;
+
+  A_long columns_;
+  A_long rows_;
+  A_long largeColumns_;
+  std::vector<std::atomic<bool>> bandReady_;
+  SumArray blocks_;
+  SumArray largeBlocks_;
+  std::mutex locks_[kLocks];
+};
+
+/// Adds every pixel of `rect`, which lies inside the image; an empty one adds nothing.
+template <class Pixel>
+void AddRectangle(const PF_EffectWorld& image, AreaSums<Pixel>* sums, const PF_LRect& rect,
+                  PixelSum<Pixel>& sum) {
+  if (IsEmpty(rect)) {
+    return;
+  }
+  const auto run = [&image, &sum](A_long y, A_long left, A_long right) {
+    const Pixel* row = RowOf<const Pixel>(image, y);
+    sum.AddRun(row + left, row + right);
+  };
+  if (sums == nullptr) {
+    for (A_long y = rect.top; y < rect.bottom; ++y) {
+      run(y, rect.left, rect.right);
+    }
+    return;
+  }
+  AreaSums<Pixel>::AddFramed(
+      rect, AreaSums<Pixel>::kBlock, run,
+      [sums, &sum](const PF_LRect& blocks) { sums->AddBlocks(blocks, sum); });
+}
+
+/// Sums of an image of any depth; null when there is no memory for them.
+std::unique_ptr<AreaSumsBase> MakeAreaSums(const PF_EffectWorld& image, Depth depth);
+
+}  // namespace veltra::host

@@ -1,0 +1,131 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Alpha-weighted sums of pixels in two SSE2 registers, with the same bits on every platform.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "host_api/types.h"
+
+namespace veltra::host {
+
+/// Four channels as doubles: alpha and red, green and blue.
+struct Lanes {
+  __m128d alphaRed;
+  __m128d greenBlue;
+};
+
+inline Lanes ZeroLanes() {
+  return {_mm_setzero_pd(), _mm_setzero_pd()};
+}
+
+inline Lanes operator+(Lanes a, Lanes b) {
+  return {_mm_add_pd(a.alphaRed, b.alphaRed), _mm_add_pd(a.greenBlue, b.greenBlue)};
+}
+
+inline Lanes operator*(Lanes a, double factor) {
+  const __m128d both = _mm_set1_pd(factor);
+  return {_mm_mul_pd(a.alphaRed, both), _mm_mul_pd(a.greenBlue, both)};
+}
+
+inline Lanes LanesOfInts(__m128i fourInts) {
+  return {_mm_cvtepi32_pd(fourInts), _mm_cvtepi32_pd(_mm_unpackhi_epi64(fourInts, fourInts))};
+}
+
+inline Lanes Load(const PF_Pixel8& pixel) {
+  std::int32_t word = 0;
+  std::memcpy(&word, &pixel, sizeof word);
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i bytes = _mm_cvtsi32_si128(word);
+  return LanesOfInts(_mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero));
+}
+
+inline Lanes Load(const PF_Pixel16& pixel) {
+  std::int64_t word = 0;
+  std::memcpy(&word, &pixel, sizeof word);
+  return LanesOfInts(_mm_unpacklo_epi16(_mm_cvtsi64_si128(word), _mm_setzero_si128()));
+}
+
+inline Lanes Load(const PF_PixelFloat& pixel) {
+  const __m128 floats = _mm_loadu_ps(reinterpret_cast<const float*>(&pixel));
+  return {_mm_cvtps_pd(floats), _mm_cvtps_pd(_mm_movehl_ps(floats, floats))};
+}
+
+/// Colour times alpha, alpha as it is. The product of two channels is exact in a double.
+template <class Pixel>
+Lanes LoadPremultiplied(const Pixel& pixel) {
+  const Lanes straight = Load(pixel);
+  const __m128d alpha = _mm_unpacklo_pd(straight.alphaRed, straight.alphaRed);
+  const __m128d oneAlpha = _mm_unpacklo_pd(_mm_set_sd(1.0), straight.alphaRed);
+  Lanes product{_mm_mul_pd(straight.alphaRed, oneAlpha), _mm_mul_pd(straight.greenBlue, alpha)};
+  if constexpr (std::is_same_v<Pixel, PF_PixelFloat>) {
+    // A pixel of no alpha counts for nothing, even if its colour is infinite or no number.
+    const __m128d visible = _mm_cmpneq_pd(alpha, _mm_setzero_pd());
+    product = {_mm_and_pd(visible, product.alphaRed), _mm_and_pd(visible, product.greenBlue)};
+  }
+  return product;
+}
+
+/// Rounds to nearest, halves up, to the depth's integers; the values are never negative.
+inline __m128i RoundedInts(Lanes pixel) {
+  const __m128d half = _mm_set1_pd(0.5);
+  return _mm_unpacklo_epi64(_mm_cvttpd_epi32(_mm_add_pd(pixel.alphaRed, half)),
+                            _mm_cvttpd_epi32(_mm_add_pd(pixel.greenBlue, half)));
+}
+
+inline void Store(Lanes pixel, PF_Pixel8& out) {
+  const __m128i ints = RoundedInts(pixel);
+  const __m128i words = _mm_packs_epi32(ints, ints);
+  const std::int32_t word = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
+  std::memcpy(&out, &word, sizeof word);
+}
+
+inline void Store(Lanes pixel, PF_Pixel16& out) {
+  // The pack saturates at the signed 32767, so values travel shifted down by half their range.
+  const __m128i shifted = _mm_sub_epi32(RoundedInts(pixel), _mm_set1_epi32(32768));
+  const __m128i words = _mm_xor_si128(_mm_packs_epi32(shifted, shifted), _mm_set1_epi16(-32768));
+  const std::int64_t word = _mm_cvtsi128_si64(words);
+  std::memcpy(&out, &word, sizeof word);
+}
+
+inline void Store(Lanes pixel, PF_PixelFloat& out) {
+  _mm_storeu_ps(reinterpret_cast<float*>(&out),
+                _mm_movelh_ps(_mm_cvtpd_ps(pixel.alphaRed), _mm_cvtpd_ps(pixel.greenBlue)));
+}
+
+/// The straight pixel of a weighted, premultiplied sum over a total weight. No alpha, or an alpha
+/// that is no number, is transparent black.
+template <class Pixel>
+Pixel StraightAverage(Lanes sum, double totalWeight) {
+  Pixel out{};
+  const double alpha = _mm_cvtsd_f64(sum.alphaRed);
+  if (alpha > 0) {
+    const __m128d byAlpha = _mm_set1_pd(alpha);
+    const __m128d weightAlpha = _mm_set_pd(alpha, totalWeight);
+    Store(Lanes{_mm_div_pd(sum.alphaRed, weightAlpha), _mm_div_pd(sum.greenBlue, byAlpha)}, out);
+  }
+  return out;
+}
+
+/// Accumulates pixels with weights and gives the straight average back.
+class WeightedSum {
+ public:
+  template <class Pixel>
+  void Add(const Pixel& pixel, double weight) {
+    sum_ = sum_ + LoadPremultiplied(pixel) * weight;
+  }
+
+  template <class Pixel>
+  Pixel Average(double totalWeight) const {
+    return StraightAverage<Pixel>(sum_, totalWeight);
+  }
+
+ private:
+  Lanes sum_ = ZeroLanes();
+};
+
+}  // namespace veltra::host

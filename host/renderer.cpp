@@ -1,0 +1,421 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The course of one frame, smart or classic.
+
+#include "host/renderer.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "host/session.h"
+#include "host/transfer.h"
+#include "host/world_view.h"
+
+namespace veltra::host {
+namespace {
+
+// ---- Settings ----
+
+std::string SizeText(A_long width, A_long height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+/// Why an image cannot stand for a parameter; empty when it can. Sizes of 0 mean any.
+std::string WorldTrouble(const World& world, const std::string& what, Depth depth, A_long width,
+                         A_long height) {
+  if (world.Empty()) {
+    return what + " has no pixels";
+  }
+  if (world.PixelDepth() != depth) {
+    return what + " has depth " + DepthName(world.PixelDepth()) + " (expected " + DepthName(depth) +
+           ", the depth of the render)";
+  }
+  if (width > 0 && (world.Width() != width || world.Height() != height)) {
+    return what + " has " + SizeText(world.Width(), world.Height()) + " pixels (expected " +
+           SizeText(width, height) + ")";
+  }
+  return {};
+}
+
+std::string ImagesTrouble(const Effect& effect, const RenderSettings& settings) {
+  if (settings.input != nullptr) {
+    const std::string trouble =
+        WorldTrouble(*settings.input, "the frame", settings.depth,
+                     DownsampledLength(settings.width, settings.downsample),
+                     DownsampledLength(settings.height, settings.downsample));
+    if (!trouble.empty()) {
+      return trouble;
+    }
+  }
+  for (const auto& [index, world] : settings.layers) {
+    const bool isLayer =
+        index >= 1 && index < effect.ParamCount() &&
+        effect.Controls()[static_cast<std::size_t>(index - 1)].type == PF_Param_LAYER;
+    if (!isLayer) {
+      return "control " + std::to_string(index) + " is not a layer";
+    }
+    if (world != nullptr) {
+      const std::string trouble = WorldTrouble(*world, "the layer", settings.depth, 0, 0);
+      if (!trouble.empty()) {
+        return trouble;
+      }
+    }
+  }
+  return {};
+}
+
+std::string ModeTrouble(const Effect& effect, const RenderSettings& settings) {
+  if (settings.mode == RenderMode::kClassic && settings.depth == Depth::kFloat) {
+    return "classic render knows depths 8 and 16 only (use smart render for float)";
+  }
+  if (settings.mode == RenderMode::kSmart && !effect.SupportsSmartRender()) {
+    return "the effect does not support smart render (use classic render)";
+  }
+  if (!effect.SupportsDepth(settings.depth)) {
+    return std::string("the effect does not support depth ") + DepthName(settings.depth);
+  }
+  return {};
+}
+
+/// Why these settings cannot be rendered, in one line; empty when they can.
+std::string SettingsTrouble(const Effect& effect, const RenderSettings& settings) {
+  if (std::string trouble = WorldSizeError(settings.width, settings.height); !trouble.empty()) {
+    return trouble;
+  }
+  if (settings.downsample < 1 || settings.downsample > kHostMaxWorldSide) {
+    return "the downsampling factor is " + std::to_string(settings.downsample) +
+           " (expected at least 1)";
+  }
+  if (settings.pixelAspect.num < 1 || settings.pixelAspect.den < 1) {
+    return "the pixel aspect ratio is not positive";
+  }
+  if (settings.timeScale == 0) {
+    return "the time scale is 0";
+  }
+  if (settings.region && !IsEmpty(*settings.region)) {
+    const PF_LRect& region = *settings.region;
+    const std::string trouble = WorldSizeError(std::int64_t{region.right} - region.left,
+                                               std::int64_t{region.bottom} - region.top);
+    if (!trouble.empty()) {
+      return trouble;
+    }
+  }
+  for (const auto& [index, value] : settings.controls) {
+    if (index < 1 || index >= effect.ParamCount()) {
+      return "there is no control " + std::to_string(index);
+    }
+  }
+  if (std::string trouble = ModeTrouble(effect, settings); !trouble.empty()) {
+    return trouble;
+  }
+  return ImagesTrouble(effect, settings);
+}
+
+// ---- One frame ----
+
+/// Renders one frame within one session.
+class FrameRender {
+ public:
+  FrameRender(const Effect& effect, const RenderSettings& settings)
+      : effect_(effect),
+        settings_(settings),
+        entry_(effect.Library().MainEntry()),
+        session_(effect.Controls(), effect.GlobalData(), &settings),
+        region_(settings.region.value_or(session_.FrameRect())) {}
+
+  RenderResult Run() {
+    if (SetUpSequence()) {
+      if (settings_.mode == RenderMode::kSmart) {
+        RunSmart();
+      } else {
+        RunClassic();
+      }
+      SetDownSequence();
+    }
+    Finish();
+    return std::move(result_);
+  }
+
+ private:
+  // ---- Commands ----
+
+  /// Sends a command; a failure becomes the frame's, unless it has one already.
+  bool Send(PF_Cmd command, const char* name, PF_ParamDef** params = nullptr,
+            PF_LayerDef* output = nullptr, void* extra = nullptr) {
+    const PF_Err error = session_.Send(entry_, command, params, output, extra);
+    if (error != PF_Err_NONE) {
+      Fail(error,
+           std::string("the effect failed in ") + name + ": " +
+               (session_.ThrewException() ? "an exception escaped from it" : ErrorName(error)));
+    }
+    return error == PF_Err_NONE;
+  }
+
+  void Fail(PF_Err error, const std::string& text) {
+    if (result_.error == PF_Err_NONE) {
+      result_.error = error;
+      result_.errorText = error == PF_Interrupt_CANCEL ? "interrupted" : text;
+    }
+  }
+
+  bool SetUpSequence() {
+    const std::lock_guard lock(sequenceMutex_);
+    return Send(PF_Cmd_SEQUENCE_SETUP, "SEQUENCE_SETUP");
+  }
+
+  void SetDownSequence() {
+    const std::lock_guard lock(sequenceMutex_);
+    Send(PF_Cmd_SEQUENCE_SETDOWN, "SEQUENCE_SETDOWN");
+  }
+
+  // ---- Worlds ----
+
+  /// A cleared world over `rect`; reports what prevents it.
+  bool MakeCanvas(const PF_LRect& rect, World& canvas) {
+    const WorldLayout layout =
+        settings_.hooks != nullptr ? settings_.hooks->OutputLayout() : WorldLayout{};
+    auto made =
+        World::Create(rect.right - rect.left, rect.bottom - rect.top, settings_.depth, layout);
+    if (!made) {
+      Fail(PF_Err_OUT_OF_MEMORY, made.ErrorText());
+      return false;
+    }
+    canvas = std::move(*made);
+    canvas.SetOrigin(rect.left, rect.top);
+    canvas.SetPixelAspect(settings_.pixelAspect);
+    return true;
+  }
+
+  static PF_EffectWorld WriteableView(const World& canvas, const PF_LRect& rect) {
+    PF_EffectWorld view = canvas.View(rect);
+    view.world_flags |= PF_WorldFlag_WRITEABLE;
+    return view;
+  }
+
+  /// Makes the picture of the region out of a canvas that covers another rectangle.
+  void CropToRegion(World canvas) {
+    CheckGuard(canvas);
+    World picture;
+    if (!MakeCanvas(region_, picture)) {
+      return;
+    }
+    PF_EffectWorld to = picture.View();
+    const PF_LRect whole = BoundsOf(to);
+    const PF_LRect from{whole.left + region_.left - canvas.OriginX(),
+                        whole.top + region_.top - canvas.OriginY(),
+                        whole.right + region_.left - canvas.OriginX(),
+                        whole.bottom + region_.top - canvas.OriginY()};
+    CopyWorld(canvas.View(), &from, to, &whole, true);
+    result_.output = std::move(picture);
+  }
+
+  void CheckGuard(const World& canvas) {
+    if (!canvas.Empty() && !canvas.GuardIntact()) {
+      session_.Violation("the effect wrote outside of the output's pixels");
+    }
+  }
+
+  // ---- Smart render ----
+
+  void RunSmart() {
+    PF_PreRenderOutput answer{};
+    if (PreRender(answer) && !settings_.preRenderOnly) {
+      SmartRender(answer);
+    }
+    DeletePreRenderData(answer);
+  }
+
+  PF_RenderRequest Request() const {
+    PF_RenderRequest request{};
+    request.rect = region_;
+    request.field = PF_Field_FRAME;
+    request.channel_mask = PF_ChannelMask_ARGB;
+    return request;
+  }
+
+  bool PreRender(PF_PreRenderOutput& answer) {
+    PF_PreRenderInput input{};
+    input.output_request = Request();
+    input.bitdepth = BitDepth(settings_.depth);
+    PF_PreRenderExtra extra{&input, &answer, &PreRenderCallbacks()};
+    session_.preRendering = true;
+    const bool done = Send(PF_Cmd_SMART_PRE_RENDER, "SMART_PRE_RENDER", nullptr, nullptr, &extra);
+    session_.preRendering = false;
+    if (done) {
+      TakeRectangles(answer);
+    }
+    return done;
+  }
+
+  /// Keeps the rectangles that the effect answered, held to the rules.
+  void TakeRectangles(const PF_PreRenderOutput& answer) {
+    result_.maxResultRect = answer.max_result_rect;
+    PF_LRect rect = IsEmpty(answer.result_rect) ? PF_LRect{0, 0, 0, 0} : answer.result_rect;
+    if (!Contains(answer.max_result_rect, rect)) {
+      session_.Violation("the result rectangle exceeds the maximum result rectangle");
+    }
+    const bool mayExceed = (answer.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) != 0;
+    if (!mayExceed && !Contains(region_, rect)) {
+      session_.Violation("the result rectangle exceeds the requested one");
+      rect = Intersection(rect, region_);
+    }
+    result_.resultRect = rect;
+  }
+
+  void SmartRender(const PF_PreRenderOutput& answer) {
+    const PF_LRect& rect = result_.resultRect;
+    const bool extraPixels = !Contains(region_, rect);
+    World canvas;
+    if (IsEmpty(extraPixels ? rect : region_) ||
+        !MakeCanvas(extraPixels ? rect : region_, canvas)) {
+      return;
+    }
+    if (!IsEmpty(rect)) {
+      session_.outputView = WriteableView(canvas, rect);
+      PF_SmartRenderInput input{};
+      input.output_request = Request();
+      input.bitdepth = BitDepth(settings_.depth);
+      input.pre_render_data = answer.pre_render_data;
+      PF_SmartRenderExtra extra{&input, &SmartRenderCallbacks()};
+      session_.rendering = true;
+      Send(PF_Cmd_SMART_RENDER, "SMART_RENDER", nullptr, nullptr, &extra);
+      session_.rendering = false;
+    }
+    if (extraPixels) {
+      CropToRegion(std::move(canvas));
+    } else {
+      CheckGuard(canvas);
+      result_.output = std::move(canvas);
+    }
+  }
+
+  void DeletePreRenderData(const PF_PreRenderOutput& answer) {
+    if (answer.pre_render_data == nullptr) {
+      return;
+    }
+    if (answer.delete_pre_render_data_func == nullptr) {
+      std::free(answer.pre_render_data);
+      return;
+    }
+    try {
+      answer.delete_pre_render_data_func(answer.pre_render_data);
+    } catch (...) {
+      session_.Violation("an exception escaped from the effect's delete function");
+    }
+  }
+
+  // ---- Classic render ----
+
+  void RunClassic() {
+    const PF_LRect frame = session_.FrameRect();
+    const PF_LRect part = Intersection(region_, frame);
+    result_.maxResultRect = frame;
+    result_.resultRect = part;
+    World canvas;
+    if (IsEmpty(region_) || settings_.preRenderOnly || !MakeCanvas(frame, canvas)) {
+      return;
+    }
+    PF_EffectWorld output = WriteableView(canvas, frame);
+    if ((effect_.OutFlags() & PF_OutFlag_USE_OUTPUT_EXTENT) != 0) {
+      output.extent_hint = part;
+      session_.InData().extent_hint = part;
+    }
+    std::vector<PF_ParamDef> params;
+    World transparent;
+    if (!MakeParams(params, transparent)) {
+      return;
+    }
+    std::vector<PF_ParamDef*> pointers;
+    for (PF_ParamDef& param : params) {
+      pointers.push_back(&param);
+    }
+    if (Send(PF_Cmd_FRAME_SETUP, "FRAME_SETUP", pointers.data(), &output)) {
+      Send(PF_Cmd_RENDER, "RENDER", pointers.data(), &output);
+      Send(PF_Cmd_FRAME_SETDOWN, "FRAME_SETDOWN", pointers.data(), &output);
+    }
+    const bool whole = region_.left == frame.left && region_.top == frame.top &&
+                       region_.right == frame.right && region_.bottom == frame.bottom;
+    if (whole) {
+      CheckGuard(canvas);
+      result_.output = std::move(canvas);
+    } else {
+      CropToRegion(std::move(canvas));
+    }
+  }
+
+  /// The values at the current time; of the layers only the effect's own input has pixels.
+  bool MakeParams(std::vector<PF_ParamDef>& params, World& transparent) {
+    for (PF_ParamIndex index = 0; index < session_.ParamCount(); ++index) {
+      PF_ParamDef param{};
+      session_.FillParam(index, settings_.currentTime, settings_.timeScale, param);
+      if (index == 0 && !MakeInput(param.u.ld, transparent)) {
+        return false;
+      }
+      if (index > 0 && session_.IsLayer(index)) {
+        param.u.ld = PF_LayerDef{};
+      }
+      params.push_back(param);
+    }
+    return true;
+  }
+
+  /// The effect's own input; without a frame transparent pixels stand for it.
+  bool MakeInput(PF_LayerDef& input, World& transparent) {
+    if (input.data == nullptr) {
+      if (!MakeCanvas(session_.FrameRect(), transparent)) {
+        return false;
+      }
+      input = transparent.View();
+      input.extent_hint = {0, 0, 0, 0};
+    }
+    input.pix_aspect_ratio = settings_.pixelAspect;
+    input.origin_x = 0;
+    input.origin_y = 0;
+    return true;
+  }
+
+  // ---- The end ----
+
+  void Finish() {
+    session_.CloseAccounts();
+    if (result_.error == PF_Err_NONE && session_.WasCancelled()) {
+      Fail(PF_Interrupt_CANCEL, {});
+    }
+    if (result_.error != PF_Err_NONE && result_.error != PF_Interrupt_CANCEL) {
+      result_.output = World();
+    }
+    result_.effectMessage = session_.Message();
+    result_.diagnostics = session_.diagnostics;
+  }
+
+  // Sequences are set up one at a time, whichever effects they are of.
+  static std::mutex sequenceMutex_;
+
+  const Effect& effect_;
+  const RenderSettings& settings_;
+  PF_MainEntryFn entry_;
+  Session session_;
+  PF_LRect region_;
+  RenderResult result_;
+};
+
+std::mutex FrameRender::sequenceMutex_;
+
+}  // namespace
+
+RenderResult RenderFrame(const Effect& effect, const RenderSettings& settings) {
+  RenderResult result;
+  result.errorText = SettingsTrouble(effect, settings);
+  if (!result.errorText.empty()) {
+    result.error = PF_Err_BAD_CALLBACK_PARAM;
+    return result;
+  }
+  std::unique_lock lock(effect.CommandMutex(), std::defer_lock);
+  if (!effect.SupportsThreadedRendering()) {
+    lock.lock();
+  }
+  return FrameRender(effect, settings).Run();
+}
+
+}  // namespace veltra::host

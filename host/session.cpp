@@ -1,0 +1,267 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The state of one session.
+
+#include "host/session.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "host/world_view.h"
+
+namespace veltra::host {
+namespace {
+
+constexpr std::uint64_t kSessionMagic = 0x56454C5452415345U;
+
+thread_local Session* currentSession = nullptr;
+
+std::string TextOf(const A_char (&text)[kHostMessageCapacity]) {
+  return {text,
+          static_cast<std::size_t>(std::find(text, text + kHostMessageCapacity, '\0') - text)};
+}
+
+}  // namespace
+
+Session::Session(const std::vector<ControlDeclaration>& controls, PF_Handle globalData,
+                 const RenderSettings* settings)
+    : magic_(kSessionMagic), controls_(controls), settings_(settings) {
+  SetUpInData();
+  inData_.global_data = globalData;
+}
+
+Session::~Session() {
+  magic_ = 0;
+}
+
+Session* Session::From(PF_ProgPtr ref) {
+  auto* session = static_cast<Session*>(static_cast<void*>(ref));
+  return session != nullptr && session->magic_ == kSessionMagic ? session : nullptr;
+}
+
+Session* Session::Current() {
+  return currentSession;
+}
+
+SessionScope::SessionScope(Session* session) : before_(currentSession) {
+  currentSession = session;
+}
+
+SessionScope::~SessionScope() {
+  currentSession = before_;
+}
+
+void Session::SetUpInData() {
+  inData_.inter = InteractCallbacks();
+  inData_.utils = &UtilityCallbacks();
+  inData_.effect_ref = static_cast<PF_ProgPtr>(static_cast<void*>(this));
+  inData_.pica_basicP = &BasicSuite();
+  inData_.version = {13, 28};
+  inData_.quality = Draft() ? PF_Quality_LO : PF_Quality_HI;
+  inData_.field = PF_Field_FRAME;
+  inData_.num_params = ParamCount();
+  inData_.downsample_x = {1, 1};
+  inData_.downsample_y = {1, 1};
+  inData_.pixel_aspect_ratio = {1, 1};
+  inData_.time_scale = 1;
+  if (settings_ == nullptr) {
+    return;
+  }
+  inData_.current_time = settings_->currentTime;
+  inData_.time_step = settings_->timeStep;
+  inData_.local_time_step = settings_->timeStep;
+  inData_.total_time = settings_->totalTime;
+  inData_.time_scale = settings_->timeScale;
+  inData_.width = settings_->width;
+  inData_.height = settings_->height;
+  inData_.extent_hint = FrameRect();
+  inData_.downsample_x = {1, static_cast<A_u_long>(settings_->downsample)};
+  inData_.downsample_y = inData_.downsample_x;
+  inData_.pixel_aspect_ratio = settings_->pixelAspect;
+}
+
+PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
+                     PF_LayerDef* output, void* extra) {
+  outData_ = PF_OutData{};
+  outData_.global_data = inData_.global_data;
+  outData_.sequence_data = inData_.sequence_data;
+  outData_.frame_data = inData_.frame_data;
+  const SessionScope scope(this);
+  PF_Err error = PF_Err_NONE;
+  try {
+    error = entry(command, &inData_, &outData_, params, output, extra);
+  } catch (...) {
+    threwException_ = true;
+    Violation("an exception escaped from the effect");
+    error = PF_Err_INTERNAL_STRUCT_DAMAGED;
+  }
+  inData_.global_data = outData_.global_data;
+  inData_.sequence_data = outData_.sequence_data;
+  inData_.frame_data = outData_.frame_data;
+  if (outData_.return_msg[0] != '\0') {
+    message_ = TextOf(outData_.return_msg);
+  }
+  return error;
+}
+
+// ---- Abort and progress ----
+
+bool Session::Aborted() {
+  if (settings_ != nullptr && settings_->abort != nullptr &&
+      settings_->abort->load(std::memory_order_relaxed)) {
+    MarkCancelled();
+  }
+  return WasCancelled();
+}
+
+bool Session::AbortedAtRow(A_long row) {
+  if (settings_ != nullptr && settings_->hooks != nullptr && settings_->hooks->AbortAtRow(row)) {
+    MarkCancelled();
+  }
+  return Aborted();
+}
+
+void Session::ReportProgress(A_long current, A_long total) {
+  if (WantsProgress()) {
+    const std::lock_guard lock(progressMutex_);
+    settings_->progress(current, total);
+  }
+}
+
+// ---- Parameters ----
+
+bool Session::IsLayer(PF_ParamIndex index) const {
+  return index == 0 || (index > 0 && index < ParamCount() &&
+                        controls_[static_cast<std::size_t>(index - 1)].type == PF_Param_LAYER);
+}
+
+A_long Session::ReducedPoint(A_long coordinate) const {
+  const std::int64_t factor = settings_->downsample;
+  // Rounded half up; the offset keeps the division one of positive numbers.
+  const std::int64_t offset = std::int64_t{1} << 40;
+  return static_cast<A_long>((2 * (coordinate + offset * factor) + factor) / (2 * factor) - offset);
+}
+
+bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_ParamDef& param) {
+  if (index < 0 || index >= ParamCount() || settings_ == nullptr) {
+    return false;
+  }
+  param = PF_ParamDef{};
+  if (index > 0) {
+    param = controls_[static_cast<std::size_t>(index - 1)].raw;
+  }
+  if (IsLayer(index)) {
+    param.param_type = PF_Param_LAYER;
+    param.u.ld = PF_LayerDef{};
+    const World* world = LayerWorld(index);
+    if (settings_->mode == RenderMode::kClassic && world != nullptr) {
+      param.u.ld =
+          LayerView(*world, {world->OriginX(), world->OriginY(), world->OriginX() + world->Width(),
+                             world->OriginY() + world->Height()});
+    }
+    return true;
+  }
+  const ControlDeclaration& control = controls_[static_cast<std::size_t>(index - 1)];
+  const auto set = settings_->controls.find(index);
+  ControlValue value = ControlDefault(control, settings_->width, settings_->height);
+  if (settings_->controlAt) {
+    value = settings_->controlAt(index, time, scale);
+  } else if (set != settings_->controls.end()) {
+    value = set->second;
+  }
+  switch (control.type) {
+    case PF_Param_FIX_SLIDER:
+      param.u.fd.value = value.x;
+      break;
+    case PF_Param_CHECKBOX:
+      param.u.bd.value = value.x;
+      break;
+    case PF_Param_POPUP:
+      param.u.pd.value = value.x;
+      break;
+    case PF_Param_POINT:
+      param.u.td.x_value = ReducedPoint(value.x);
+      param.u.td.y_value = ReducedPoint(value.y);
+      break;
+    default:
+      break;  // as declared: this host does not know where such a value lies
+  }
+  return true;
+}
+
+// ---- Layers ----
+
+PF_LRect Session::FrameRect() const {
+  return {0, 0, DownsampledLength(settings_->width, settings_->downsample),
+          DownsampledLength(settings_->height, settings_->downsample)};
+}
+
+const World* Session::LayerWorld(PF_ParamIndex index) const {
+  if (index == 0) {
+    return settings_->input;
+  }
+  const auto found = settings_->layers.find(index);
+  return found != settings_->layers.end() ? found->second : nullptr;
+}
+
+PF_EffectWorld Session::LayerView(const World& world, const PF_LRect& rect) {
+  PF_EffectWorld view = world.View(rect);
+  view.extent_hint = VisibleExtent(view, world.PixelDepth());
+  const std::lock_guard lock(mutex);
+  const std::size_t count = areaSumsCount_.load(std::memory_order_relaxed);
+  const bool known = std::any_of(areaSums_.begin(), areaSums_.begin() + count,
+                                 [&view](const auto& sums) { return sums->IsOf(view); });
+  if (!known && count < kMaxAreaSums && view.width > 0 && view.height > 0) {
+    areaSums_[count] = MakeAreaSums(view, world.PixelDepth());
+    areaSumsCount_.store(count + (areaSums_[count] != nullptr ? 1 : 0), std::memory_order_release);
+  }
+  return view;
+}
+
+AreaSumsBase* Session::FindAreaSums(const PF_EffectWorld& view) const {
+  const std::size_t count = areaSumsCount_.load(std::memory_order_acquire);
+  for (std::size_t i = 0; i < count; ++i) {
+    if (areaSums_[i]->IsOf(view)) {
+      return areaSums_[i].get();
+    }
+  }
+  return nullptr;
+}
+
+// ---- Accounts ----
+
+void Session::Violation(const std::string& text) {
+  const std::lock_guard lock(mutex);
+  auto& all = diagnostics.violations;
+  if (std::find(all.begin(), all.end(), text) == all.end()) {
+    all.push_back(text);
+  }
+}
+
+void Session::CountSuite(const char* name, A_long version, int step) {
+  const std::lock_guard lock(mutex);
+  (step > 0 ? diagnostics.suitesAcquired : diagnostics.suitesReleased) += 1;
+  suiteBalance_[{name, version}] += step;
+}
+
+void Session::CloseAccounts() {
+  for (const auto& [suite, balance] : suiteBalance_) {
+    if (balance != 0) {
+      Violation("suite \"" + suite.first + "\" version " + std::to_string(suite.second) +
+                (balance > 0 ? " was not released" : " was released without being acquired"));
+    }
+  }
+  const RenderDiagnostics& taken = diagnostics;
+  const auto compare = [this](int out, int back, const char* what) {
+    if (out != back) {
+      Violation(std::string(what) + ": " + std::to_string(out) + " taken, " + std::to_string(back) +
+                " returned");
+    }
+  };
+  compare(taken.paramCheckouts, taken.paramCheckins, "parameters");
+  compare(taken.layerCheckouts, taken.layerCheckins, "layer pixels");
+  compare(taken.worldsMade, taken.worldsDisposed, "worlds");
+  compare(taken.blocksAllocated, taken.blocksFreed, "memory blocks");
+}
+
+}  // namespace veltra::host
