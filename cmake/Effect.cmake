@@ -22,8 +22,10 @@ add_library(
 veltra_target(veltra_effect_objects)
 target_link_libraries(veltra_effect_objects PUBLIC veltra_host_api veltra_numerics)
 if(VELTRA_COVERAGE)
-  target_compile_options(veltra_effect_objects PRIVATE --coverage -fprofile-update=atomic)
-  target_link_options(veltra_effect_objects PUBLIC --coverage)
+  foreach(target veltra_effect_objects veltra_numerics)
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    target_link_options(${target} PUBLIC --coverage)
+  endforeach()
 endif()
 
 add_library(veltra_effect MODULE)
