@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kPiValue = 3.141592653589793;
 constexpr PF_Fixed kMostNegative = std::numeric_limits<PF_Fixed>::min();
+constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
 
 /// The last sample that a per-pixel function asked of the capturing sampler, and its answer.
 template <class Pixel>
@@ -267,7 +268,7 @@ TYPED_TEST(PerPixel, GivesTheMostNegativePositionWhereNoneFits) {
   EXPECT_EQ(Capture<TypeParam>::last.y, kMostNegative);
   this->Run(false, 1024, 540);
   EXPECT_EQ(Capture<TypeParam>::last.y, kMostNegative) << "and far below it";
-  this->record_.spanNormal = {NAN, NAN, NAN};
+  this->record_.spanNormal = {kNotANumber, kNotANumber, kNotANumber};
   this->Run(false, 1024, 512);
   EXPECT_EQ(Capture<TypeParam>::last.x, kMostNegative) << "nothing rejects what is no number";
   EXPECT_EQ(Capture<TypeParam>::last.y, kMostNegative);
