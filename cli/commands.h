@@ -1,0 +1,52 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The program's commands and what they share. A new command is a routine declared here and a
+// line in the table of commands.cpp.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/effect.h"
+
+namespace CLI {
+class App;
+}
+
+namespace veltra::cli {
+
+/// What follows the command's name on the command line.
+using Arguments = std::vector<std::string>;
+
+struct Command {
+  std::string_view name;
+  std::string_view summary;  ///< one line for the list of commands
+  /// Does the work and returns the exit code; throws Error for a failure with its own.
+  int (*run)(const Arguments& arguments);
+};
+
+/// All commands, in the order of the help.
+std::span<const Command> Commands();
+
+int RunRender(const Arguments& arguments);
+int RunControls(const Arguments& arguments);
+int RunAbout(const Arguments& arguments);
+int RunSample(const Arguments& arguments);
+int RunCompletion(const Arguments& arguments);
+
+/// Lets `app` read the arguments. Returns false when help was asked for and printed; throws
+/// UsageError for what the command line should not have.
+bool ParseArguments(CLI::App& app, const Arguments& arguments);
+
+/// Opens and sets up the effect of this path, or the one beside the program where the path is
+/// empty. Throws RenderError.
+std::shared_ptr<const host::Effect> LoadEffect(const std::string& path);
+
+/// Runs the program: `arguments` without the program's own name. Prints failures on standard
+/// error and returns the exit code.
+int RunProgram(const Arguments& arguments);
+
+}  // namespace veltra::cli

@@ -1,0 +1,109 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Radiance HDR files through the single-header reader, which this file alone compiles.
+#define STB_IMAGE_IMPLEMENTATION
+#define STB_IMAGE_STATIC
+#define STBI_ONLY_HDR
+#define STBI_NO_STDIO
+#define STBI_MAX_DIMENSIONS 30000
+#include <stb/stb_image.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "cli/error.h"
+#include "cli/picture_formats.h"
+
+namespace veltra::cli {
+namespace {
+
+/// The reader takes missing bytes for zeros, so a file that ends early is noticed here: it asks
+/// for more only when it needs more.
+struct HdrInput {
+  const ByteSource* source = nullptr;
+  std::uint64_t offset = 0;
+  bool endedEarly = false;
+};
+
+int ReadInput(void* user, char* out, int size) {
+  auto* input = static_cast<HdrInput*>(user);
+  const std::size_t got =
+      input->source->ReadAt(input->offset, out, static_cast<std::size_t>(std::max(size, 0)));
+  input->endedEarly = input->endedEarly || got == 0;
+  input->offset += got;
+  return static_cast<int>(got);
+}
+
+void SkipInput(void* user, int count) {
+  auto* input = static_cast<HdrInput*>(user);
+  input->offset += static_cast<std::uint64_t>(std::max(count, 0));
+}
+
+int InputEnded(void* user) {
+  const auto* input = static_cast<HdrInput*>(user);
+  return input->offset >= input->source->Size() ? 1 : 0;
+}
+
+constexpr stbi_io_callbacks kCallbacks = {ReadInput, SkipInput, InputEnded};
+
+struct FreePixels {
+  void operator()(float* pixels) const { stbi_image_free(pixels); }
+};
+
+class HdrReader : public PictureReader {
+ public:
+  explicit HdrReader(const ByteSource& source) : source_(source) {
+    HdrInput input{&source_, 0, false};
+    int channels = 0;
+    if (stbi_info_from_callbacks(&kCallbacks, &input, &info_.width, &info_.height, &channels) ==
+        0) {
+      ThrowDamaged("Radiance HDR", "no usable header");
+    }
+    CheckPictureSize(info_.width, info_.height);
+    info_.format = PictureFormat::kHdr;
+    info_.channels = 3;
+    info_.stored = SampleType::kFloat;
+    info_.rowType = SampleType::kFloat;
+  }
+
+  void ReadRows(int first, int count, std::byte* out) override {
+    Load();
+    std::memcpy(out,
+                reinterpret_cast<const std::byte*>(pixels_.get()) +
+                    static_cast<std::size_t>(first) * info_.RowBytes(),
+                static_cast<std::size_t>(count) * info_.RowBytes());
+    if (first + count == info_.height) {
+      pixels_.reset();
+    }
+  }
+
+ private:
+  void Load() {
+    if (pixels_ != nullptr) {
+      return;
+    }
+    HdrInput input{&source_, 0, false};
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+    pixels_.reset(stbi_loadf_from_callbacks(&kCallbacks, &input, &width, &height, &channels, 3));
+    if (pixels_ == nullptr) {
+      const char* reason = stbi_failure_reason();
+      ThrowDamaged("Radiance HDR", reason == nullptr ? "" : reason);
+    }
+    if (input.endedEarly || width != info_.width || height != info_.height) {
+      ThrowDamaged("Radiance HDR", "the file ends early");
+    }
+  }
+
+  const ByteSource& source_;
+  std::unique_ptr<float, FreePixels> pixels_;
+};
+
+}  // namespace
+
+std::unique_ptr<PictureReader> OpenHdr(const ByteSource& source) {
+  return std::make_unique<HdrReader>(source);
+}
+
+}  // namespace veltra::cli

@@ -1,0 +1,280 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// PNG files through libpng.
+#include <png.h>
+
+#include <bit>
+#include <csetjmp>
+#include <cstring>
+#include <utility>
+
+#include "cli/error.h"
+#include "cli/picture_formats.h"
+
+namespace veltra::cli {
+namespace {
+
+/// libpng leaves a failure by longjmp to the place that Guarded sets; the text waits here.
+struct PngFailure {
+  char text[128] = "";
+};
+
+void OnError(png_structp png, png_const_charp text) {
+  auto* failure = static_cast<PngFailure*>(png_get_error_ptr(png));
+  std::strncpy(failure->text, text, sizeof(failure->text) - 1);
+  png_longjmp(png, 1);
+}
+
+void OnWarning(png_structp, png_const_charp) {}
+
+/// Runs calls of libpng; false when one failed. What runs must own nothing that needs a
+/// destructor, since a failure jumps over it.
+template <class Calls>
+bool Guarded(png_structp png, const Calls& calls) {
+  if (setjmp(png_jmpbuf(png)) != 0) {  // NOLINT(cert-err52-cpp): how libpng reports failures
+    return false;
+  }
+  calls();
+  return true;
+}
+
+// ---- Reading ----
+
+struct SourcePosition {
+  const ByteSource* source = nullptr;
+  std::uint64_t offset = 0;
+};
+
+void ReadBytes(png_structp png, png_bytep out, std::size_t size) {
+  auto* position = static_cast<SourcePosition*>(png_get_io_ptr(png));
+  if (position->source->ReadAt(position->offset, out, size) != size) {
+    png_error(png, "the file ends early");
+  }
+  position->offset += size;
+}
+
+class PngReader : public PictureReader {
+ public:
+  explicit PngReader(const ByteSource& source) : position_{&source, 0} {
+    png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &failure_, OnError, OnWarning);
+    pngInfo_ = png_ == nullptr ? nullptr : png_create_info_struct(png_);
+    if (pngInfo_ == nullptr) {
+      png_destroy_read_struct(&png_, nullptr, nullptr);
+      throw RenderError("out of memory");
+    }
+    try {
+      ReadHeader();
+    } catch (...) {
+      png_destroy_read_struct(&png_, &pngInfo_, nullptr);
+      throw;
+    }
+  }
+
+  ~PngReader() override { png_destroy_read_struct(&png_, &pngInfo_, nullptr); }
+
+  void ReadRows(int first, int count, std::byte* out) override {
+    if (interlaced_) {
+      ReadWhole();
+      const std::size_t bytes = info_.RowBytes();
+      std::memcpy(out, whole_.data() + static_cast<std::size_t>(first) * bytes,
+                  static_cast<std::size_t>(count) * bytes);
+      if (first + count == info_.height) {
+        std::vector<std::byte>().swap(whole_);
+      }
+      return;
+    }
+    const bool read = Guarded(png_, [&] {
+      for (int row = 0; row < count; ++row) {
+        png_read_row(
+            png_,
+            reinterpret_cast<png_bytep>(out + static_cast<std::size_t>(row) * info_.RowBytes()),
+            nullptr);
+      }
+    });
+    if (!read) {
+      ThrowDamaged("PNG", failure_.text);
+    }
+  }
+
+ private:
+  void ReadHeader() {
+    png_set_read_fn(png_, &position_, ReadBytes);
+    // The size is judged by CheckPictureSize, which knows what to say.
+    png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+    if (!Guarded(png_, [&] { png_read_info(png_, pngInfo_); })) {
+      ThrowDamaged("PNG", failure_.text);
+    }
+    CheckPictureSize(png_get_image_width(png_, pngInfo_), png_get_image_height(png_, pngInfo_));
+    info_.format = PictureFormat::kPng;
+    info_.width = static_cast<int>(png_get_image_width(png_, pngInfo_));
+    info_.height = static_cast<int>(png_get_image_height(png_, pngInfo_));
+    interlaced_ = png_get_interlace_type(png_, pngInfo_) != PNG_INTERLACE_NONE;
+    ReadProfile();
+    const bool updated = Guarded(png_, [&] {
+      png_set_expand(png_);  // palettes, transparent colours, fewer than 8 bits
+      if (std::endian::native == std::endian::little) {
+        png_set_swap(png_);
+      }
+      if (interlaced_) {
+        png_set_interlace_handling(png_);
+      }
+      png_read_update_info(png_, pngInfo_);
+    });
+    if (!updated) {
+      ThrowDamaged("PNG", failure_.text);
+    }
+    info_.channels = png_get_channels(png_, pngInfo_);
+    info_.stored =
+        png_get_bit_depth(png_, pngInfo_) == 16 ? SampleType::kUint16 : SampleType::kUint8;
+    info_.rowType = info_.stored;
+    if (png_get_rowbytes(png_, pngInfo_) != info_.RowBytes()) {
+      ThrowDamaged("PNG", "unexpected row length");
+    }
+  }
+
+  void ReadProfile() {
+    png_charp name = nullptr;
+    int compression = 0;
+    png_bytep profile = nullptr;
+    png_uint_32 length = 0;
+    if (png_get_iCCP(png_, pngInfo_, &name, &compression, &profile, &length) != 0) {
+      info_.metadata.iccProfile.assign(profile, profile + length);
+    }
+    png_textp texts = nullptr;
+    const int count = png_get_text(png_, pngInfo_, &texts, nullptr);
+    for (int i = 0; i < count; ++i) {
+      if (std::strcmp(texts[i].key, "XML:com.adobe.xmp") == 0 && texts[i].text != nullptr) {
+        info_.metadata.xmp = texts[i].text;
+      }
+    }
+  }
+
+  /// The passes of an interlaced picture need all of it at once.
+  void ReadWhole() {
+    if (!whole_.empty()) {
+      return;
+    }
+    whole_.resize(info_.RowBytes() * static_cast<std::size_t>(info_.height));
+    std::vector<png_bytep> rows(static_cast<std::size_t>(info_.height));
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+      rows[row] = reinterpret_cast<png_bytep>(whole_.data() + row * info_.RowBytes());
+    }
+    if (!Guarded(png_, [&] { png_read_image(png_, rows.data()); })) {
+      ThrowDamaged("PNG", failure_.text);
+    }
+  }
+
+  PngFailure failure_;
+  SourcePosition position_;
+  png_structp png_ = nullptr;
+  png_infop pngInfo_ = nullptr;
+  bool interlaced_ = false;
+  std::vector<std::byte> whole_;
+};
+
+// ---- Writing ----
+
+void WriteBytes(png_structp png, png_bytep bytes, std::size_t size) {
+  if (!static_cast<ByteSink*>(png_get_io_ptr(png))->Write(bytes, size)) {
+    png_error(png, "the file cannot be written");
+  }
+}
+
+void FlushBytes(png_structp) {}
+
+class PngWriter : public PictureWriter {
+ public:
+  PngWriter(ByteSink& sink, int width, int height, const PictureOptions& options)
+      : sink_(sink),
+        rowBytes_(static_cast<std::size_t>(width) * (options.alpha ? 4U : 3U) *
+                  BytesPerSample(options.stored)) {
+    png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &failure_, OnError, OnWarning);
+    pngInfo_ = png_ == nullptr ? nullptr : png_create_info_struct(png_);
+    if (pngInfo_ == nullptr) {
+      png_destroy_write_struct(&png_, nullptr);
+      throw RenderError("out of memory");
+    }
+    if (!Guarded(png_, [&] { WriteHeader(width, height, options); })) {
+      const std::string reason = failure_.text;
+      png_destroy_write_struct(&png_, &pngInfo_);
+      sink_.ThrowIfFailed();
+      throw RenderError("cannot write PNG: " + reason);
+    }
+  }
+
+  ~PngWriter() override { png_destroy_write_struct(&png_, &pngInfo_); }
+
+  void WriteRows(int count, const std::byte* rows) override {
+    Check(Guarded(png_, [&] {
+      for (int row = 0; row < count; ++row) {
+        png_write_row(png_, reinterpret_cast<png_const_bytep>(rows + static_cast<std::size_t>(row) *
+                                                                         rowBytes_));
+      }
+    }));
+  }
+
+  void Finish() override {
+    Check(Guarded(png_, [&] { png_write_end(png_, nullptr); }));
+  }
+
+ private:
+  void Check(bool written) {
+    sink_.ThrowIfFailed();
+    if (!written) {
+      throw RenderError("cannot write PNG: " + std::string(failure_.text));
+    }
+  }
+
+  void SetCompression(const std::string& name) {
+    constexpr int kFastest = 1;
+    constexpr int kBest = 9;
+    const int level = name.empty() || name == "fast" ? kFastest
+                      : name == "none"               ? 0
+                      : name == "best"               ? kBest
+                                                     : name[0] - '0';
+    png_set_compression_level(png_, level);
+    if (level <= kFastest) {
+      // One cheap filter, not a search among five: the fast levels are for speed.
+      png_set_filter(png_, PNG_FILTER_TYPE_BASE, level == 0 ? PNG_FILTER_NONE : PNG_FILTER_SUB);
+    }
+    constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
+    png_set_compression_buffer_size(png_, kBufferBytes);
+  }
+
+  void WriteHeader(int width, int height, const PictureOptions& options) {
+    png_set_write_fn(png_, &sink_, WriteBytes, FlushBytes);
+    SetCompression(options.compression);
+    png_set_IHDR(png_, pngInfo_, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height),
+                 options.stored == SampleType::kUint16 ? 16 : 8,
+                 options.alpha ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    const PictureMetadata& metadata = options.metadata;
+    if (!metadata.iccProfile.empty()) {
+      png_set_iCCP(png_, pngInfo_, "icc", PNG_COMPRESSION_TYPE_BASE, metadata.iccProfile.data(),
+                   static_cast<png_uint_32>(metadata.iccProfile.size()));
+    }
+    png_write_info(png_, pngInfo_);
+    if (options.stored == SampleType::kUint16 && std::endian::native == std::endian::little) {
+      png_set_swap(png_);
+    }
+  }
+
+  PngFailure failure_;
+  ByteSink& sink_;
+  std::size_t rowBytes_;
+  png_structp png_ = nullptr;
+  png_infop pngInfo_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<PictureReader> OpenPng(const ByteSource& source) {
+  return std::make_unique<PngReader>(source);
+}
+
+std::unique_ptr<PictureWriter> CreatePng(ByteSink& sink, int width, int height,
+                                         const PictureOptions& options) {
+  return std::make_unique<PngWriter>(sink, width, height, options);
+}
+
+}  // namespace veltra::cli

@@ -1,0 +1,127 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Moves pictures between files and worlds without a second copy of either.
+#include "cli/picture_world.h"
+
+#include <algorithm>
+#include <exception>
+#include <mutex>
+#include <vector>
+
+#include "cli/error.h"
+#include "cli/interrupt.h"
+#include "cli/picture_rows.h"
+
+namespace veltra::cli {
+namespace {
+
+using host::Depth;
+using host::ThreadPool;
+using host::World;
+
+// Small enough to stay in a core's cache between reading and converting.
+constexpr std::size_t kBlockBytes = std::size_t{1} << 17;
+
+int BlockRows(const PictureReader& reader) {
+  const auto rows = static_cast<int>(
+      std::max<std::size_t>(1, kBlockBytes / std::max<std::size_t>(1, reader.Info().RowBytes())));
+  return std::max(reader.PreferredRows(), reader.AnyOrder() ? rows : 1);
+}
+
+/// Calls piece(0) .. piece(count - 1) on the pool, or here where there is none.
+template <class Piece>
+void ForEach(ThreadPool* pool, int count, const Piece& piece) {
+  if (pool != nullptr && count > 1) {
+    pool->ForEach(count, piece);
+    return;
+  }
+  for (int i = 0; i < count; ++i) {
+    piece(i);
+  }
+}
+
+/// Rows in any order: every block is read and converted by whichever thread is free.
+void ReadBlocks(PictureReader& reader, World& world, ThreadPool* pool, int blockRows) {
+  const PictureInfo& info = reader.Info();
+  const int blocks = (info.height + blockRows - 1) / blockRows;
+  std::mutex mutex;
+  std::exception_ptr failure;
+  ForEach(pool, blocks, [&](int block) {
+    try {
+      ThrowIfInterrupted();
+      const int first = block * blockRows;
+      const int count = std::min(blockRows, info.height - first);
+      std::vector<std::byte> rows(info.RowBytes() * static_cast<std::size_t>(count));
+      reader.ReadRows(first, count, rows.data());
+      for (int row = 0; row < count; ++row) {
+        UnpackRow(info, rows.data() + static_cast<std::size_t>(row) * info.RowBytes(),
+                  world.PixelDepth(), world.RowAddress(first + row));
+      }
+    } catch (...) {
+      const std::lock_guard lock(mutex);
+      failure = std::current_exception();
+    }
+  });
+  if (failure != nullptr) {
+    std::rethrow_exception(failure);
+  }
+}
+
+}  // namespace
+
+Depth DepthOf(const PictureInfo& info) {
+  return info.stored == SampleType::kUint8    ? Depth::k8
+         : info.stored == SampleType::kUint16 ? Depth::k16
+                                              : Depth::kFloat;
+}
+
+World ReadWorld(PictureReader& reader, Depth depth, ThreadPool* pool) {
+  const PictureInfo& info = reader.Info();
+  host::Expected<World> made = World::Create(info.width, info.height, depth);
+  if (!made) {
+    throw RenderError(made.ErrorText());
+  }
+  World world = std::move(*made);
+  const int blockRows = BlockRows(reader);
+  if (reader.AnyOrder()) {
+    ReadBlocks(reader, world, pool, blockRows);
+    return world;
+  }
+  std::vector<std::byte> rows(info.RowBytes() *
+                              static_cast<std::size_t>(std::min(blockRows, info.height)));
+  for (int first = 0; first < info.height; first += blockRows) {
+    ThrowIfInterrupted();
+    const int count = std::min(blockRows, info.height - first);
+    reader.ReadRows(first, count, rows.data());
+    ForEach(pool, blockRows > 1 ? count : 1, [&](int row) {
+      UnpackRow(info, rows.data() + static_cast<std::size_t>(row) * info.RowBytes(), depth,
+                world.RowAddress(first + row));
+    });
+  }
+  return world;
+}
+
+void WriteWorld(const World& world, ByteSink& sink, const PictureOptions& options,
+                ThreadPool* pool) {
+  const auto writer = CreatePicture(sink, world.Width(), world.Height(), options);
+  const PackedRow format{options.stored, options.alpha, IsPremultiplied(options.format)};
+  const std::size_t rowBytes = format.PixelBytes() * static_cast<std::size_t>(world.Width());
+  const int blockRows = writer->PreferredRows();
+  std::vector<std::byte> rows(rowBytes *
+                              static_cast<std::size_t>(std::min(blockRows, world.Height())));
+  for (int first = 0; first < world.Height(); first += blockRows) {
+    ThrowIfInterrupted();
+    const int count = std::min(blockRows, world.Height() - first);
+    // The integer conversions are quicker than waking a thread.
+    ForEach(format.stored == SampleType::kHalf || format.premultiplied ? pool : nullptr, count,
+            [&](int row) {
+              PackRow(world.PixelDepth(), world.RowAddress(first + row), world.Width(), format,
+                      rows.data() + static_cast<std::size_t>(row) * rowBytes);
+            });
+    writer->WriteRows(count, rows.data());
+  }
+  writer->Finish();
+  sink.ThrowIfFailed();
+}
+
+}  // namespace veltra::cli

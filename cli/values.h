@@ -1,0 +1,77 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Values as people write them: sizes, ranges, points, percentages.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host_api/types.h"
+
+namespace veltra::cli {
+
+// Every parser takes all of the text or throws UsageError with what was expected instead, as
+// "'4k' is not a size (expected WIDTHxHEIGHT, such as 4096x2048)".
+
+/// A whole decimal number between `least` and `most`.
+int ParseInteger(std::string_view text, int least, int most);
+
+/// A decimal number; infinities and NaN are not numbers.
+double ParseNumber(std::string_view text);
+
+/// A decimal number as signed 16.16, rounded to nearest; `text` must fit.
+PF_Fixed ParseFixed(std::string_view text);
+
+/// "on", "off", "true", "false", "yes", "no", "1" and "0".
+bool ParseSwitch(std::string_view text);
+
+struct PictureSize {
+  int width = 0;
+  int height = 0;
+};
+/// "4096x2048", within what the host's worlds can be.
+PictureSize ParseSize(std::string_view text);
+
+/// "X,Y,WIDTH,HEIGHT" with positive sizes.
+PF_LRect ParseRegion(std::string_view text);
+
+/// "N/D", "N" or a decimal such as "0.9091", positive.
+PF_RationalScale ParseRatio(std::string_view text);
+
+/// One coordinate of a point.
+struct Coordinate {
+  double value = 0;      ///< pixels of the full-resolution frame, or percent of its side
+  bool percent = false;  ///< "54%"
+
+  /// As signed 16.16 pixels on a side of this length, rounded to nearest. Throws UsageError
+  /// when that does not fit.
+  PF_Fixed OnSide(int length) const;
+};
+struct PointText {
+  Coordinate x;
+  Coordinate y;
+};
+/// "X,Y", each in pixels or, with a % sign, in percent.
+PointText ParsePoint(std::string_view text);
+
+/// Frame numbers first, first + step, ... up to last.
+struct FrameRange {
+  int first = 0;
+  int last = 0;
+  int step = 1;
+  std::vector<int> Numbers() const;
+};
+/// "7", "1-240" or "1-240x2"; numbers are not negative.
+FrameRange ParseFrames(std::string_view text);
+
+/// 16.16 as the shortest decimal that reads back the same.
+std::string FixedText(PF_Fixed value);
+
+/// "'TEXT' is not KIND (expected EXPECTED)", thrown.
+[[noreturn]] void ThrowNotA(std::string_view text, std::string_view kind,
+                            std::string_view expected);
+
+}  // namespace veltra::cli
