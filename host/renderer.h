@@ -65,7 +65,9 @@ struct RenderSettings {
 struct RenderDiagnostics {
   int paramCheckouts = 0;
   int paramCheckins = 0;
-  int layerCheckouts = 0;  ///< pixels fetched in smart render, output apart
+  /// Layer pixels fetched in smart render, output apart. They may stay out: the host takes them
+  /// back when the command ends.
+  int layerCheckouts = 0;
   int layerCheckins = 0;
   int suitesAcquired = 0;
   int suitesReleased = 0;
@@ -73,14 +75,15 @@ struct RenderDiagnostics {
   int worldsDisposed = 0;
   int blocksAllocated = 0;
   int blocksFreed = 0;
+  /// The pre-render asked for pixels of the effect's own input, so there is a use for a frame.
+  bool inputRequested = false;
   /// One line per broken rule of the interface, each kind once.
   std::vector<std::string> violations;
 
-  /// Everything was given back as often as it was taken.
+  /// Everything that has to be given back was, as often as it was taken.
   bool Balanced() const {
-    return paramCheckouts == paramCheckins && layerCheckouts == layerCheckins &&
-           suitesAcquired == suitesReleased && worldsMade == worldsDisposed &&
-           blocksAllocated == blocksFreed;
+    return paramCheckouts == paramCheckins && suitesAcquired == suitesReleased &&
+           worldsMade == worldsDisposed && blocksAllocated == blocksFreed;
   }
 };
 

@@ -259,7 +259,6 @@ void Session::CloseAccounts() {
     }
   };
   compare(taken.paramCheckouts, taken.paramCheckins, "parameters");
-  compare(taken.layerCheckouts, taken.layerCheckins, "layer pixels");
   compare(taken.worldsMade, taken.worldsDisposed, "worlds");
   compare(taken.blocksAllocated, taken.blocksFreed, "memory blocks");
 }

@@ -68,6 +68,7 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, PF_ParamIndex index, A_long checkoutId,
     checkout.id = checkoutId;
     checkout.index = index;
     checkout.rect = granted;
+    session->diagnostics.inputRequested |= index == 0 && !IsEmpty(granted);
     return PF_Err_NONE;
   });
 }
