@@ -199,6 +199,9 @@ struct Callbacks {
     result->max_result_rect = request->rect;
     // The input's own aspect differs, so that a mix-up shows.
     result->par = index == 1 ? host.checkoutAspect : PF_RationalScale{5, 3};
+    if (index == 1 && host.afterLayerCheckout) {
+      host.afterLayerCheckout();
+    }
     return PF_Err_NONE;
   }
 

@@ -81,6 +81,8 @@ class TestHost {
 
   // ---- Commands ----
 
+  /// Another entry from now on.
+  void ReplaceEffect(PF_MainEntryFn effect) { effect_ = effect; }
   PF_Err Send(PF_Cmd cmd, PF_ParamDef** params = nullptr, PF_LayerDef* world = nullptr,
               void* extra = nullptr);
   PF_Err RenderClassic();
@@ -106,6 +108,8 @@ class TestHost {
   IterateCall<PF_PixelFloat> iteratedFloat;
   /// Called while the iteration runs, before its pixels; sees the frame's record alive.
   std::function<void(void* refcon)> onIterate;
+  /// Called last in pre-render's checkout of the chosen layer.
+  std::function<void()> afterLayerCheckout;
   int Calls(const std::string& callback) const;
   /// The frame for the yardstick.
   reference::Frame ReferenceFrame(bool smart) const;

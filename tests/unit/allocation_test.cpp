@@ -1,0 +1,70 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// What becomes of a command when memory runs out: this program's own operator new fails on request.
+#include <cstdlib>
+#include <new>
+
+#include "tests/conformance/stage.h"
+
+namespace {
+
+/// Counts down while the effect runs; the allocation that reaches 0 fails.
+thread_local int allocationsLeft = -1;
+
+bool MustFail() {
+  return allocationsLeft >= 0 && allocationsLeft-- == 0;
+}
+
+void* Allocate(std::size_t size) {
+  return MustFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (void* block = Allocate(size)) {
+    return block;
+  }
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return Allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return Allocate(size);
+}
+void operator delete(void* block) noexcept {
+  std::free(block);
+}
+void operator delete[](void* block) noexcept {
+  std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+  std::free(block);
+}
+void operator delete[](void* block, std::size_t) noexcept {
+  std::free(block);
+}
+
+namespace veltra {
+namespace {
+
+TEST(Allocation, FailingInPreRenderIsOutOfMemory) {
+  conformance::Stage stage(conformance::Depth::k8);
+  // Nothing follows the layer's checkout but the record's allocation.
+  stage.host.afterLayerCheckout = [] { allocationsLeft = 0; };
+  const PF_Err err = stage.host.PreRender();
+  const bool failed = allocationsLeft < 0;
+  allocationsLeft = -1;
+  EXPECT_TRUE(failed) << "an allocation was asked for";
+  EXPECT_EQ(err, PF_Err_OUT_OF_MEMORY);
+  EXPECT_EQ(stage.host.preRender.pre_render_data, nullptr);
+  EXPECT_EQ(stage.host.preRender.delete_pre_render_data_func, nullptr);
+  conformance::ExpectClean(stage);
+}
+
+}  // namespace
+}  // namespace veltra
