@@ -200,7 +200,7 @@ class JobBuilder {
   void AddScene(const Scene& scene, const std::string& path) {
     const std::string folder = std::filesystem::path(path).parent_path().string();
     for (const auto& [name, text] : scene.settings) {
-      FromPlace(Text(path, ": ", name), [&] { Apply(name, text); });
+      FromPlace(Text(path, ": ", name), [&, &name = name, &text = text] { Apply(name, text); });
     }
     for (const SceneControl& control : scene.controls) {
       AddSceneControl(control, path, folder);

@@ -14,6 +14,7 @@
 #include "cli/error.h"
 #include "cli/output_file.h"
 #include "cli/picture_formats.h"
+#include "numerics/compiler.h"
 
 namespace veltra::cli {
 namespace {
@@ -32,6 +33,7 @@ struct TiffFailure {
   std::string text;
 };
 
+VELTRA_PRINTF_LIKE(4, 0)
 int KeepError(TIFF*, void* user, const char*, const char* format, va_list arguments) {
   auto* failure = static_cast<TiffFailure*>(user);
   if (failure->text.empty()) {
