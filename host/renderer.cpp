@@ -380,6 +380,7 @@ class FrameRender {
   void Finish() {
     session_.CloseAccounts();
     if (result_.error == PF_Err_NONE && session_.WasCancelled()) {
+      session_.Violation("the effect answered success although the user had aborted");
       Fail(PF_Interrupt_CANCEL, {});
     }
     if (result_.error != PF_Err_NONE && result_.error != PF_Interrupt_CANCEL) {
