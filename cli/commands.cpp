@@ -23,6 +23,7 @@ constexpr std::array kCommands = {
     Command{"render", "place a layer onto a 360-degree frame, sequence or video", RunRender},
     Command{"controls", "list the controls that the effect declares", RunControls},
     Command{"about", "show what the effect says about itself", RunAbout},
+    Command{"check", "check an effect library for what hosts rely on", RunCheck},
     Command{"sample", "draw a sample frame and layer to try things with", RunSample},
     Command{"completion", "print the completion script for bash", RunCompletion},
 };

@@ -34,6 +34,7 @@ std::span<const Command> Commands();
 int RunRender(const Arguments& arguments);
 int RunControls(const Arguments& arguments);
 int RunAbout(const Arguments& arguments);
+int RunCheck(const Arguments& arguments);
 int RunSample(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);
 

@@ -130,8 +130,8 @@ void PrintJson(std::ostream& out, const Report& report) {
             {"counts",
              {{"passed", report.Count(Outcome::kPassed)},
               {"failed", report.Count(Outcome::kFailed)},
-              {"notApplicable", report.Count(Outcome::kNotApplicable)},
-              {"notRun", report.Count(Outcome::kNotRun)}}}};
+              {"not_applicable", report.Count(Outcome::kNotApplicable)},
+              {"not_run", report.Count(Outcome::kNotRun)}}}};
   Json& tests = json["tests"] = Json::array();
   for (const TestResult& result : report.results) {
     tests.push_back(ToJson(result));

@@ -52,6 +52,16 @@ void TakeLine(std::string_view line, Heard& heard, TestResult& result) {
   }
 }
 
+std::string LastLine(const std::string& output) {
+  const std::size_t end = output.find_last_not_of("\r\n");
+  if (end == std::string::npos) {
+    return {};
+  }
+  const std::size_t lineBreak = output.find_last_of('\n', end);
+  const std::size_t start = lineBreak == std::string::npos ? 0 : lineBreak + 1;
+  return output.substr(start, end + 1 - start);
+}
+
 /// What is wrong about the way the process ended; empty when nothing is.
 std::string TroubleWith(const ChildEnd& end, const Heard& heard,
                         std::chrono::milliseconds timeout) {
@@ -69,7 +79,9 @@ std::string TroubleWith(const ChildEnd& end, const Heard& heard,
       break;
   }
   if (end.status != 0 || !heard.done) {
-    return Text("ended the process with exit status ", end.status, where);
+    const std::string lastWords = LastLine(end.output);
+    return Text("ended the process with exit status ", end.status, where,
+                lastWords.empty() ? "" : " (", lastWords, lastWords.empty() ? "" : ")");
   }
   return {};
 }
@@ -130,8 +142,8 @@ std::vector<std::string> ChildArguments(const Test& test, const TestSettings& se
   if (!settings.resource.empty()) {
     arguments.insert(arguments.end(), {"--resource", settings.resource.string()});
   }
-  // Last, behind the mark that ends the options: a path may start with a dash.
-  arguments.insert(arguments.end(), {"--", settings.library.string()});
+  // Absolute, so that no path can be taken for an option.
+  arguments.push_back(std::filesystem::absolute(settings.library).string());
   return arguments;
 }
 

@@ -366,7 +366,7 @@ host::RenderResult RenderChecked(TestRun& run, const Effect& effect,
   return result;
 }
 
-std::string Difference(const World& part, const World& whole) {
+std::string Difference(const World& part, const World& whole, Compare compare) {
   if (part.Empty() || whole.Empty()) {
     return part.Empty() == whole.Empty() ? "" : "there is only one of the two pictures";
   }
@@ -385,8 +385,12 @@ std::string Difference(const World& part, const World& whole) {
       const auto a = part.Row<Pixel>(y);
       const auto b = whole.Row<Pixel>(y + dy);
       for (A_long x = 0; x < part.Width(); ++x) {
-        ComparePixel(a[static_cast<std::size_t>(x)], b[static_cast<std::size_t>(x + dx)],
-                     x + part.OriginX(), y + part.OriginY(), worst);
+        const Pixel& left = a[static_cast<std::size_t>(x)];
+        const Pixel& right = b[static_cast<std::size_t>(x + dx)];
+        if (compare == Compare::kVisible && left.alpha == 0 && right.alpha == 0) {
+          continue;
+        }
+        ComparePixel(left, right, x + part.OriginX(), y + part.OriginY(), worst);
       }
     }
   });

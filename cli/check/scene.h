@@ -98,9 +98,17 @@ std::string DescribeValue(const host::ControlDeclaration& control, const host::C
 host::RenderResult RenderChecked(TestRun& run, const host::Effect& effect,
                                  const host::RenderSettings& settings);
 
+/// What counts as a difference.
+enum class Compare {
+  kExact,
+  kVisible,  ///< not the colour of what is transparent: an effect may skip such pixels of its
+             ///< input, and another request gives it another part of them
+};
+
 /// Where two pictures of one depth differ most, in words; empty when they are the same. The
 /// pixels of `part` are compared with those of `whole` at the same place in the frame.
-std::string Difference(const host::World& part, const host::World& whole);
+std::string Difference(const host::World& part, const host::World& whole,
+                       Compare compare = Compare::kExact);
 
 /// What is impossible about a picture: 16-bit channels above full scale, floats that are no
 /// numbers. Empty when nothing is.

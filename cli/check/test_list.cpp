@@ -32,9 +32,9 @@ constexpr std::array kTests{
     Test{"unknown-commands", 2, kSetUp, "commands it cannot know are answered with success",
          &TestUnknownCommands},
     // 3: it keeps the host's rules.
-    Test{"reload", 3, kSetUp, "loading and unloading again and again leaves nothing behind",
+    Test{"reload", 3, kRenders, "loading and unloading again and again leaves nothing behind",
          &TestReload},
-    Test{"setup-repeated", 3, kSetUp, "set-up gives the same answers again and in other orders",
+    Test{"setup-repeated", 3, kRenders, "set-up gives the same answers again and in other orders",
          &TestSetupRepeated},
     Test{"rules", 3, kRenders, "a render breaks no rule of the interface", &TestRules},
     Test{"balance", 3, kRenders, "what a render takes it gives back, once", &TestBalance},
