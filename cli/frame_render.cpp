@@ -127,6 +127,16 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   return settings;
 }
 
+bool FrameRenderer::WantsFrame(int frame, const FrameInputs& inputs) const {
+  if (job_.options.classic) {
+    return true;  // the classic command is always handed its input
+  }
+  host::RenderSettings settings = Settings(frame, inputs);
+  settings.preRenderOnly = true;
+  const host::RenderResult result = host::RenderFrame(*job_.effect, settings);
+  return !result.Ok() || result.diagnostics.inputRequested;
+}
+
 RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
                                     const std::function<void(double)>& progress) const {
   host::RenderSettings settings = Settings(frame, inputs);

@@ -45,6 +45,10 @@ class FrameRenderer {
   RenderedFrame Render(int frame, const FrameInputs& inputs,
                        const std::function<void(double)>& progress) const;
 
+  /// Whether the effect wants pixels of the frame at all, which it may not when it does not
+  /// composite; asked by a pre-render alone. `inputs` needs only its size.
+  bool WantsFrame(int frame, const FrameInputs& inputs) const;
+
  private:
   host::RenderSettings Settings(int frame, const FrameInputs& inputs) const;
 

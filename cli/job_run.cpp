@@ -1,10 +1,11 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Stills and sequences: reading, rendering and writing, several frames at once.
+// Runs a job: reading, rendering and writing, several frames at once.
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -20,7 +21,7 @@
 #include "cli/picture_world.h"
 #include "cli/progress.h"
 #include "cli/text.h"
-#include "cli/video_job.h"
+#include "cli/video.h"
 
 namespace veltra::cli {
 namespace {
@@ -126,17 +127,18 @@ SampleType OutputType(const RenderOptions& options, PictureFormat format, Depth 
                                                                     : possible.back();
 }
 
-/// One run over the frames of a still or a sequence.
-class PictureRun {
+/// One run over all frames. Pictures are read and written by whichever thread has the frame;
+/// videos are read and written in order.
+class JobRun {
  public:
-  explicit PictureRun(const RenderJob& job)
+  explicit JobRun(const RenderJob& job)
       : job_(job), frame_(InputMedia(job.options.frame)), output_(OutputMedia(job.options.output)) {
     for (const auto& [index, path] : job.layers) {
       layers_[index] = InputMedia(path);
     }
-    format_ = WritableFormatOf(job.options.output);
-    CheckCompression(format_, job.options.compression);
-    numbers_ = FrameNumbers(job, frame_, layers_, output_);
+    CheckFormat();
+    ProbeVideos();
+    numbers_ = openEnd_ ? VideoNumbers() : FrameNumbers(job, frame_, layers_, output_);
     firstNumber_ = numbers_.front();
     lastNumber_ = numbers_.back();
   }
@@ -144,16 +146,26 @@ class PictureRun {
   void Run();
 
  private:
+  PF_RationalScale Rate() const;
   bool NeedsFrame() const { return frame_.kind != MediaKind::kNone; }
 
+  bool WritesVideo() const { return output_.kind == MediaKind::kVideo; }
+
+  void CheckFormat();
+  void ProbeVideos();
+  std::vector<int> VideoNumbers() const;
+  void OpenVideos();
+  bool ReadVideos(int number, FrameInputs& inputs);
+  void WriteVideo(std::size_t turn, const host::World& picture);
+  void FinishVideo();
   void CheckOutputs();
   void CheckInputs();
   void CheckFolder() const;
   void LookAtFirst();
   void LoadStills();
   void RunFrames(const Spread& spread);
-  void RenderOne(int number, const FrameRenderer& renderer);
-  FrameInputs ReadInputs(int number) const;
+  bool RenderNext(const FrameRenderer& renderer);
+  void ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& inputs) const;
   SharedWorld ReadShared(const std::string& path, PF_RationalScale aspect) const;
   void Write(int number, const host::World& picture);
 
@@ -176,9 +188,161 @@ class PictureRun {
   std::unique_ptr<Progress> progress_;
   std::set<std::string> warned_;
   std::mutex mutex_;
+
+  /// Frames are handed out, and read from videos, one after the other.
+  std::mutex turnMutex_;
+  std::size_t next_ = 0;
+  int videoPosition_ = 1;  ///< number of the next frame in the videos
+  bool openEnd_ = false;   ///< goes on until the frame's video ends
+  std::atomic<bool> stop_{false};
+
+  std::optional<VideoInfo> frameVideo_;
+  std::map<PF_ParamIndex, VideoInfo> layerVideos_;
+  std::unique_ptr<VideoReader> frameReader_;
+  std::map<PF_ParamIndex, std::unique_ptr<VideoReader>> layerReaders_;
+  std::unique_ptr<VideoWriter> writer_;
+  std::size_t written_ = 0;
+  std::condition_variable turnCame_;
 };
 
-void PictureRun::CheckOutputs() {
+/// What the output can be is known from its name alone.
+void JobRun::CheckFormat() {
+  const RenderOptions& options = job_.options;
+  if (!WritesVideo()) {
+    format_ = WritableFormatOf(options.output);
+    CheckCompression(format_, options.compression);
+    return;
+  }
+  if (options.resume) {
+    throw UsageError("--resume: a video can only be written whole");
+  }
+  if (!options.compression.empty() || options.outputDepth) {
+    throw UsageError(Text(options.compression.empty() ? "--output-depth" : "--compression",
+                          ": not for videos (see --video-options)"));
+  }
+}
+
+void JobRun::ProbeVideos() {
+  if (frame_.kind == MediaKind::kVideo) {
+    frameVideo_ = ProbeVideo(job_.options.frame);
+    openEnd_ = !job_.options.frames;
+  }
+  for (const auto& [index, layer] : layers_) {
+    if (layer.kind == MediaKind::kVideo) {
+      layerVideos_.emplace(index, ProbeVideo(layer.At(0)));
+      openEnd_ = openEnd_ || (!job_.options.frames && frame_.kind != MediaKind::kSequence);
+    }
+  }
+  if (openEnd_ && output_.kind == MediaKind::kStill) {
+    throw UsageError(Text(output_.name.Pattern(), ": which frame of the video? (give --frames, or ",
+                          "an output such as name.####.png)"));
+  }
+}
+
+/// All frames of the video, counted from 1, as far as it tells; more may come.
+std::vector<int> JobRun::VideoNumbers() const {
+  const VideoInfo& video = frameVideo_ ? *frameVideo_ : layerVideos_.begin()->second;
+  return FrameRange{1, std::max(1, video.frames), 1}.Numbers();
+}
+
+void JobRun::OpenVideos() {
+  const PF_RationalScale rate = Rate();
+  if (frameVideo_) {
+    frameReader_ = std::make_unique<VideoReader>(*frameVideo_, rate);
+  }
+  for (const auto& [index, video] : layerVideos_) {
+    layerReaders_[index] = std::make_unique<VideoReader>(video, rate);
+  }
+}
+
+/// Reads the videos' frames of this number, which is later than the one before. A layer's video
+/// may end early: from then on there is no layer. False when the frame's video has ended.
+bool JobRun::ReadVideos(int number, FrameInputs& inputs) {
+  const auto advance = [&](std::unique_ptr<VideoReader>& reader) {
+    std::optional<host::World> world;
+    bool there = reader != nullptr;
+    for (int position = videoPosition_; there && position < number; ++position) {
+      there = reader->Skip();
+    }
+    if (there) {
+      world = reader->Next(depth_);
+    }
+    if (!world) {
+      reader.reset();
+    }
+    return world;
+  };
+  if (frameVideo_) {
+    std::optional<host::World> world = advance(frameReader_);
+    if (!world) {
+      return false;
+    }
+    inputs.frame =
+        AtJobResolution(std::move(*world), job_.options.downsample, job_.options.pixelAspect);
+  }
+  bool any = frameVideo_.has_value();
+  for (auto& [index, reader] : layerReaders_) {
+    if (std::optional<host::World> world = advance(reader)) {
+      any = true;
+      inputs.layers[index] = AtJobResolution(std::move(*world), job_.options.downsample,
+                                             job_.options.layerPixelAspect);
+    }
+  }
+  videoPosition_ = number + 1;
+  return any || !openEnd_;
+}
+
+void JobRun::WriteVideo(std::size_t turn, const host::World& picture) {
+  std::unique_lock lock(turnMutex_);
+  turnCame_.wait(lock, [&] { return written_ == turn || stop_; });
+  if (stop_) {
+    return;
+  }
+  if (writer_ == nullptr) {
+    VideoOptions options;
+    options.rate = Rate();
+    options.deep = depth_ != Depth::k8;
+    options.encoder = job_.options.videoOptions;
+    options.source = frameVideo_ ? &*frameVideo_ : nullptr;
+    if (job_.options.frames) {
+      const double rate = static_cast<double>(options.rate.num) / options.rate.den;
+      options.soundStart = (firstNumber_ - 1) / rate;
+      options.soundLength = (lastNumber_ - firstNumber_ + 1) / rate;
+      options.sound = job_.options.frames->step == 1;  // every second frame has no sound to fit
+    }
+    writer_ = std::make_unique<VideoWriter>(job_.options.output, picture.Width(), picture.Height(),
+                                            options);
+  }
+  VideoWriter& writer = *writer_;
+  lock.unlock();
+  writer.Write(picture);  // nobody else has this turn
+  lock.lock();
+  ++written_;
+  turnCame_.notify_all();
+}
+
+void JobRun::FinishVideo() {
+  if (writer_ == nullptr) {
+    throw RenderError(Text(job_.options.output, ": no frames to write"));
+  }
+  if (frameVideo_ && frameVideo_->hasAudio && job_.options.frames &&
+      job_.options.frames->step > 1) {
+    progress_->Warn("the sound is left out, since frames are");
+  }
+  if (!writer_->Finish()) {
+    progress_->Warn(Text(job_.options.output,
+                         ": the spherical metadata could not be kept (.mp4 and .mov can)"));
+  }
+}
+
+PF_RationalScale JobRun::Rate() const {
+  const PF_RationalScale otherwise = frameVideo_             ? frameVideo_->rate
+                                     : !layerVideos_.empty() ? layerVideos_.begin()->second.rate
+                                                             : PF_RationalScale{24, 1};
+  return job_.options.rate.value_or(otherwise);
+}
+
+void JobRun::CheckOutputs() {
   std::vector<int> there;
   std::vector<int> missing;
   for (const int number : numbers_) {
@@ -195,7 +359,7 @@ void PictureRun::CheckOutputs() {
   }
 }
 
-void PictureRun::CheckInputs() {
+void JobRun::CheckInputs() {
   std::vector<Media> sequences;
   if (frame_.kind == MediaKind::kSequence) {
     sequences.push_back(frame_);
@@ -228,7 +392,7 @@ void PictureRun::CheckInputs() {
 }
 
 /// Found out now rather than after the first render.
-void PictureRun::CheckFolder() const {
+void JobRun::CheckFolder() const {
   const std::filesystem::path target(output_.At(firstNumber_));
   const std::filesystem::path folder = target.parent_path();
   std::error_code ignored;
@@ -240,24 +404,30 @@ void PictureRun::CheckFolder() const {
   }
 }
 
-void PictureRun::LookAtFirst() {
+void JobRun::LookAtFirst() {
   const int number = numbers_.front();
-  if (NeedsFrame()) {
+  if (frameVideo_) {
+    first_ = frameVideo_->picture;
+  } else if (NeedsFrame()) {
     first_ = Open(frame_.At(number)).reader->Info();
   } else {
     first_.width = job_.options.size->width;
     first_.height = job_.options.size->height;
     for (const auto& [index, layer] : layers_) {
-      const PictureInfo info = Open(layer.At(number)).reader->Info();
-      first_.stored = info.stored;  // a transparent frame has its layer's depth
+      // A transparent frame has its layer's depth.
+      first_.stored = layer.kind == MediaKind::kVideo
+                          ? layerVideos_.at(index).picture.stored
+                          : Open(layer.At(number)).reader->Info().stored;
     }
   }
   depth_ = job_.options.depth.value_or(DepthOf(first_));
   CheckDepth(job_, depth_);
-  stored_ = OutputType(job_.options, format_, depth_, first_.stored);
+  if (!WritesVideo()) {
+    stored_ = OutputType(job_.options, format_, depth_, first_.stored);
+  }
 }
 
-SharedWorld PictureRun::ReadShared(const std::string& path, PF_RationalScale aspect) const {
+SharedWorld JobRun::ReadShared(const std::string& path, PF_RationalScale aspect) const {
   const OpenedPicture picture = Open(path);
   return Named(path, [&] {
     return AtJobResolution(ReadWorld(*picture.reader, depth_, pool_.get()), job_.options.downsample,
@@ -266,8 +436,8 @@ SharedWorld PictureRun::ReadShared(const std::string& path, PF_RationalScale asp
 }
 
 /// What is the same in every frame is read once.
-void PictureRun::LoadStills() {
-  if (frame_.kind == MediaKind::kStill && numbers_.size() > 1) {
+void JobRun::LoadStills() {
+  if (frame_.kind == MediaKind::kStill && (numbers_.size() > 1 || openEnd_)) {
     stillFrame_ = ReadShared(frame_.At(0), job_.options.pixelAspect);
   }
   for (const auto& [index, layer] : layers_) {
@@ -277,32 +447,33 @@ void PictureRun::LoadStills() {
   }
 }
 
-FrameInputs PictureRun::ReadInputs(int number) const {
-  FrameInputs inputs;
-  inputs.width = first_.width;
-  inputs.height = first_.height;
-  if (stillFrame_ != nullptr) {
-    inputs.frame = stillFrame_;
-  } else if (NeedsFrame()) {
-    const std::string path = frame_.At(number);
-    const OpenedPicture picture = Open(path);
-    inputs.width = picture.reader->Info().width;
-    inputs.height = picture.reader->Info().height;
-    inputs.frame = Named(path, [&] {
-      return AtJobResolution(ReadWorld(*picture.reader, depth_, pool_.get()),
-                             job_.options.downsample, job_.options.pixelAspect);
-    });
-  }
+void JobRun::ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& inputs) const {
   for (const auto& [index, layer] : layers_) {
+    if (layer.kind == MediaKind::kVideo) {
+      continue;
+    }
     const auto still = stillLayers_.find(index);
     inputs.layers[index] = still != stillLayers_.end()
                                ? still->second
                                : ReadShared(layer.At(number), job_.options.layerPixelAspect);
   }
-  return inputs;
+  if (stillFrame_ != nullptr) {
+    inputs.frame = stillFrame_;
+  } else if (NeedsFrame() && !frameVideo_) {
+    const std::string path = frame_.At(number);
+    const OpenedPicture picture = Open(path);
+    inputs.width = picture.reader->Info().width;
+    inputs.height = picture.reader->Info().height;
+    if (renderer.WantsFrame(number, inputs)) {
+      inputs.frame = Named(path, [&] {
+        return AtJobResolution(ReadWorld(*picture.reader, depth_, pool_.get()),
+                               job_.options.downsample, job_.options.pixelAspect);
+      });
+    }
+  }
 }
 
-void PictureRun::Write(int number, const host::World& picture) {
+void JobRun::Write(int number, const host::World& picture) {
   const std::string path = output_.At(number);
   PictureOptions options;
   options.format = format_;
@@ -325,39 +496,65 @@ void PictureRun::Write(int number, const host::World& picture) {
   progress_->FrameDone(number, path);
 }
 
-void PictureRun::RenderOne(int number, const FrameRenderer& renderer) {
-  ThrowIfInterrupted();
-  FrameInputs inputs = ReadInputs(number);
+/// Takes the next frame, if there is one, and does all there is to do for it.
+bool JobRun::RenderNext(const FrameRenderer& renderer) {
+  FrameInputs inputs;
+  inputs.width = first_.width;
+  inputs.height = first_.height;
+  std::size_t turn = 0;
+  int number = 0;
+  {
+    const std::lock_guard lock(turnMutex_);
+    ThrowIfInterrupted();
+    turn = next_;
+    number = turn < numbers_.size()
+                 ? numbers_[turn]
+                 : numbers_.back() + static_cast<int>(turn + 1 - numbers_.size());
+    if (stop_ || (turn >= numbers_.size() && !openEnd_)) {
+      return false;
+    }
+    if (!ReadVideos(number, inputs)) {
+      if (!openEnd_) {
+        throw RenderError(Text(job_.options.frame, ": has no frame ", number));
+      }
+      return false;
+    }
+    ++next_;
+  }
+  ReadInputs(number, renderer, inputs);
   std::function<void(double)> within;
   if (numbers_.size() == 1) {
     within = [this](double fraction) { progress_->Within(fraction); };
   }
   const RenderedFrame rendered = renderer.Render(number, inputs, within);
+  inputs = {};  // not needed while writing
   for (const std::string& warning : rendered.warnings) {
     const std::lock_guard lock(mutex_);
     if (warned_.insert(warning).second) {
       progress_->Warn(warning);
     }
   }
-  inputs = {};  // not needed while writing
-  Write(number, rendered.picture);
+  if (WritesVideo()) {
+    WriteVideo(turn, rendered.picture);
+    progress_->FrameDone(number, "");
+  } else {
+    Write(number, rendered.picture);
+  }
+  return true;
 }
 
-void PictureRun::RunFrames(const Spread& spread) {
-  const PF_RationalScale rate = job_.options.rate.value_or(PF_RationalScale{24, 1});
-  const FrameRenderer renderer(job_, depth_, firstNumber_, lastNumber_, rate, pool_.get());
-  std::atomic<std::size_t> next{0};
-  std::atomic<bool> stop{false};
+void JobRun::RunFrames(const Spread& spread) {
+  const FrameRenderer renderer(job_, depth_, firstNumber_, lastNumber_, Rate(), pool_.get());
   std::exception_ptr failure;
   const auto work = [&] {
-    for (std::size_t i = next++; i < numbers_.size() && !stop; i = next++) {
-      try {
-        RenderOne(numbers_[i], renderer);
-      } catch (...) {
-        const std::lock_guard lock(mutex_);
-        failure = failure == nullptr ? std::current_exception() : failure;
-        stop = true;
+    try {
+      while (RenderNext(renderer)) {
       }
+    } catch (...) {
+      const std::lock_guard lock(turnMutex_);
+      failure = failure == nullptr ? std::current_exception() : failure;
+      stop_ = true;
+      turnCame_.notify_all();
     }
   };
   std::vector<std::thread> helpers;
@@ -374,7 +571,7 @@ void PictureRun::RunFrames(const Spread& spread) {
   }
 }
 
-void PictureRun::Run() {
+void JobRun::Run() {
   CheckOutputs();
   progress_ = std::make_unique<Progress>(job_.options.progress,
                                          static_cast<int>(numbers_.size() + skipped_));
@@ -382,7 +579,7 @@ void PictureRun::Run() {
     CheckInputs();
     CheckFolder();
     LookAtFirst();
-    if (format_ == PictureFormat::kJpeg) {
+    if (format_ == PictureFormat::kJpeg && !WritesVideo()) {
       progress_->Warn("JPEG has no alpha; it is left out");
     }
     const std::uint64_t pixels =
@@ -394,7 +591,11 @@ void PictureRun::Run() {
     pool_ = std::make_unique<host::ThreadPool>(std::max(1, spread.threads - spread.frames + 1));
     progress_->Skip(static_cast<int>(skipped_));
     LoadStills();
+    OpenVideos();
     RunFrames(spread);
+    if (WritesVideo()) {
+      FinishVideo();
+    }
   } else {
     progress_->Skip(static_cast<int>(skipped_));
   }
@@ -404,13 +605,7 @@ void PictureRun::Run() {
 }  // namespace
 
 void RunJob(const RenderJob& job) {
-  const bool videoOut = OutputMedia(job.options.output).kind == MediaKind::kVideo;
-  const bool videoIn = InputMedia(job.options.frame).kind == MediaKind::kVideo;
-  if (videoIn || videoOut) {
-    RunVideoJob(job);
-    return;
-  }
-  PictureRun(job).Run();
+  JobRun(job).Run();
 }
 
 }  // namespace veltra::cli

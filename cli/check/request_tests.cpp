@@ -136,6 +136,9 @@ void TestPreRenderRects(TestRun& run) {
           run.FailStep(rule);
         }
       }
+      if (!IsTransparentOutside(result.output, result.resultRect)) {
+        run.FailStep(Text("there are pixels outside of its result, ", RectText(result.resultRect)));
+      }
       if (!largest) {
         largest = result.maxResultRect;
       } else if (!SameRect(*largest, result.maxResultRect)) {

@@ -442,12 +442,22 @@ std::uint64_t HashOf(const World& picture) {
 }
 
 bool IsTransparent(const World& picture) {
+  return IsTransparentOutside(picture, {0, 0, 0, 0});
+}
+
+bool IsTransparentOutside(const World& picture, const PF_LRect& rect) {
+  const auto isInside = [&rect](A_long x, A_long y) {
+    return x >= rect.left && x < rect.right && y >= rect.top && y < rect.bottom;
+  };
   return WithPixel(picture.PixelDepth(), [&](auto pixel) {
     using Pixel = decltype(pixel);
     for (A_long y = 0; y < picture.Height(); ++y) {
       const auto row = picture.Row<Pixel>(y);
-      if (std::any_of(row.begin(), row.end(), [](const Pixel& p) { return p.alpha > 0; })) {
-        return false;
+      for (A_long x = 0; x < picture.Width(); ++x) {
+        if (row[static_cast<std::size_t>(x)].alpha > 0 &&
+            !isInside(x + picture.OriginX(), y + picture.OriginY())) {
+          return false;
+        }
       }
     }
     return true;

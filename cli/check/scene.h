@@ -119,5 +119,7 @@ std::uint64_t HashOf(const host::World& picture);
 
 /// Whether every pixel is transparent.
 bool IsTransparent(const host::World& picture);
+/// Whether every pixel outside of `rect`, in the frame's coordinates, is transparent.
+bool IsTransparentOutside(const host::World& picture, const PF_LRect& rect);
 
 }  // namespace veltra::cli::check

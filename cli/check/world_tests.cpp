@@ -42,6 +42,18 @@ std::map<PF_ParamIndex, std::uint64_t> HashesOf(const Scene& scene) {
   return hashes;
 }
 
+/// Renders random values into a guarded output and looks at every guard. The scene's worlds must
+/// have been made with guards.
+void RenderGuarded(TestRun& run, const host::Effect& effect, const Scene& scene, const Way& way,
+                   const WorldLayout& layout) {
+  GuardedHooks hooks(layout);
+  RenderSettings settings = SettingsFor(scene, way);
+  settings.hooks = &hooks;
+  SetRandomControls(settings, effect, run.Rng(), Reach::kTame);
+  run.Step(Describe(settings));
+  CheckGuards(run, scene, RenderChecked(run, effect, settings));
+}
+
 }  // namespace
 
 void TestCanaries(TestRun& run) {
@@ -50,16 +62,14 @@ void TestCanaries(TestRun& run) {
   const auto effect = LoadEffect(run);
   for (const Way& way : WaysOf(*effect)) {
     for (const auto& [width, height] : kSizes) {
-      const Scene scene = MakeScene(
-          *effect, run.Rng(),
-          {.width = width, .height = height, .depth = way.depth, .layout = {.guarded = true}});
-      GuardedHooks hooks({.guarded = true});
-      RenderSettings settings = SettingsFor(scene, way);
-      settings.hooks = &hooks;
       for (int round = run.Rounds(2); round > 0 && !run.HadEnough(); --round) {
-        SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
-        run.Step(Describe(settings));
-        CheckGuards(run, scene, RenderChecked(run, *effect, settings));
+        WorldLayout layout =
+            run.Rng().OneIn(2) ? WorldLayout{} : run.Rng().Pick(OddLayouts(way.depth));
+        layout.guarded = true;
+        const Scene scene =
+            MakeScene(*effect, run.Rng(),
+                      {.width = width, .height = height, .depth = way.depth, .layout = layout});
+        RenderGuarded(run, *effect, scene, way, layout);
       }
     }
   }
@@ -115,16 +125,15 @@ void TestSourcesUntouched(TestRun& run) {
 void TestOddSizes(TestRun& run) {
   constexpr std::array<Size, 11> kSizes{Size{1, 1}, {1, 2}, {2, 1},   {2, 2},   {1, 50}, {50, 1},
                                         {3, 3},     {7, 5}, {13, 29}, {127, 3}, {257, 2}};
+  constexpr WorldLayout kGuarded{.guarded = true};
   const auto effect = LoadEffect(run);
   for (const Way& way : WaysOf(*effect)) {
     for (const auto& [width, height] : kSizes) {
       const Scene scene =
-          MakeScene(*effect, run.Rng(), {.width = width, .height = height, .depth = way.depth});
-      RenderSettings settings = SettingsFor(scene, way);
+          MakeScene(*effect, run.Rng(),
+                    {.width = width, .height = height, .depth = way.depth, .layout = kGuarded});
       for (int round = run.Rounds(2); round > 0 && !run.HadEnough(); --round) {
-        SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
-        run.Step(Describe(settings));
-        RenderChecked(run, *effect, settings);
+        RenderGuarded(run, *effect, scene, way, kGuarded);
       }
     }
   }
