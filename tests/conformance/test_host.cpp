@@ -213,6 +213,7 @@ struct Callbacks {
     }
     if (host.preRenderIds_.count(id) == 0) {
       host.Violation("checkout_layer_pixels of an id that pre-render did not check out");
+      return PF_Err_INVALID_INDEX;
     }
     if (!host.fetched_.insert(id).second) {
       host.Violation("checkout_layer_pixels twice");

@@ -4,10 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 
 #include "render/path_geometry.h"
-#include "render/pixel/map_to_layer.h"
 #include "render/placement_record.h"
+#include "tests/conformance/record_image.h"
 #include "tests/reference/geometry.h"
 
 namespace veltra {
@@ -120,69 +121,18 @@ TEST(SoloHalfBandAngle, MeasuresTheLayerWithTheFramesScales) {
   EXPECT_EQ(SoloHalfBandAngle(30, 500, 100, aspect), HalfBandAngle(100 * 179.0 / 1000));
 }
 
-/// The strip of the worked figures: 60 degrees of the equator, 20 high, in a 2048 x 1024 frame.
-PlacementRecord HandMadeRecord() {
-  PlacementRecord r{};
-  r.normScaleX = 2.0 / 2048;
-  r.normScaleY = 2.0 / 1024;
-  r.halfBandAngle = 10 * kRadiansPerDegree;
-  r.opacity = 1;
-  const double cos30 = std::sqrt(3.0) / 2;
-  r.spanStart = {-0.5, 0, -cos30};
-  r.spanEnd = {0.5, 0, -cos30};
-  r.spanAngle = kPi / 3 + 0.0001;
-  r.spanNormal = {0, -1, 0};
-  r.layerPixelsPerRadian = 400 / r.spanAngle;
-  r.layerHalfHeight = 100;
-  r.radiansPerPixel = kTwoPi / 2048;
-  return r;
-}
-
-constexpr double kDigit4 = 0.5e-4;  // half of the last printed digit
-constexpr double kDigit6 = 0.5e-6;
-
-/// The pixel with the neighbour that the filtered family takes for it.
-FilteredMapping MapPixel(double x, double y) {
-  return MapToLayer(HandMadeRecord(), {x, y}, {x - 1, y - 1});
-}
-
-TEST(MapToLayer, GivesTheWorkedPositionsAndCoverages) {
-  FilteredMapping m = MapPixel(1024, 512);
-  EXPECT_TRUE(m.inside);
-  EXPECT_NEAR(m.here.u, 199.9816, kDigit4);
-  EXPECT_NEAR(m.here.v, 100.0, kDigit4);
-  EXPECT_EQ(m.coverage, 1.0F);
-  EXPECT_NEAR(m.here.u - m.neighbour.u, 1.171768, 2e-5) << "single precision near 200";
-  EXPECT_NEAR(m.here.v - m.neighbour.v, 1.757812, 2e-5);
-  m = MapPixel(1024, 568);
-  EXPECT_TRUE(m.inside);
-  EXPECT_NEAR(m.here.v, 198.4375, kDigit4);
-  EXPECT_EQ(m.coverage, 1.0F) << "the ramp lies outside the band";
-  m = MapPixel(1024, 569);
-  EXPECT_TRUE(m.inside);
-  EXPECT_NEAR(m.here.v, 200.1953, kDigit4);
-  EXPECT_NEAR(m.coverage, 0.888889, kDigit6);
-  m = MapPixel(853, 512);
-  EXPECT_TRUE(m.inside);
-  EXPECT_NEAR(m.here.u, 0.6666, kDigit4);
-  EXPECT_NEAR(m.coverage, 0.130218, kDigit6);
-}
-
-TEST(MapToLayer, FillsThePositionAlsoWhereItRejects) {
-  FilteredMapping m = MapPixel(1024, 570);
-  EXPECT_FALSE(m.inside);
-  EXPECT_NEAR(m.coverage, -0.111111, kDigit6);
-  EXPECT_NEAR(m.here.u, 199.9816, kDigit4);
-  m = MapPixel(1196, 512);
-  EXPECT_FALSE(m.inside) << "past the end";
-  EXPECT_LT(m.coverage, 0);
-  EXPECT_NEAR(m.here.v, 100.0, kDigit4);
-}
-
-TEST(MapToLayer, RejectsOnTheFarSideOnly) {
-  const FilteredMapping m = MapPixel(1024, 100);
-  EXPECT_TRUE(m.inside);
-  EXPECT_LT(m.here.v, -300);
+// The record is what the host sees as the iteration's refcon, so its layout is fixed.
+TEST(PlacementRecord, LiesInMemoryAsTheConformanceSuiteReadsIt) {
+  using conformance::RecordImage;
+  EXPECT_EQ(sizeof(PlacementRecord), sizeof(RecordImage));
+  EXPECT_EQ(offsetof(PlacementRecord, opacity), 40U);
+  EXPECT_EQ(offsetof(PlacementRecord, spanStart), 48U);
+  EXPECT_EQ(offsetof(PlacementRecord, spanAngle), 96U);
+  EXPECT_EQ(offsetof(PlacementRecord, tileMode), offsetof(RecordImage, tileMode));
+  EXPECT_EQ(offsetof(PlacementRecord, tilePeriod), offsetof(RecordImage, tilePeriod));
+  EXPECT_EQ(offsetof(PlacementRecord, samplingParams), offsetof(RecordImage, samplingParams));
+  EXPECT_EQ(offsetof(PlacementRecord, inData), offsetof(RecordImage, inData));
+  EXPECT_EQ(offsetof(PlacementRecord, areaSample), offsetof(RecordImage, areaSample));
 }
 
 }  // namespace
