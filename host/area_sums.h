@@ -33,17 +33,20 @@ class AreaSumsBase {
   PF_EffectWorld image_;
 };
 
-/// Sums of 4 x 4 and 16 x 16 blocks, a quarter of the memory of an 8 or 16 bit image and an
-/// eighth of a float one. Blocks rather than running sums: those would need as much again as the
+/// Sums of 8 x 8 and 32 x 32 blocks, a sixteenth of the memory of an 8 or 16 bit image and half
+/// of that for a float one. Blocks rather than running sums: those would need as much again as the
 /// image, lose small floats beside large ones, and carry one infinite pixel into every later
 /// box. With two sizes of block the cost of a box grows with its edge, not with its area.
-/// Bands of 16 rows are summed when first asked for, by whichever thread asks; the order of every
+/// Bands of 32 rows are summed when first asked for, by whichever thread asks; the order of every
 /// addition is fixed, so the result does not depend on who came first.
 template <class Pixel>
 class AreaSums : public AreaSumsBase {
  public:
-  static constexpr A_long kBlock = 4;
+  static constexpr A_long kBlock = 8;
   static constexpr A_long kLargeBlock = 4;  ///< in blocks
+  /// Below this many blocks a side a box is as quickly added pixel by pixel, from memory that the
+  /// blocks would have to read as well.
+  static constexpr A_long kLeastBlocks = 3;
   static constexpr A_long kBand = kBlock * kLargeBlock;
 
   explicit AreaSums(const PF_EffectWorld& image)
@@ -62,7 +65,7 @@ class AreaSums : public AreaSumsBase {
   void AddBlocks(const PF_LRect& rect, PixelSum<Pixel>& sum) {
     MakeReady(rect.top / kLargeBlock, (rect.bottom - 1) / kLargeBlock);
     AddFramed(
-        rect, kLargeBlock,
+        rect, kLargeBlock, 2,
         [this, &sum](A_long row, A_long left, A_long right) {
           sum.AddRun(Block(left, row), Block(right, row));
         },
@@ -74,12 +77,12 @@ class AreaSums : public AreaSumsBase {
   }
 
   /// Splits `rect` into whole cells of `step` units, passed as one rectangle in cells, and the
-  /// runs of units around them. A rectangle too narrow to gain by it is all runs.
+  /// runs of units around them. A rectangle less than `least` cells wide or high is all runs.
   template <class Run, class Cells>
-  static void AddFramed(const PF_LRect& rect, A_long step, Run run, Cells cells) {
+  static void AddFramed(const PF_LRect& rect, A_long step, A_long least, Run run, Cells cells) {
     const PF_LRect inner{(rect.left + step - 1) / step, (rect.top + step - 1) / step,
                          rect.right / step, rect.bottom / step};
-    const bool split = inner.right - inner.left >= 2 && inner.bottom - inner.top >= 2;
+    const bool split = inner.right - inner.left >= least && inner.bottom - inner.top >= least;
     const A_long cellsTop = split ? inner.top * step : rect.bottom;
     const A_long cellsBottom = split ? inner.bottom * step : rect.bottom;
     for (A_long y = rect.top; y < cellsTop; ++y) {
@@ -98,7 +101,7 @@ class AreaSums : public AreaSumsBase {
   }
 
  private:
-  using Sum = PixelSum<Pixel>;
+  using Sum = BlockSum<Pixel>;
 
   struct FreeSums {
     void operator()(Sum* sums) const { ::operator delete (sums, std::align_val_t{alignof(Sum)}); }
@@ -152,23 +155,23 @@ class AreaSums : public AreaSumsBase {
       lines[i] = RowOf<const Pixel>(image_, row * kBlock + i);
     }
     for (A_long column = 0; column < columns_; ++column) {
-      Sum sum;
+      PixelSum<Pixel> sum;
       for (const Pixel*& line : lines) {
         sum.AddRun(line, line + kBlock);
         line += kBlock;
       }
-      new (Block(column, row)) Sum(sum);
+      new (Block(column, row)) Sum(sum.ToBlock());
     }
   }
 
   void BuildLargeRow(A_long band) {
     for (A_long column = 0; column < largeColumns_; ++column) {
-      Sum sum;
+      PixelSum<Pixel> sum;
       for (A_long i = 0; i < kLargeBlock; ++i) {
         const Sum* first = Block(column * kLargeBlock, band * kLargeBlock + i);
         sum.AddRun(first, first + kLargeBlock);
       }
-      new (LargeBlock(column, band)) Sum(sum);
+      new (LargeBlock(column, band)) Sum(sum.ToBlock());
     }
   }
 
@@ -201,7 +204,7 @@ void AddRectangle(const PF_EffectWorld& image, AreaSums<Pixel>* sums, const PF_L
     return;
   }
   AreaSums<Pixel>::AddFramed(
-      rect, AreaSums<Pixel>::kBlock, run,
+      rect, AreaSums<Pixel>::kBlock, AreaSums<Pixel>::kLeastBlocks, run,
       [sums, &sum](const PF_LRect& blocks) { sums->AddBlocks(blocks, sum); });
 }
 

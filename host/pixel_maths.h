@@ -51,8 +51,19 @@ inline Lanes Load(const PF_Pixel16& pixel) {
 }
 
 inline Lanes Load(const PF_PixelFloat& pixel) {
-  const __m128 floats = _mm_loadu_ps(reinterpret_cast<const float*>(&pixel));
-  return {_mm_cvtps_pd(floats), _mm_cvtps_pd(_mm_movehl_ps(floats, floats))};
+  // Two halves, since a conversion straight from memory needs no shuffle.
+  double halves[2];
+  std::memcpy(halves, &pixel, sizeof halves);
+  return {_mm_cvtps_pd(_mm_castpd_ps(_mm_set_sd(halves[0]))),
+          _mm_cvtps_pd(_mm_castpd_ps(_mm_set_sd(halves[1])))};
+}
+
+/// Unsigned 32-bit numbers: each becomes the low half of 2^52, which is then taken off.
+inline Lanes LanesOfUnsigned(__m128i fourInts) {
+  const __m128i exponent = _mm_set1_epi32(0x43300000);
+  const __m128d offset = _mm_set1_pd(4503599627370496.0);
+  return {_mm_sub_pd(_mm_castsi128_pd(_mm_unpacklo_epi32(fourInts, exponent)), offset),
+          _mm_sub_pd(_mm_castsi128_pd(_mm_unpackhi_epi32(fourInts, exponent)), offset)};
 }
 
 /// Colour times alpha, alpha as it is. The product of two channels is exact in a double.
@@ -68,6 +79,31 @@ Lanes LoadPremultiplied(const Pixel& pixel) {
     product = {_mm_and_pd(visible, product.alphaRed), _mm_and_pd(visible, product.greenBlue)};
   }
   return product;
+}
+
+/// Two neighbours, premultiplied, with weights 65536 - fx and fx of 65536; 0 < fx < 65536.
+template <class Pixel>
+Lanes WeightedPair(const Pixel* pair, std::int32_t fx) {
+  const double right = fx;
+  return LoadPremultiplied(pair[0]) * (65536.0 - right) + LoadPremultiplied(pair[1]) * right;
+}
+
+/// In integers for 8 bit: products of colour and alpha fit 16 bits, weighted ones 32.
+inline Lanes WeightedPair(const PF_Pixel8* pair, std::int32_t fx) {
+  std::int64_t bytes = 0;
+  std::memcpy(&bytes, pair, sizeof bytes);
+  const __m128i words = _mm_unpacklo_epi8(_mm_cvtsi64_si128(bytes), _mm_setzero_si128());
+  const __m128i notAlpha = _mm_set_epi16(-1, -1, -1, 0, -1, -1, -1, 0);
+  const __m128i ones = _mm_set_epi16(0, 0, 0, 1, 0, 0, 0, 1);
+  const __m128i alphas = _mm_shufflehi_epi16(_mm_shufflelo_epi16(words, 0), 0);
+  const __m128i factors = _mm_or_si128(_mm_and_si128(alphas, notAlpha), ones);
+  const __m128i products = _mm_mullo_epi16(words, factors);
+  const __m128i both = _mm_cvtsi32_si128((65536 - fx) | (fx << 16));
+  const __m128i weights = _mm_shuffle_epi32(_mm_shufflelo_epi16(both, 0x50), 0x50);
+  const __m128i low = _mm_mullo_epi16(products, weights);
+  const __m128i high = _mm_mulhi_epu16(products, weights);
+  return LanesOfUnsigned(
+      _mm_add_epi32(_mm_unpacklo_epi16(low, high), _mm_unpackhi_epi16(low, high)));
 }
 
 /// Rounds to nearest, halves up, to the depth's integers; the values are never negative.

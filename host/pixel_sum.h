@@ -1,102 +1,85 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Sums of premultiplied pixels, each in the type that adds them fastest without loss.
+// Sums of premultiplied pixels, each depth in the arithmetic that adds it fastest without loss.
 #pragma once
 
 #include "host/pixel_maths.h"
 
 namespace veltra::host {
 
-/// Sums as doubles: exact for 16 bit (65536 products of 32 bits), the best there is for floats.
-/// Plain additions only: taking sums apart again would lose small values beside large ones, and
-/// one infinite pixel would spoil everything after it.
 template <class Pixel>
-class PixelSum {
- public:
-  static PixelSum Of(const Pixel& pixel) {
-    PixelSum sum;
-    sum.Add(pixel);
-    return sum;
-  }
+__m128i LoadUnaligned(const Pixel* pixels) {
+  return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(pixels)));
+}
 
-  void Add(const Pixel& pixel) { lanes_ = lanes_ + LoadPremultiplied(pixel); }
-  void Add(const PixelSum& other) { lanes_ = lanes_ + other.lanes_; }
+/// From the 16-bit channels A0 R0 G0 B0 A1 R1 G1 B1 to A0 A1 R0 R1 G0 G1 B0 B1.
+inline __m128i SideBySide(__m128i twoPixels) {
+  return _mm_unpacklo_epi16(twoPixels, _mm_srli_si128(twoPixels, 8));
+}
 
-  void AddRun(const Pixel* first, const Pixel* last) {
-    for (; first != last; ++first) {
-      Add(*first);
-    }
-  }
-
-  void AddRun(const PixelSum* first, const PixelSum* last) {
-    for (; first != last; ++first) {
-      Add(*first);
-    }
-  }
-
-  Lanes ToLanes() const { return lanes_; }
-
- private:
-  Lanes lanes_ = ZeroLanes();
+/// The sum of a block of pixels, as it is kept: colour times alpha, and alpha.
+template <class Pixel>
+struct BlockSum {
+  Lanes lanes;
 };
 
-/// 8 bit in 32-bit integers: the largest box of 65536 pixels still fits, since 65536 x 255 x 255
-/// is less than 2^32.
+template <>
+struct BlockSum<PF_Pixel8> {
+  __m128i ints;
+};
+
+/// A running sum of pixels and of blocks. Plain additions only: taking sums apart again would
+/// lose small floats beside large ones, and one infinite pixel would spoil everything after it.
+/// The order of the additions depends on nothing but the runs that are added.
+template <class Pixel>
+class PixelSum;
+
+// ---- 8 bit ----
+
+/// 32-bit integers: the largest box of 65536 pixels still fits, since 65536 x 255 x 255 is less
+/// than 2^32.
 template <>
 class PixelSum<PF_Pixel8> {
  public:
-  static PixelSum Of(const PF_Pixel8& pixel) {
-    PixelSum sum;
-    sum.Add(pixel);
-    return sum;
-  }
+  using Block = BlockSum<PF_Pixel8>;
 
   void Add(const PF_Pixel8& pixel) {
     std::int32_t word = 0;
     std::memcpy(&word, &pixel, sizeof word);
     const __m128i zero = _mm_setzero_si128();
-    const __m128i words = _mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero);
-    AddPairs(_mm_unpacklo_epi16(words, zero));
+    AddPair(_mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero), zero));
   }
-
-  void Add(const PixelSum& other) { sums_ = _mm_add_epi32(sums_, other.sums_); }
 
   void AddRun(const PF_Pixel8* first, const PF_Pixel8* last) {
     const __m128i zero = _mm_setzero_si128();
     for (; last - first >= 4; first += 4) {
-      const __m128i four = LoadFour(first);
-      const __m128i low = _mm_unpacklo_epi8(four, zero);
-      const __m128i high = _mm_unpackhi_epi8(four, zero);
-      AddPairs(_mm_unpacklo_epi16(low, high));
-      AddPairs(_mm_unpackhi_epi16(low, high));
+      const __m128i four = LoadUnaligned(first);
+      AddPair(SideBySide(_mm_unpacklo_epi8(four, zero)));
+      AddPair(SideBySide(_mm_unpackhi_epi8(four, zero)));
     }
-    for (; first != last; ++first) {
+    if (last - first >= 2) {
+      std::int64_t two = 0;
+      std::memcpy(&two, first, sizeof two);
+      AddPair(SideBySide(_mm_unpacklo_epi8(_mm_cvtsi64_si128(two), zero)));
+      first += 2;
+    }
+    if (first != last) {
       Add(*first);
     }
   }
 
-  void AddRun(const PixelSum* first, const PixelSum* last) {
+  void AddRun(const Block* first, const Block* last) {
     for (; first != last; ++first) {
-      Add(*first);
+      sums_ = _mm_add_epi32(sums_, first->ints);
     }
   }
 
-  Lanes ToLanes() const {
-    // The conversion is of signed numbers: shift the range down before it and up again after.
-    const __m128i shifted = _mm_xor_si128(sums_, _mm_set1_epi32(std::int32_t{-2147483647 - 1}));
-    const __m128d offset = _mm_set1_pd(2147483648.0);
-    const Lanes lanes = LanesOfInts(shifted);
-    return {_mm_add_pd(lanes.alphaRed, offset), _mm_add_pd(lanes.greenBlue, offset)};
-  }
+  Block ToBlock() const { return {sums_}; }
+  Lanes ToLanes() const { return LanesOfUnsigned(sums_); }
 
  private:
-  static __m128i LoadFour(const PF_Pixel8* pixels) {
-    return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(pixels)));
-  }
-
-  /// Takes two pixels with their channels side by side, A0 A1 R0 R1 G0 G1 B0 B1, and adds
-  /// A0 + A1, R0 A0 + R1 A1 and so on.
-  void AddPairs(__m128i channels) {
+  /// Takes two pixels with their channels side by side and adds A0 + A1, R0 A0 + R1 A1 and so on.
+  void AddPair(__m128i channels) {
     const __m128i notAlpha = _mm_set_epi32(-1, -1, -1, 0);
     const __m128i ones = _mm_set_epi32(0, 0, 0, 0x00010001);
     const __m128i alphas = _mm_shuffle_epi32(channels, 0);
@@ -105,6 +88,123 @@ class PixelSum<PF_Pixel8> {
   }
 
   __m128i sums_ = _mm_setzero_si128();
+};
+
+// ---- 16 bit ----
+
+/// Whole numbers throughout, exact in the doubles that come out: 65536 x 2^30 is far below 2^53.
+/// The multiplication is of signed 16-bit numbers, so channels are shifted down by h, half their
+/// full scale: with c = c' + h and a = a' + h,
+///   sum(c a) = sum(c' a') + h (sum c' + sum a') + n h h.
+/// Channels above full scale, which no proper image has, count as full scale.
+template <>
+class PixelSum<PF_Pixel16> {
+ public:
+  using Block = BlockSum<PF_Pixel16>;
+
+  void Add(const PF_Pixel16& pixel) {
+    std::int64_t word = 0;
+    std::memcpy(&word, &pixel, sizeof word);
+    // The missing second pixel is all zero after the shift, so that it adds nothing.
+    AddPair(_mm_move_epi64(Shifted(_mm_cvtsi64_si128(word))));
+    ++count_;
+  }
+
+  void AddRun(const PF_Pixel16* first, const PF_Pixel16* last) {
+    count_ += static_cast<std::int32_t>((last - first) & ~std::ptrdiff_t{1});
+    for (; last - first >= 2; first += 2) {
+      AddPair(Shifted(LoadUnaligned(first)));
+    }
+    if (first != last) {
+      Add(*first);
+    }
+  }
+
+  void AddRun(const Block* first, const Block* last) {
+    for (; first != last; ++first) {
+      blocks_ = blocks_ + first->lanes;
+    }
+  }
+
+  Block ToBlock() const { return {ToLanes()}; }
+
+  Lanes ToLanes() const {
+    const Lanes shifted = LanesOfInts(shifted_);
+    const __m128d alpha = _mm_unpacklo_pd(shifted.alphaRed, shifted.alphaRed);
+    const __m128d noneAlpha = _mm_unpacklo_pd(_mm_setzero_pd(), shifted.alphaRed);
+    const double squares = count_ * kHalf * kHalf;
+    // The alpha lane has no products: only its own sum and each pixel's shift.
+    const Lanes shift{_mm_set_pd(squares, count_ * kHalf), _mm_set1_pd(squares)};
+    const Lanes mixed{_mm_mul_pd(_mm_add_pd(shifted.alphaRed, noneAlpha), _mm_set_pd(kHalf, 1.0)),
+                      _mm_mul_pd(_mm_add_pd(shifted.greenBlue, alpha), _mm_set1_pd(kHalf))};
+    return blocks_ + (Lanes{DoublesOf(red_), DoublesOf(greenBlue_)} + shift + mixed);
+  }
+
+ private:
+  static constexpr double kHalf = 16384.0;
+
+  static __m128i Shifted(__m128i channels) {
+    const __m128i excess = _mm_subs_epu16(channels, _mm_set1_epi16(-32768));
+    return _mm_sub_epi16(_mm_sub_epi16(channels, excess), _mm_set1_epi16(16384));
+  }
+
+  void AddPair(__m128i twoPixels) {
+    const __m128i channels = SideBySide(twoPixels);
+    const __m128i notAlpha = _mm_set_epi32(-1, -1, -1, 0);
+    const __m128i alphas = _mm_and_si128(_mm_shuffle_epi32(channels, 0), notAlpha);
+    shifted_ = _mm_add_epi32(shifted_, _mm_madd_epi16(channels, _mm_set1_epi16(1)));
+    const __m128i products = _mm_madd_epi16(channels, alphas);
+    const __m128i signs = _mm_srai_epi32(products, 31);
+    red_ = _mm_add_epi64(red_, _mm_unpacklo_epi32(products, signs));
+    greenBlue_ = _mm_add_epi64(greenBlue_, _mm_unpackhi_epi32(products, signs));
+  }
+
+  /// Of signed 64-bit numbers, exact below 2^51: they are placed in the mantissa of 1.5 x 2^52.
+  static __m128d DoublesOf(__m128i sums) {
+    const __m128i bias = _mm_set1_epi64x(0x4338000000000000);
+    return _mm_sub_pd(_mm_castsi128_pd(_mm_add_epi64(sums, bias)), _mm_set1_pd(6755399441055744.0));
+  }
+
+  __m128i red_ = _mm_setzero_si128();        ///< 64-bit sums of products: none, red
+  __m128i greenBlue_ = _mm_setzero_si128();  ///< and green, blue
+  __m128i shifted_ = _mm_setzero_si128();    ///< 32-bit sums of the shifted channels
+  std::int32_t count_ = 0;                   ///< pixels in these sums
+  Lanes blocks_ = ZeroLanes();
+};
+
+// ---- Float ----
+
+/// Doubles; products of two floats are exact in them. Neighbours are added apart, since one
+/// addition takes longer than all else of a pixel.
+template <>
+class PixelSum<PF_PixelFloat> {
+ public:
+  using Block = BlockSum<PF_PixelFloat>;
+
+  void Add(const PF_PixelFloat& pixel) { even_ = even_ + LoadPremultiplied(pixel); }
+
+  void AddRun(const PF_PixelFloat* first, const PF_PixelFloat* last) {
+    for (; last - first >= 2; first += 2) {
+      even_ = even_ + LoadPremultiplied(first[0]);
+      odd_ = odd_ + LoadPremultiplied(first[1]);
+    }
+    if (first != last) {
+      Add(*first);
+    }
+  }
+
+  void AddRun(const Block* first, const Block* last) {
+    for (; first != last; ++first) {
+      even_ = even_ + first->lanes;
+    }
+  }
+
+  Block ToBlock() const { return {ToLanes()}; }
+  Lanes ToLanes() const { return even_ + odd_; }
+
+ private:
+  Lanes even_ = ZeroLanes();
+  Lanes odd_ = ZeroLanes();
 };
 
 }  // namespace veltra::host

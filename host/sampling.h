@@ -65,14 +65,9 @@ Pixel SampleBetween(const PF_EffectWorld& image, PF_Fixed x, PF_Fixed y) {
   }
   const Pixel* upper = RowOf<const Pixel>(image, row) + column;
   const Pixel* lower = RowOf<const Pixel>(image, row + 1) + column;
-  const double right = fx;
-  const double left = static_cast<double>(kOnePixel) - right;
-  const double bottom = fy;
-  const double top = static_cast<double>(kOnePixel) - bottom;
-  const Lanes sum = LoadPremultiplied(upper[0]) * (left * top) +
-                    LoadPremultiplied(upper[1]) * (right * top) +
-                    LoadPremultiplied(lower[0]) * (left * bottom) +
-                    LoadPremultiplied(lower[1]) * (right * bottom);
+  const double below = fy;
+  const Lanes sum = WeightedPair(upper, fx) * (static_cast<double>(kOnePixel) - below) +
+                    WeightedPair(lower, fx) * below;
   return StraightAverage<Pixel>(sum, static_cast<double>(kOnePixel * kOnePixel));
 }
 
@@ -114,23 +109,22 @@ Pixel SampleArea(const PF_EffectWorld& image, AreaSums<Pixel>* sums, PF_Fixed x,
     return Pixel{};
   }
   // The row of the top edge, the whole rows and the row of the bottom edge.
-  using Sum = PixelSum<Pixel>;
   const auto rowSums = [&](A_long row) {
     const Pixel* pixels = RowOf<const Pixel>(image, row);
-    Lanes total = Sum::Of(pixels[across.first]).ToLanes() * static_cast<double>(across.firstCover);
+    Lanes total = LoadPremultiplied(pixels[across.first]) * static_cast<double>(across.firstCover);
     if (across.last > across.first) {
-      Sum middle;
+      PixelSum<Pixel> middle;
       middle.AddRun(pixels + across.first + 1, pixels + across.last);
       total = total + middle.ToLanes() * static_cast<double>(kOnePixel) +
-              Sum::Of(pixels[across.last]).ToLanes() * static_cast<double>(across.lastCover);
+              LoadPremultiplied(pixels[across.last]) * static_cast<double>(across.lastCover);
     }
     return total;
   };
   Lanes total = rowSums(down.first) * static_cast<double>(down.firstCover);
   if (down.last > down.first) {
-    Sum left;
-    Sum middle;
-    Sum right;
+    PixelSum<Pixel> left;
+    PixelSum<Pixel> middle;
+    PixelSum<Pixel> right;
     for (A_long row = down.first + 1; row < down.last; ++row) {
       const Pixel* pixels = RowOf<const Pixel>(image, row);
       left.Add(pixels[across.first]);
