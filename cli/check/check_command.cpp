@@ -49,8 +49,7 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
       ->type_name("SECONDS");
   app.add_option("--only", options.only, "run this test, at any strictness; may be repeated")
       ->type_name("TEST")
-      ->expected(1)
-      ->take_all();
+      ->allow_extra_args(false);
   app.add_option("--resource", options.resource,
                  "Windows library whose resource describes this effect too")
       ->type_name("FILE");

@@ -1,0 +1,319 @@
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+"""The check command as its users meet it: our own effect passes, every broken one is caught."""
+
+import argparse
+import concurrent.futures
+import json
+import os
+import pathlib
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+OPTIONS = None
+
+
+def run_check(*arguments, timeout=300):
+    """The finished process of one check; leaks are a matter of its own tests, not of LSan's."""
+    environment = dict(os.environ)
+    environment["ASAN_OPTIONS"] = "detect_leaks=0:" + environment.get("ASAN_OPTIONS", "")
+    return subprocess.run([OPTIONS.program, "check", *map(str, arguments)], text=True,
+                          capture_output=True, timeout=timeout, env=environment, check=False)
+
+
+def json_check(library, *arguments):
+    done = run_check("--json", *arguments, library)
+    return done.returncode, json.loads(done.stdout)
+
+
+def failures(report):
+    return {test["name"]: test["messages"] for test in report["tests"]
+            if test["outcome"] == "failed"}
+
+
+def fixture(name):
+    return pathlib.Path(OPTIONS.fixtures) / f"{name}.so"
+
+
+def fixture_list():
+    """(name, test that must fail, tests that may fail too) of every fixture."""
+    for line in (HERE / "fixtures" / "fixtures.txt").read_text().splitlines():
+        if line and not line.startswith("#"):
+            name, test, *also = line.split()
+            yield name, test, also
+
+
+# What only a build without a sanitizer can notice.
+NEEDS_PLAIN_ALLOCATOR = {"kLeaksMemory"}
+# What a sanitizer ends the process for wherever it happens.
+SEEN_BY_SANITIZERS = {"kSharesFrameState", "kWritesPastRow", "kAssumesAlignedRows"}
+
+
+class Fixtures(unittest.TestCase):
+    """Every fixture at the highest strictness."""
+
+    @classmethod
+    def setUpClass(cls):
+        names = ["kNone"] + [name for name, _, _ in fixture_list()]
+
+        def check(name):
+            return json_check(fixture(name), "--strictness", 10, "--timeout", OPTIONS.hang_seconds
+                              if name == "kHangsRender" else 120)
+
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            cls.results = dict(zip(names, pool.map(check, names)))
+
+    def test_the_good_effect_passes(self):
+        status, report = self.results["kNone"]
+        self.assertEqual(failures(report), {})
+        self.assertEqual(status, 0)
+
+    def test_every_mistake_is_caught_by_its_test(self):
+        for name, test, also in fixture_list():
+            if OPTIONS.sanitized and name in NEEDS_PLAIN_ALLOCATOR:
+                continue
+            with self.subTest(fixture=name):
+                status, report = self.results[name]
+                failed = failures(report)
+                self.assertEqual(status, 1)
+                self.assertFalse(report["passed"])
+                self.assertIn(test, failed)
+                self.assertTrue(all(failed.values()), "a failure without a word")
+                if not (OPTIONS.sanitized and name in SEEN_BY_SANITIZERS):
+                    self.assertEqual(set(failed) - {test, *also}, set())
+
+    def test_every_test_has_a_fixture(self):
+        known = {test["name"] for test in json.loads(run_check("--list", "--json").stdout)}
+        caught = {test for _, test, _ in fixture_list()}
+        # A broken resource is a Windows library, made in the tests of resources.
+        self.assertEqual(known - caught, {"resource"})
+        self.assertEqual(caught - known, set())
+
+    def test_a_crash_is_reported_with_what_was_being_tried(self):
+        message = failures(self.results["kFailsAtExtreme"][1])["extreme-values"][-1]
+        self.assertRegex(message, r"^(crashed: .*SIGFPE|ended the process)")
+        self.assertIn("Gain 200", message)
+
+    def test_a_hang_is_reported_and_ended(self):
+        message = failures(self.results["kHangsRender"][1])["render-defaults"][-1]
+        self.assertRegex(message, r"^hung: not done after \d+ ms in: smart, 8 bit")
+
+    def test_an_exception_that_leaves_the_library_is_reported(self):
+        message = failures(self.results["kThrows"][1])["render-defaults"][0]
+        self.assertIn("exception", message)
+
+    def test_what_builds_on_a_failed_test_is_not_run(self):
+        outcomes = {t["name"]: t["outcome"] for t in self.results["kFailsParamsSetup"][1]["tests"]}
+        self.assertEqual(outcomes["registration"], "passed")
+        self.assertEqual(outcomes["regions"], "not run")
+
+
+class OwnEffect(unittest.TestCase):
+    def test_it_passes_at_the_highest_strictness_with_several_seeds(self):
+        for seed in (1, 2, 20260101):
+            with self.subTest(seed=seed):
+                status, report = json_check(OPTIONS.effect, "--strictness", 10, "--seed", seed)
+                self.assertEqual(failures(report), {})
+                self.assertEqual(status, 0)
+                self.assertEqual(report["counts"]["not_run"], 0)
+                self.assertEqual(report["seed"], seed)
+
+    def test_the_resource_made_from_its_identity_agrees_and_another_does_not(self):
+        with tempfile.TemporaryDirectory() as folder:
+            library = pathlib.Path(folder) / "effect.aex"
+            library.write_bytes(windows_library(OWN_PROPERTIES))
+            arguments = ("--only", "flags", "--only", "resource", "--resource", library)
+            status, report = json_check(OPTIONS.effect, *arguments)
+            self.assertEqual(failures(report), {})
+            self.assertEqual(status, 0)
+
+            library.write_bytes(windows_library({**OWN_PROPERTIES, "eGL2": number(0x1400)}))
+            status, report = json_check(OPTIONS.effect, *arguments)
+            self.assertEqual(status, 1)
+            self.assertEqual(list(failures(report)), ["flags"])
+            self.assertIn("eGL2", failures(report)["flags"][0])
+
+
+def pascal(text):
+    return bytes([len(text)]) + text.encode()
+
+
+def number(value):
+    return struct.pack("<I", value)
+
+
+# The identity of our own effect, as its resource has to give it.
+OWN_PROPERTIES = {
+    "kind": b"TKFe",
+    "name": pascal("NVT Veltra"),
+    "catg": pascal("Norvik Systems FX"),
+    "8664": b"MainEntry\0",
+    "ePVR": number(2),
+    "eSVR": struct.pack("<HH", 13, 28),
+    "eVER": number(0x000A8600),
+    "eGLO": number(0x02000040),
+    "eGL2": number(0x08001400),
+    "eMNA": pascal("NSVeltra"),
+}
+
+
+def pipl(properties):
+    data = struct.pack("<HII", 1, 0, len(properties))
+    for key, value in properties.items():
+        data += b"MIB8" + key.encode()[::-1] + struct.pack("<II", 0, len(value))
+        data += value + bytes(-len(value) % 4)
+    return data
+
+
+def windows_library(properties, exports=("MainEntry",)):
+    """The least of a 64-bit Windows library: headers and one section at 0x1000."""
+    base = 0x1000
+    tree = 16 + 8
+    resource = bytes(12) + struct.pack("<HHII", 1, 0, 0x80000000 | 3 * tree + 16,
+                                       0x80000000 | tree)
+    resource += bytes(12) + struct.pack("<HHII", 0, 1, 16000, 0x80000000 | 2 * tree)
+    resource += bytes(12) + struct.pack("<HHII", 0, 1, 1033, 3 * tree)
+    body = pipl(properties)
+    type_name = struct.pack("<H", 4) + "PIPL".encode("utf-16-le")
+    body_at = 3 * tree + 16 + 16
+    resource += struct.pack("<IIII", base + body_at, len(body), 0, 0)
+    resource += type_name + bytes(16 - len(type_name)) + body
+    resource += bytes(-len(resource) % 4)
+
+    at = base + len(resource)
+    names_at = at + 40
+    texts_at = names_at + 4 * len(exports)
+    texts = b""
+    addresses = b""
+    for name in exports:
+        addresses += struct.pack("<I", texts_at + len(texts))
+        texts += name.encode() + b"\0"
+    table = bytes(24) + struct.pack("<IIII", len(exports), 0, names_at, 0)
+    section = resource + table + addresses + texts
+
+    directories = struct.pack("<II", at, len(table)) + bytes(8)
+    directories += struct.pack("<II", base, len(resource)) + bytes(13 * 8)
+    optional = struct.pack("<H", 0x20B) + bytes(106) + struct.pack("<I", 16) + directories
+    coff = b"PE\0\0" + struct.pack("<HHIIIHH", 0x8664, 1, 0, 0, 0, len(optional), 0x2022)
+    dos = b"MZ" + bytes(58) + struct.pack("<I", 64)
+    headers = dos + coff + optional
+    file_at = 0x400
+    headers += struct.pack("<8sIIII", b".rsrc", len(section), base, len(section), file_at)
+    headers += bytes(16)
+    return headers + bytes(file_at - len(headers)) + section
+
+
+class Resources(unittest.TestCase):
+    """The resource test, on libraries that nobody could load here anyway."""
+
+    def check(self, content):
+        with tempfile.TemporaryDirectory() as folder:
+            library = pathlib.Path(folder) / "effect.aex"
+            library.write_bytes(content)
+            status, report = json_check(library, "--only", "resource")
+            return status, failures(report).get("resource", [])
+
+    def test_a_good_one_passes(self):
+        self.assertEqual(self.check(windows_library(OWN_PROPERTIES)), (0, []))
+
+    def test_a_missing_property_is_named(self):
+        lacking = {key: value for key, value in OWN_PROPERTIES.items() if key != "eMNA"}
+        status, messages = self.check(windows_library(lacking))
+        self.assertEqual(status, 1)
+        self.assertIn("the resource has no property eMNA", messages)
+
+    def test_an_entry_point_that_is_not_exported_is_named(self):
+        status, messages = self.check(windows_library(OWN_PROPERTIES, exports=("Other",)))
+        self.assertEqual(status, 1)
+        self.assertIn("MainEntry", messages[0])
+
+    def test_a_text_longer_than_its_property_is_refused(self):
+        status, messages = self.check(
+            windows_library({**OWN_PROPERTIES, "name": b"\xffNVT"}))
+        self.assertEqual(status, 1)
+        self.assertIn("the resource's name", messages[0])
+
+    def test_a_cut_off_file_is_refused_wherever_the_cut_is(self):
+        whole = windows_library(OWN_PROPERTIES)
+        for length in (2, 63, 70, 200, 0x400, 0x460, len(whole) - 200):
+            with self.subTest(length=length):
+                status, messages = self.check(whole[:length])
+                self.assertEqual(status, 1)
+                self.assertRegex(messages[0], "cut off|not a|no resource|none of its sections")
+
+
+class CommandLine(unittest.TestCase):
+    def assert_usage_error(self, words, *arguments):
+        done = run_check(*arguments)
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(done.stdout, "")
+        self.assertRegex(done.stderr, r"^veltra: [^\n]*" + words + r"[^\n]*\n$")
+
+    def test_mistakes_are_one_line_and_exit_2(self):
+        self.assert_usage_error("no library")
+        self.assert_usage_error("no such file", "/no/such/library.so")
+        self.assert_usage_error("directory", HERE)
+        self.assert_usage_error("there is no test nonsense", "--only", "nonsense", OPTIONS.effect)
+        self.assert_usage_error("strictness", "--strictness", "11", OPTIONS.effect)
+        self.assert_usage_error("timeout", "--timeout", "0", OPTIONS.effect)
+        self.assert_usage_error("unknown option", "--nonsense", OPTIONS.effect)
+
+    def test_a_file_that_is_no_library_fails(self):
+        done = run_check(__file__)
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stdout, r"FAILED +load")
+        self.assertRegex(done.stdout, r"not run +setup")
+
+    def test_the_table_says_how_many_passed(self):
+        done = run_check("--strictness", 1, OPTIONS.effect)
+        self.assertEqual(done.returncode, 0)
+        self.assertRegex(done.stdout, r"ok +render-defaults")
+        self.assertRegex(done.stdout, r"\n4 passed, 0 failed\n$")
+
+    def test_strictness_decides_which_tests_run(self):
+        tests = json.loads(run_check("--list", "--json").stdout)
+        self.assertEqual({test["strictness"] for test in tests}, set(range(1, 11)))
+        for strictness in (1, 5):
+            _, report = json_check(OPTIONS.effect, "--strictness", strictness)
+            self.assertEqual([test["name"] for test in report["tests"]],
+                             [test["name"] for test in tests if test["strictness"] <= strictness])
+
+    def test_only_runs_what_is_named_at_any_strictness(self):
+        _, report = json_check(OPTIONS.effect, "--strictness", 1, "--only", "soak", "--only",
+                               "load")
+        self.assertEqual([test["name"] for test in report["tests"]], ["load", "soak"])
+
+    def test_the_same_seed_tries_the_same_and_another_seed_something_else(self):
+        def messages(seed):
+            _, report = json_check(fixture("kIgnoresOrigin"), "--only", "regions", "--seed", seed)
+            return failures(report)["regions"]
+
+        self.assertEqual(messages(7), messages(7))
+        self.assertNotEqual(messages(7), messages(8))
+
+    def test_a_hang_takes_no_longer_than_the_time_out(self):
+        start = time.monotonic()
+        done = run_check("--only", "render-defaults", "--timeout", "0.5", fixture("kHangsRender"))
+        self.assertEqual(done.returncode, 1)
+        self.assertLess(time.monotonic() - start, 30)
+
+
+def main():
+    global OPTIONS
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", required=True)
+    parser.add_argument("--effect", required=True)
+    parser.add_argument("--fixtures", required=True)
+    parser.add_argument("--sanitized", action="store_true")
+    parser.add_argument("--hang-seconds", type=float, default=2.0)
+    OPTIONS, rest = parser.parse_known_args()
+    unittest.main(argv=[sys.argv[0], *rest], verbosity=1)
+
+
+if __name__ == "__main__":
+    main()
