@@ -17,8 +17,11 @@
 namespace veltra::cli {
 namespace {
 
-/// The reader takes missing bytes for zeros, so a file that ends early is noticed here: it asks
-/// for more only when it needs more.
+// Handed out past the end of the file. The reader would take missing bytes for zeros and wait for
+// ever at a run of none; empty lines end its header, and ten pixels at a time its rows.
+constexpr int kPadding = '\n';
+
+/// The reader asks for more only when it needs more, so a file that ends early is noticed here.
 struct HdrInput {
   const ByteSource* source = nullptr;
   std::uint64_t offset = 0;
@@ -29,7 +32,11 @@ int ReadInput(void* user, char* out, int size) {
   auto* input = static_cast<HdrInput*>(user);
   const std::size_t got =
       input->source->ReadAt(input->offset, out, static_cast<std::size_t>(std::max(size, 0)));
-  input->endedEarly = input->endedEarly || got == 0;
+  if (got == 0) {
+    input->endedEarly = true;
+    std::memset(out, kPadding, static_cast<std::size_t>(std::max(size, 0)));
+    return size;
+  }
   input->offset += got;
   return static_cast<int>(got);
 }
@@ -42,6 +49,18 @@ void SkipInput(void* user, int count) {
 int InputEnded(void* user) {
   const auto* input = static_cast<HdrInput*>(user);
   return input->offset >= input->source->Size() ? 1 : 0;
+}
+
+/// The fewest bytes that can hold the pixels: plain ones, or four channels of the longest runs
+/// behind each row's mark.
+std::uint64_t LeastBytes(int width, int height) {
+  constexpr std::uint64_t kLongestRun = 127;
+  constexpr int kLeastWidthOfRuns = 8;
+  const auto columns = static_cast<std::uint64_t>(width);
+  const std::uint64_t plain = columns * 4;
+  const std::uint64_t runs = 4 + 4 * 2 * ((columns + kLongestRun - 1) / kLongestRun);
+  return static_cast<std::uint64_t>(height) *
+         (width < kLeastWidthOfRuns ? plain : std::min(plain, runs));
 }
 
 constexpr stbi_io_callbacks kCallbacks = {ReadInput, SkipInput, InputEnded};
@@ -60,6 +79,9 @@ class HdrReader : public PictureReader {
       ThrowDamaged("Radiance HDR", "no usable header");
     }
     CheckPictureSize(info_.width, info_.height);
+    if (source_.Size() < LeastBytes(info_.width, info_.height)) {
+      ThrowDamaged("Radiance HDR", "the file ends early");
+    }
     info_.format = PictureFormat::kHdr;
     info_.channels = 3;
     info_.stored = SampleType::kFloat;

@@ -3,6 +3,7 @@
 // PNG files through libpng.
 #include <png.h>
 
+#include <array>
 #include <bit>
 #include <csetjmp>
 #include <cstring>
@@ -40,6 +41,12 @@ bool Guarded(png_structp png, const Calls& calls) {
 
 // ---- Reading ----
 
+// Deflate packs at most 1032 bytes into one, and a palette's bit becomes four bytes.
+constexpr std::size_t kMostExpansion = std::size_t{1032} * 32;
+
+// Profiles and texts are far smaller once they are unpacked.
+constexpr png_alloc_size_t kLargestChunk = png_alloc_size_t{1} << 26;
+
 struct SourcePosition {
   const ByteSource* source = nullptr;
   std::uint64_t offset = 0;
@@ -53,9 +60,25 @@ void ReadBytes(png_structp png, png_bytep out, std::size_t size) {
   position->offset += size;
 }
 
+/// libpng takes memory for a chunk before it sees that the file ends; so every chunk in front of
+/// the pixels must be there.
+void CheckChunks(const ByteSource& source) {
+  constexpr std::uint64_t kSignature = 8;
+  constexpr std::uint64_t kAroundData = 12;  // length, name and checksum
+  std::array<unsigned char, 8> head{};
+  for (std::uint64_t at = kSignature; source.ReadAt(at, head.data(), head.size()) == head.size() &&
+                                      std::memcmp(head.data() + 4, "IDAT", 4) != 0;
+       at += kAroundData + png_get_uint_32(head.data())) {
+    if (png_get_uint_32(head.data()) > source.Size() - at) {
+      ThrowDamaged("PNG", "the file ends early");
+    }
+  }
+}
+
 class PngReader : public PictureReader {
  public:
   explicit PngReader(const ByteSource& source) : position_{&source, 0} {
+    CheckChunks(source);
     png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &failure_, OnError, OnWarning);
     pngInfo_ = png_ == nullptr ? nullptr : png_create_info_struct(png_);
     if (pngInfo_ == nullptr) {
@@ -101,6 +124,7 @@ class PngReader : public PictureReader {
     png_set_read_fn(png_, &position_, ReadBytes);
     // The size is judged by CheckPictureSize, which knows what to say.
     png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+    png_set_chunk_malloc_max(png_, kLargestChunk);
     if (!Guarded(png_, [&] { png_read_info(png_, pngInfo_); })) {
       ThrowDamaged("PNG", failure_.text);
     }
@@ -154,7 +178,12 @@ class PngReader : public PictureReader {
     if (!whole_.empty()) {
       return;
     }
-    whole_.resize(info_.RowBytes() * static_cast<std::size_t>(info_.height));
+    const std::size_t size = info_.RowBytes() * static_cast<std::size_t>(info_.height);
+    // No file of this length can hold as much, so it ends early: not worth the memory.
+    if (size / kMostExpansion > position_.source->Size()) {
+      ThrowDamaged("PNG", "the file ends early");
+    }
+    whole_.resize(size);
     std::vector<png_bytep> rows(static_cast<std::size_t>(info_.height));
     for (std::size_t row = 0; row < rows.size(); ++row) {
       rows[row] = reinterpret_cast<png_bytep>(whole_.data() + row * info_.RowBytes());

@@ -73,6 +73,8 @@ Json ParseJson(std::string_view text) {
   } catch (const nlohmann::json::parse_error& error) {
     throw UsageError(
         Text("line ", LineOf(text, error.byte == 0 ? 0 : error.byte - 1), ": not valid JSON"));
+  } catch (const nlohmann::json::out_of_range&) {
+    throw UsageError("not a scene (a number in it is too large)");
   }
 }
 
