@@ -18,7 +18,8 @@ add_library(
   render/pixel/pixel_depths.cpp
   render/pixel/place_pixel.cpp
   render/pixel/place_pixel_filtered.cpp
-  render/pixel/sample_wrapped.cpp)
+  render/pixel/sample_wrapped.cpp
+  render/pixel/span_rejection.cpp)
 veltra_target(veltra_effect_objects)
 target_link_libraries(veltra_effect_objects PUBLIC veltra_host_api veltra_numerics)
 if(VELTRA_COVERAGE)

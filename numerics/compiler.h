@@ -5,16 +5,19 @@
 
 #if defined(_MSC_VER)
 #define VELTRA_EXPORT __declspec(dllexport)
+#define VELTRA_LOCAL
 #define VELTRA_NOINLINE __declspec(noinline)
 #define VELTRA_FORCE_INLINE __forceinline
 #define VELTRA_PRINTF_LIKE(text, first)
 #elif defined(_WIN32)
 #define VELTRA_EXPORT __attribute__((dllexport))
+#define VELTRA_LOCAL
 #define VELTRA_NOINLINE __attribute__((noinline))
 #define VELTRA_FORCE_INLINE inline __attribute__((always_inline))
 #define VELTRA_PRINTF_LIKE(text, first) __attribute__((format(gnu_printf, text, first)))
 #else
 #define VELTRA_EXPORT __attribute__((visibility("default")))
+#define VELTRA_LOCAL __attribute__((visibility("hidden")))
 #define VELTRA_NOINLINE __attribute__((noinline))
 #define VELTRA_FORCE_INLINE inline __attribute__((always_inline))
 #define VELTRA_PRINTF_LIKE(text, first) __attribute__((format(printf, text, first)))

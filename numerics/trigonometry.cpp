@@ -15,7 +15,28 @@
 
 namespace veltra::numerics {
 
+namespace kernels {
+
 namespace {
+
+constexpr std::array<LaneConstant, kConstants.size()> BothLanes() {
+  std::array<LaneConstant, kConstants.size()> both{};
+  for (std::size_t i = 0; i < both.size(); ++i) {
+    both[i] = {{kConstants[i], kConstants[i]}};
+  }
+  return both;
+}
+
+}  // namespace
+
+constinit const std::array<LaneConstant, kConstants.size()> kLaneConstants = BothLanes();
+
+}  // namespace kernels
+
+namespace {
+
+using kernels::Constant;
+using kernels::ValueOf;
 
 using ScalarAngle = kernels::ReducedAngle<double, std::uint64_t>;
 
@@ -91,14 +112,14 @@ constexpr double PowerOfTwo(int exponent) {
 /// (fractionHigh + fractionLow) * pi/2 as a double and its rest. The product of the high parts is
 /// taken with its rounding error, after Dekker.
 ScalarAngle TimesHalfPi(double fractionHigh, double fractionLow) {
-  const double product = fractionHigh * kernels::kHalfPiHigh;
+  const double product = fractionHigh * ValueOf(Constant::kHalfPiHigh);
   const double a1 = kernels::Head(fractionHigh);
   const double a2 = fractionHigh - a1;
-  const double b1 = kernels::Head(kernels::kHalfPiHigh);
-  const double b2 = kernels::kHalfPiHigh - b1;
+  const double b1 = kernels::Head(ValueOf(Constant::kHalfPiHigh));
+  const double b2 = ValueOf(Constant::kHalfPiHigh) - b1;
   const double error = ((a1 * b1 - product) + a1 * b2 + a2 * b1) + a2 * b2;
-  const double rest =
-      error + (fractionHigh * kernels::kHalfPiLow + fractionLow * kernels::kHalfPiHigh);
+  const double rest = error + (fractionHigh * ValueOf(Constant::kHalfPiLow) +
+                               fractionLow * ValueOf(Constant::kHalfPiHigh));
   const double high = product + rest;
   return {high, (product - high) + rest, 0};
 }
@@ -143,7 +164,7 @@ SinCosResult SinCos(double radians) {
     const double undefined = std::numeric_limits<double>::quiet_NaN();
     return {undefined, undefined};
   }
-  const auto both = kernels::SinCosOfReduced(magnitude <= kernels::kModerateLimit
+  const auto both = kernels::SinCosOfReduced(magnitude <= ValueOf(Constant::kModerateLimit)
                                                  ? kernels::ReduceModerate(radians)
                                                  : ReduceLarge(radians));
   return {both.sine, both.cosine};

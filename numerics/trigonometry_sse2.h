@@ -41,11 +41,36 @@ VELTRA_FORCE_INLINE TwoMasks operator>(TwoDoubles a, TwoDoubles b) {
 VELTRA_FORCE_INLINE TwoMasks operator<(TwoDoubles a, TwoDoubles b) {
   return {_mm_cmplt_pd(a.lanes, b.lanes)};
 }
+/// A constant in both lanes, 16 bytes that an operation can take from memory.
+struct alignas(16) LaneConstant {
+  double lanes[2];
+};
+/// Kept from the compiler's eyes on purpose: where gcc knows the value it stores one lane and
+/// spends two instructions on making it two.
+extern VELTRA_LOCAL const std::array<LaneConstant, kConstants.size()> kLaneConstants;
+
 VELTRA_FORCE_INLINE TwoDoubles Splat(double value, TwoDoubles /*type*/) {
   return {_mm_set1_pd(value)};
 }
+VELTRA_FORCE_INLINE TwoDoubles Splat(Constant name, TwoDoubles /*type*/) {
+  return {_mm_load_pd(kLaneConstants[static_cast<std::size_t>(name)].lanes)};
+}
 VELTRA_FORCE_INLINE TwoDoubles Select(TwoMasks mask, TwoDoubles yes, TwoDoubles no) {
   return {_mm_or_pd(_mm_and_pd(mask.lanes, yes.lanes), _mm_andnot_pd(mask.lanes, no.lanes))};
+}
+VELTRA_FORCE_INLINE TwoDoubles Keep(TwoMasks mask, TwoDoubles value) {
+  return {_mm_and_pd(mask.lanes, value.lanes)};
+}
+VELTRA_FORCE_INLINE bool None(TwoMasks mask) {
+  return _mm_movemask_pd(mask.lanes) == 0;
+}
+VELTRA_FORCE_INLINE bool All(TwoMasks mask) {
+  return _mm_movemask_pd(mask.lanes) == 3;
+}
+VELTRA_FORCE_INLINE void SwapWhere(TwoMasks mask, TwoDoubles& a, TwoDoubles& b) {
+  const __m128d difference = _mm_and_pd(mask.lanes, _mm_xor_pd(a.lanes, b.lanes));
+  a.lanes = _mm_xor_pd(a.lanes, difference);
+  b.lanes = _mm_xor_pd(b.lanes, difference);
 }
 VELTRA_FORCE_INLINE TwoDoubles SquareRoot(TwoDoubles value) {
   return {_mm_sqrt_pd(value.lanes)};
@@ -65,12 +90,11 @@ VELTRA_FORCE_INLINE TwoDoubles Head(TwoDoubles value) {
 VELTRA_FORCE_INLINE TwoWords Bits(TwoDoubles value) {
   return {_mm_castpd_si128(value.lanes)};
 }
-VELTRA_FORCE_INLINE TwoMasks BitIsSet(TwoWords bits, int bit) {
-  // SSE2 has no arithmetic shift of 64 bits: the wanted bit goes on top of the low half, the low
-  // halves are copied over the high ones and each half fills itself with its sign.
-  const __m128i top = _mm_slli_epi64(bits.lanes, 31 - bit);
-  const __m128i both = _mm_shuffle_epi32(top, _MM_SHUFFLE(2, 2, 0, 0));
-  return {_mm_castsi128_pd(_mm_srai_epi32(both, 31))};
+VELTRA_FORCE_INLINE TwoMasks IsOdd(TwoWords bits) {
+  // SSE2 has no arithmetic shift of 64 bits: the low halves are copied over the high ones and each
+  // half fills itself with its lowest bit.
+  const __m128i low = _mm_shuffle_epi32(bits.lanes, _MM_SHUFFLE(2, 2, 0, 0));
+  return {_mm_castsi128_pd(_mm_srai_epi32(_mm_slli_epi32(low, 31), 31))};
 }
 VELTRA_FORCE_INLINE TwoDoubles SignFromBit1(TwoWords bits, TwoDoubles /*type*/) {
   return {_mm_castsi128_pd(_mm_slli_epi64(bits.lanes, 62))};
@@ -92,8 +116,8 @@ TwoSinCos SinCosLaneByLane(__m128d radians);
 /// Both of both lanes; each lane as SinCos of it.
 VELTRA_FORCE_INLINE TwoSinCos SinCos(__m128d radians) {
   const kernels::TwoDoubles x{radians};
-  const __m128d moderate =
-      _mm_cmple_pd(kernels::Magnitude(x).lanes, _mm_set1_pd(kernels::kModerateLimit));
+  const __m128d moderate = _mm_cmple_pd(kernels::Magnitude(x).lanes,
+                                        kernels::Splat(kernels::Constant::kModerateLimit, x).lanes);
   if (_mm_movemask_pd(moderate) != 3) {
     return SinCosLaneByLane(radians);
   }

@@ -6,6 +6,7 @@
 
 #include "render/pixel/compose_sample.h"
 #include "render/pixel/map_to_layer.h"
+#include "render/pixel/span_rejection.h"
 
 namespace veltra {
 namespace {
@@ -41,24 +42,45 @@ PF_Err SampleAndCompose(const PlacementRecord& record, double u, double v, float
                                   numerics::TruncateToInt32(v * kFixedOne), coverage, out);
 }
 
+/// The angle across the span and those from its ends, radians; on the span the latter add up to
+/// spanAngle, off its ends to more.
+struct SpanAngles {
+  double across;
+  double fromStart;
+  double fromEnd;
+};
+
+/// Latitude and longitude share the lanes of one sine and cosine, the angles from the ends those of
+/// one arc cosine.
+VELTRA_FORCE_INLINE SpanAngles MeasureSpan(const PlacementRecord& record, A_long x, A_long y) {
+  const numerics::TwoSinCos both = numerics::SinCos(_mm_set_pd(
+      Longitude(record, x - record.originOffsetX), Latitude(record, y - record.originOffsetY)));
+  const auto first = [](__m128d lanes) { return _mm_cvtsd_f64(lanes); };
+  const auto second = [](__m128d lanes) { return _mm_cvtsd_f64(_mm_unpackhi_pd(lanes, lanes)); };
+  const auto point = ProjectOntoSpan(record, DirectionOf(second(both.sine), second(both.cosine),
+                                                         first(both.sine), first(both.cosine)));
+  const __m128d along =
+      numerics::Acos(_mm_set_pd(Dot(point.inPlane, Splat(record.spanEnd, point.across)),
+                                Dot(point.inPlane, Splat(record.spanStart, point.across))));
+  return {point.across, first(along), second(along)};
+}
+
 /// The strip ends inside its band with a ramp of one pixel on the far side of spanNormal, and
 /// outside its ends with another. On the near side it ends where the layer does.
 template <class Depth>
-PF_Err PlacePixel(void* refcon, A_long x, A_long y, typename Depth::Pixel* out) {
-  const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
-  const AcrossSpan point =
-      ProjectOntoSpan(record, x - record.originOffsetX, y - record.originOffsetY);
+VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, A_long x, A_long y,
+                                    typename Depth::Pixel* out) {
+  const SpanAngles angles = MeasureSpan(record, x, y);
   float coverage = 1.0F;
-  if (point.across > record.halfBandAngle - record.radiansPerPixel) {
-    if (point.across > record.halfBandAngle) {
+  if (angles.across > record.halfBandAngle - record.radiansPerPixel) {
+    if (angles.across > record.halfBandAngle) {
       return PF_Err_NONE;
     }
     coverage =
-        static_cast<float>(1.0 - (point.across - record.halfBandAngle + record.radiansPerPixel) /
+        static_cast<float>(1.0 - (angles.across - record.halfBandAngle + record.radiansPerPixel) /
                                      record.radiansPerPixel);
   }
-  const AlongSpan along = MeasureAlongSpan(record, point.inPlane);
-  const double sum = along.fromStart + along.fromEnd;
+  const double sum = angles.fromStart + angles.fromEnd;
   if (sum > record.spanAngle) {
     if (sum > record.spanAngle + record.radiansPerPixel) {
       return PF_Err_NONE;
@@ -66,8 +88,19 @@ PF_Err PlacePixel(void* refcon, A_long x, A_long y, typename Depth::Pixel* out) 
     coverage =
         coverage * static_cast<float>(1.0 - (sum - record.spanAngle) / record.radiansPerPixel);
   }
-  return SampleAndCompose<Depth>(record, LayerColumn(record, along), LayerRow(record, point.across),
-                                 coverage, out);
+  return SampleAndCompose<Depth>(record, LayerColumn(record, angles.fromStart),
+                                 LayerRow(record, angles.across), coverage, out);
+}
+
+/// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
+template <class Depth>
+VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
+                                      typename Depth::Pixel* out) {
+  const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
+  if (IsSurelyOffStrip<AcrossRamp::kInside>(record, x, y)) {
+    return PF_Err_NONE;
+  }
+  return PlaceOnStrip<Depth>(record, x, y, out);
 }
 
 }  // namespace

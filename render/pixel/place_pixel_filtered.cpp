@@ -8,6 +8,7 @@
 
 #include "render/pixel/compose_sample.h"
 #include "render/pixel/map_to_layer.h"
+#include "render/pixel/span_rejection.h"
 
 namespace veltra {
 namespace {
@@ -45,39 +46,51 @@ float WrapTile(const PlacementRecord& record, float u) {
 }
 
 template <class Depth>
-PF_Err SampleAndCompose(const PlacementRecord& record, const LayerPosition& position, float du,
-                        float dv, typename Depth::Pixel* out) {
+PF_Err SampleAndCompose(const PlacementRecord& record, const FilteredMapping& mapping,
+                        typename Depth::Pixel* out) {
+  const float du = Footprint(mapping.neighbour.u, mapping.here.u);
+  const float dv = Footprint(mapping.neighbour.v, mapping.here.v);
   PF_SampPB params = record.samplingParams;
-  float u = position.u;
+  float u = mapping.here.u;
+  const float v = mapping.here.v;
   if (record.tileMode != 0) {
     u = WrapTile(record, u);
     if (u - du - kHalfPixel < 0.0F ||
         static_cast<double>(u + du + kHalfPixel) > record.tilePeriod) {
-      return ComposeSeamSample<Depth>(record, params, u, position.v, du + kHalfPixel,
-                                      dv + kHalfPixel, position.coverage, out);
+      return ComposeSeamSample<Depth>(record, params, u, v, du + kHalfPixel, dv + kHalfPixel,
+                                      mapping.coverage, out);
     }
   }
   params.x_radius = BoxRadius(du);
   params.y_radius = BoxRadius(dv);
   params.area = BoxArea(params.x_radius, params.y_radius);
-  return ComposeHostSample<Depth>(
-      record, record.areaSample, params, numerics::TruncateToInt32(u * kFixedOneF),
-      numerics::TruncateToInt32(position.v * kFixedOneF), position.coverage, out);
+  return ComposeHostSample<Depth>(record, record.areaSample, params,
+                                  numerics::TruncateToInt32(u * kFixedOneF),
+                                  numerics::TruncateToInt32(v * kFixedOneF), mapping.coverage, out);
 }
 
 template <class Depth>
-PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y, typename Depth::Pixel* out) {
-  const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
-  const double px = x - record.originOffsetX;
-  const double py = y - record.originOffsetY;
-  LayerPosition here{};
-  if (!MapToLayer(px, py, record, &here) || here.coverage < 0.0F || here.coverage > 1.0F) {
+VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, A_long x, A_long y,
+                                    typename Depth::Pixel* out) {
+  const FramePosition here{x - record.originOffsetX, y - record.originOffsetY};
+  const FramePosition neighbour{here.x + (x > 0 ? -1.0 : 1.0), here.y + (y > 0 ? -1.0 : 1.0)};
+  const FilteredMapping mapping = MapToLayer(record, here, neighbour);
+  if (!mapping.inside || mapping.coverage < 0.0F || mapping.coverage > 1.0F) {
     return PF_Err_NONE;
   }
-  LayerPosition neighbour{};
-  MapToLayer(px + (x > 0 ? -1.0 : 1.0), py + (y > 0 ? -1.0 : 1.0), record, &neighbour);
-  return SampleAndCompose<Depth>(record, here, Footprint(neighbour.u, here.u),
-                                 Footprint(neighbour.v, here.v), out);
+  return SampleAndCompose<Depth>(record, mapping, out);
+}
+
+/// Most pixels end here, without their neighbour having been mapped. What follows is out of line,
+/// so that this entry saves no registers for it.
+template <class Depth>
+VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
+                                              typename Depth::Pixel* out) {
+  const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
+  if (IsSurelyOffStrip<AcrossRamp::kOutside>(record, x, y)) {
+    return PF_Err_NONE;
+  }
+  return PlaceOnStrip<Depth>(record, x, y, out);
 }
 
 }  // namespace
