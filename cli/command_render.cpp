@@ -342,7 +342,8 @@ std::string RelativeTo(const std::string& path, const std::filesystem::path& fol
   }
   return std::filesystem::absolute(path)
       .lexically_normal()
-      .lexically_proximate(std::filesystem::absolute(folder).lexically_normal())
+      .lexically_proximate(
+          std::filesystem::absolute(folder.empty() ? "." : folder).lexically_normal())
       .string();
 }
 

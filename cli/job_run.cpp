@@ -161,12 +161,14 @@ class JobRun {
   void CheckOutputs();
   void CheckInputs();
   void CheckFolder() const;
+  PictureInfo LookAt(const std::string& path);
+  OpenedPicture Take(const std::string& path);
   void LookAtFirst();
   void LoadStills();
   void RunFrames(const Spread& spread);
   bool RenderNext(const FrameRenderer& renderer);
-  void ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& inputs) const;
-  SharedWorld ReadShared(const std::string& path, PF_RationalScale aspect) const;
+  void ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& inputs);
+  SharedWorld ReadShared(const std::string& path, PF_RationalScale aspect);
   void Write(int number, const host::World& picture);
 
   const RenderJob& job_;
@@ -186,6 +188,7 @@ class JobRun {
   std::map<PF_ParamIndex, SharedWorld> stillLayers_;
   std::unique_ptr<host::ThreadPool> pool_;
   std::unique_ptr<Progress> progress_;
+  std::map<std::string, OpenedPicture> opened_;  ///< looked at, but not read yet
   std::set<std::string> warned_;
   std::mutex mutex_;
 
@@ -404,20 +407,41 @@ void JobRun::CheckFolder() const {
   }
 }
 
+/// What the header says. The picture stays open for whoever reads it, since a pipe cannot be
+/// opened twice.
+PictureInfo JobRun::LookAt(const std::string& path) {
+  OpenedPicture picture = Open(path);
+  PictureInfo info = picture.reader->Info();
+  opened_[path] = std::move(picture);
+  return info;
+}
+
+OpenedPicture JobRun::Take(const std::string& path) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = opened_.find(path);
+    if (found != opened_.end()) {
+      OpenedPicture picture = std::move(found->second);
+      opened_.erase(found);
+      return picture;
+    }
+  }
+  return Open(path);
+}
+
 void JobRun::LookAtFirst() {
   const int number = numbers_.front();
   if (frameVideo_) {
     first_ = frameVideo_->picture;
   } else if (NeedsFrame()) {
-    first_ = Open(frame_.At(number)).reader->Info();
+    first_ = LookAt(frame_.At(number));
   } else {
     first_.width = job_.options.size->width;
     first_.height = job_.options.size->height;
     for (const auto& [index, layer] : layers_) {
       // A transparent frame has its layer's depth.
-      first_.stored = layer.kind == MediaKind::kVideo
-                          ? layerVideos_.at(index).picture.stored
-                          : Open(layer.At(number)).reader->Info().stored;
+      first_.stored = layer.kind == MediaKind::kVideo ? layerVideos_.at(index).picture.stored
+                                                      : LookAt(layer.At(number)).stored;
     }
   }
   depth_ = job_.options.depth.value_or(DepthOf(first_));
@@ -427,8 +451,8 @@ void JobRun::LookAtFirst() {
   }
 }
 
-SharedWorld JobRun::ReadShared(const std::string& path, PF_RationalScale aspect) const {
-  const OpenedPicture picture = Open(path);
+SharedWorld JobRun::ReadShared(const std::string& path, PF_RationalScale aspect) {
+  const OpenedPicture picture = Take(path);
   return Named(path, [&] {
     return AtJobResolution(ReadWorld(*picture.reader, depth_, pool_.get()), job_.options.downsample,
                            aspect);
@@ -447,7 +471,7 @@ void JobRun::LoadStills() {
   }
 }
 
-void JobRun::ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& inputs) const {
+void JobRun::ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& inputs) {
   for (const auto& [index, layer] : layers_) {
     if (layer.kind == MediaKind::kVideo) {
       continue;
@@ -461,7 +485,7 @@ void JobRun::ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& 
     inputs.frame = stillFrame_;
   } else if (NeedsFrame() && !frameVideo_) {
     const std::string path = frame_.At(number);
-    const OpenedPicture picture = Open(path);
+    const OpenedPicture picture = Take(path);
     inputs.width = picture.reader->Info().width;
     inputs.height = picture.reader->Info().height;
     if (renderer.WantsFrame(number, inputs)) {

@@ -160,18 +160,21 @@ int Process::Finish() {
   return WIFEXITED(status) ? WEXITSTATUS(status) : kSignalExitBase + WTERMSIG(status);
 }
 
-std::string Process::LastComplaint() const {
-  constexpr off_t kMostComplaint = 4096;
-  const off_t end = lseek(errors_, 0, SEEK_END);
-  const off_t start = std::max<off_t>(0, end - kMostComplaint);
-  std::string text(static_cast<std::size_t>(std::max<off_t>(0, end - start)), '\0');
-  const ssize_t got = pread(errors_, text.data(), text.size(), start);
+std::string Process::Complaint() const {
+  constexpr std::size_t kMostComplaint = 1024;
+  std::string text(kMostComplaint, '\0');
+  const ssize_t got = pread(errors_, text.data(), text.size(), 0);
   text.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-  while (!text.empty() && (text.back() == '\n' || text.back() == ' ' || text.back() == '.')) {
+  text.resize(std::min(text.find('\n'), text.size()));
+  // ffmpeg puts "[part @ 0x5581] " before what it says.
+  const std::size_t part = text.find("] ");
+  if (text.starts_with('[') && part != std::string::npos) {
+    text.erase(0, part + 2);
+  }
+  while (!text.empty() && (text.back() == ' ' || text.back() == '.')) {
     text.pop_back();
   }
-  const std::size_t line = text.find_last_of('\n');
-  return line == std::string::npos ? text : text.substr(line + 1);
+  return text;
 }
 
 std::string OutputOf(const std::vector<std::string>& arguments, const std::string& what) {
@@ -183,7 +186,7 @@ std::string OutputOf(const std::vector<std::string>& arguments, const std::strin
     text.append(block.data(), got);
   }
   if (process.Finish() != 0) {
-    const std::string complaint = process.LastComplaint();
+    const std::string complaint = process.Complaint();
     throw RenderError(
         Text(what, ": not a readable video", complaint.empty() ? "" : Text(" (", complaint, ")")));
   }

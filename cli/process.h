@@ -28,8 +28,8 @@ class Process {
   bool Write(const void* bytes, std::size_t size);
   /// Closes our end and waits; returns the exit code, or 128 + n for signal n.
   int Finish();
-  /// What it complained about: the last line of its standard error, or empty.
-  std::string LastComplaint() const;
+  /// What it complained about: the first line of its standard error, or empty.
+  std::string Complaint() const;
 
  private:
   void WaitFor(short events) const;

@@ -299,7 +299,7 @@ VideoReader::VideoReader(const VideoInfo& info, PF_RationalScale rate)
       row_(info.picture.RowBytes()) {}
 
 void VideoReader::Fail() {
-  const std::string complaint = process_.LastComplaint();
+  const std::string complaint = process_.Complaint();
   throw RenderError(Text(info_.path, ": ", complaint.empty() ? "ends within a frame" : complaint));
 }
 
@@ -358,7 +358,7 @@ VideoWriter::VideoWriter(const std::string& path, int width, int height,
 
 void VideoWriter::Fail() {
   process_.Finish();
-  const std::string complaint = process_.LastComplaint();
+  const std::string complaint = process_.Complaint();
   throw RenderError(
       Text(path_, ": ", complaint.empty() ? "ffmpeg could not write the video" : complaint));
 }

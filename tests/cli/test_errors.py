@@ -1,0 +1,209 @@
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+"""Bad input: one clear line, the right exit code, and nothing touched."""
+
+import os
+import struct
+import unittest
+
+import numpy as np
+
+import pictures
+from support import ProgramTest, gradient
+
+FAILED = 1
+USAGE = 2
+
+
+class Errors(ProgramTest):
+
+    def setUp(self):
+        super().setUp()
+        pictures.write_png(self.path("frame.png"), gradient(16, 8, 4, np.uint8))
+        pictures.write_png(self.path("layer.png"), gradient(8, 8, 4, np.uint8))
+        (self.folder / "out.png").write_text("precious")
+
+    def tearDown(self):
+        self.assertEqual((self.folder / "out.png").read_text(), "precious")
+        self.assertEqual([name for name in self.files() if name.startswith(".")], [])
+
+    def refuse(self, exit_code, message, *options, frame="frame.png"):
+        self.assert_fails(exit_code, message, "render", "-f", frame, "--layer", "layer.png",
+                          *options, "-o", "out.png")
+
+    # ---- The command line ----
+
+    def test_unknown_commands_and_options(self):
+        self.assert_fails(USAGE, "did you mean render?", "rendr")
+        self.refuse(USAGE, "unknown option --travle (did you mean --travel?)", "--travle", "3")
+
+    def test_option_without_its_value(self):
+        self.assert_fails(USAGE, "--travel needs a value", "render", "-f", "frame.png", "-o",
+                          "out.png", "--travel")
+
+    def test_values_outside_the_declared_range_name_the_range(self):
+        self.refuse(USAGE, "--travel: '10001' is outside -10000 to 10000", "--travel", "10001")
+        self.refuse(USAGE, "--degrees: '121' is outside 0 to 120", "--degrees", "121")
+        self.refuse(USAGE, "--opacity: '-1' is outside 0 to 100", "--opacity", "-1")
+
+    def test_values_that_are_none(self):
+        for option, value, message in (
+                ("--start", "left", "is not a point"), ("--start", "1,2,3", "is not a point"),
+                ("--start", "1%", "is not a point"), ("--start", "nan,1", "is not a point"),
+                ("--end", "99999,1", "cannot be expressed"), ("--travel", "1e999", "not a number"),
+                ("--travel", "fast", "not a number"), ("--placement", "round", "stretch, tile"),
+                ("--depth", "32", "8, 16 or float"), ("--quality", "good", "best or draft"),
+                ("--region", "1,2,3", "is not a region"), ("--region", "1,2,0,4", "anything in"),
+                ("--region", "16,0,4,4", "outside the frame"), ("--downsample", "0", "in range"),
+                ("--pixel-aspect", "0/1", "not a ratio"), ("--threads", "many", "whole number"),
+                ("--frames", "5-1", "not a frame range"), ("--rate", "-1", "not a ratio"),
+                ("--compression", "zip", "PNG has no 'zip'"), ("--output-depth", "half", "PNG"),
+                ("--jpeg-quality", "101", "in range"), ("--progress", "dots", "progress")):
+            with self.subTest(option=option, value=value):
+                self.refuse(USAGE, message, f"{option}={value}")
+
+    def test_switch_with_a_wrong_value(self):
+        self.refuse(USAGE, "--filtering: 'maybe' is not a switch", "--filtering=maybe")
+
+    def test_size_and_frame_exclude_each_other_and_one_is_needed(self):
+        self.refuse(USAGE, "exclude each other", "--size", "8x8")
+        self.assert_fails(USAGE, "nothing to render on", "render", "-o", "out.png")
+        self.assert_fails(USAGE, "nothing to write", "render", "-f", "frame.png")
+        for size in ("8", "0x8", "30001x1", "8x8x8", "axb"):
+            self.assert_fails(USAGE, "--size", "render", "--size", size, "-o", "out.png")
+
+    def test_formats_that_cannot_be_written(self):
+        for name in ("out.hdr", "out", "out.gif"):
+            self.assert_fails(USAGE, "cannot tell the format", "render", "-f", "frame.png", "-o",
+                              name)
+
+    def test_classic_has_no_float(self):
+        self.refuse(USAGE, "8 and 16 bit only", "--classic", "--depth", "float")
+
+    # ---- Pictures ----
+
+    def test_missing_and_unreadable_pictures(self):
+        self.refuse(FAILED, "gone.png: no such file", frame="gone.png")
+        os.mkdir(self.path("folder.png"))
+        self.refuse(FAILED, "folder.png: is a directory", frame="folder.png")
+        for content in (b"x", b"hello, this is text", bytes(range(256))):
+            (self.folder / "bad.png").write_bytes(content)
+            self.refuse(FAILED, "bad.png: not a readable image (expected PNG, TIFF, JPEG, EXR or "
+                        "HDR)", frame="bad.png")
+        (self.folder / "bad.png").write_bytes(b"")
+        self.refuse(FAILED, "bad.png: empty file", frame="bad.png")
+
+    def test_truncated_pictures_of_every_format(self):
+        frame = gradient(64, 32, 4, np.uint8)
+        pictures.write_png(self.path("whole.png"), frame)
+        pictures.write_tiff(self.path("whole.tif"), frame)
+        pictures.write_exr(self.path("whole.exr"), gradient(64, 32, 4, np.float32))
+        pictures.write_hdr(self.path("whole.hdr"), gradient(64, 32, 3, np.float32))
+        self.run_well("render", "-f", "whole.png", "-o", "whole.jpg")
+        self.run_well("render", "-f", "whole.png", "-o", "zip.exr")
+        self.run_well("render", "-f", "whole.png", "-o", "lzw.tif", "--compression", "lzw")
+        for name in ("whole.png", "whole.tif", "whole.exr", "whole.hdr", "whole.jpg", "zip.exr",
+                     "lzw.tif"):
+            data = (self.folder / name).read_bytes()
+            for share in (0.05, 0.4, 0.9, 0.98):
+                with self.subTest(name=name, share=share):
+                    (self.folder / ("cut-" + name)).write_bytes(data[:int(len(data) * share)])
+                    self.refuse(FAILED, "cut-" + name, frame="cut-" + name)
+
+    def test_damaged_picture_does_not_crash(self):
+        rng = np.random.default_rng(7)
+        for name, write in (("d.png", pictures.write_png), ("d.tif", pictures.write_tiff)):
+            write(self.path(name), gradient(32, 16, 4, np.uint8))
+            data = np.frombuffer((self.folder / name).read_bytes(), np.uint8)
+            for _ in range(25):
+                broken = data.copy()
+                broken[rng.integers(8, len(data), 6)] = rng.integers(0, 256, 6)
+                (self.folder / name).write_bytes(broken.tobytes())
+                process = self.run_program("render", "-f", name, "-o", "other.png")
+                self.assertIn(process.returncode, (0, FAILED), process.stderr)
+
+    def test_absurdly_large_pictures_take_no_memory(self):
+        huge = struct.pack(">IIBBBBB", 2000000000, 2000000000, 8, 6, 0, 0, 0)
+        (self.folder / "huge.png").write_bytes(
+            b"\x89PNG\r\n\x1a\n" + pictures.png_chunk(b"IHDR", huge) +
+            pictures.png_chunk(b"IDAT", b"\0") + pictures.png_chunk(b"IEND", b""))
+        self.refuse(FAILED, "huge.png: a picture of 2000000000x2000000000 pixels is too large",
+                    frame="huge.png")
+        for name, data in (("huge.hdr", b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 99999 +X "
+                            b"99999\n"),):
+            (self.folder / name).write_bytes(data)
+            self.refuse(FAILED, name, frame=name)
+        pictures.write_exr(self.path("huge.exr"), gradient(4, 4, 4, np.float32),
+                           display_window=(0, 0, 2000000000, 2000000000))
+        self.refuse(FAILED, "huge.exr", frame="huge.exr")
+
+    def test_one_failing_picture_spoils_no_other_output(self):
+        for number in (1, 2, 3):
+            pictures.write_png(self.path(f"in.{number}.png"), gradient(8, 8, 4, np.uint8))
+        (self.folder / "in.2.png").write_bytes(b"broken")
+        self.assertEqual(self.run_program("render", "-f", "in.#.png", "-o", "seq.#.png",
+                                          "--quiet").returncode, FAILED)
+        for name in ("seq.1.png", "seq.3.png"):
+            if os.path.exists(self.path(name)):
+                pictures.read_png(self.path(name))
+        self.assertFalse(os.path.exists(self.path("seq.2.png")))
+
+    # ---- The effect ----
+
+    def test_libraries_that_are_no_effects(self):
+        (self.folder / "text.so").write_text("not a library")
+        self.refuse(FAILED, "gone.so", "--effect", "gone.so")
+        self.refuse(FAILED, "text.so", "--effect", "text.so")
+        self.refuse(FAILED, "libc.so.6", "--effect", "/lib/x86_64-linux-gnu/libc.so.6")
+
+    # ---- Outputs ----
+
+    def test_no_clobber_refuses(self):
+        self.refuse(FAILED, "out.png: already there", "--no-clobber")
+
+    def test_output_folder_that_is_not_there_or_not_a_folder(self):
+        for name in ("gone/out.png", "frame.png/out.png"):
+            self.assert_fails(FAILED, name.split("/")[0], "render", "-f", "frame.png", "-o", name)
+        os.mkdir(self.path("dir.png"))
+        self.assert_fails(FAILED, "dir.png: is a directory", "render", "-f", "frame.png", "-o",
+                          "dir.png")
+
+    @unittest.skipIf(os.geteuid() == 0, "root may write anywhere")
+    def test_unwritable_folder(self):
+        os.mkdir(self.path("locked"), 0o500)
+        self.assert_fails(FAILED, "permission denied", "render", "-f", "frame.png", "-o",
+                          "locked/out.png")
+
+    @unittest.skipUnless(os.path.exists("/dev/full"), "no full device here")
+    def test_full_disk_is_reported_for_every_format(self):
+        pictures.write_png(self.path("noise.png"), np.random.default_rng(1).integers(
+            0, 256, (256, 256, 4), dtype=np.uint8))
+        for name in ("full.png", "full.jpg"):
+            os.symlink("/dev/full", self.path(name))
+            self.assert_fails(FAILED, "no space left", "render", "-f", "noise.png", "-o", name,
+                              "--quiet")
+
+    def test_output_larger_than_the_limit_leaves_the_old_one(self):
+        pictures.write_png(self.path("noise.png"), np.random.default_rng(1).integers(
+            0, 256, (256, 256, 4), dtype=np.uint8))
+
+        def limit():
+            import resource
+            import signal
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
+
+        for name in ("out.png", "new.tif", "new.exr", "new.jpg"):
+            process = self.run_program("render", "-f", "noise.png", "-o", name, "--quiet",
+                                       "--jpeg-quality", "100", preexec_fn=limit)
+            self.assertEqual(process.returncode, FAILED, process.stderr)
+            self.assertIn("file too large", process.stderr)
+            self.assertFalse(name != "out.png" and os.path.exists(self.path(name)))
+
+    def test_memory_that_is_not_there_is_one_line(self):
+        def limit():
+            import resource
+            resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
+
+        self.assert_fails(FAILED, "memory", "render", "--size", "30000x30000", "--depth", "float",
+                          "-o", "out.png", preexec_fn=limit)

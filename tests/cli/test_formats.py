@@ -1,0 +1,232 @@
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+"""Every format and depth, in and out. Without a layer the picture is the frame."""
+
+import shutil
+import struct
+import subprocess
+import unittest
+import zlib
+
+import numpy as np
+
+import pictures
+from support import ProgramTest, gradient
+
+
+def _small_profile():
+    """A small RGB profile that libpng takes: a header and one tag."""
+    header = bytearray(128)
+    header[8:12] = b"\2\x10\0\0"
+    header[12:24] = b"mntrRGB XYZ "
+    header[36:40] = b"acsp"
+    header[68:80] = bytes.fromhex("0000f6d6000100000000d32d")
+    text = b"text\0\0\0\0" + b"not a real profile".ljust(64, b"\0")
+    profile = bytes(header) + struct.pack(">I4sII", 1, b"cprt", 144, len(text)) + text
+    return len(profile).to_bytes(4, "big") + profile[4:]
+
+
+class Formats(ProgramTest):
+
+    def through(self, source, target, *options):
+        self.run_well("render", "-f", source, "-o", target, *options)
+        return self.path(target)
+
+    def test_png_of_8_bits_comes_back_as_it_was(self):
+        frame = gradient(33, 17, 4, np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        for compression in ("none", "fast", "best", "6"):
+            out = pictures.read_png(self.through("in.png", "out.png", "--compression",
+                                                 compression))
+            np.testing.assert_array_equal(out, frame)
+
+    def test_png_of_16_bits_comes_back_within_one_step(self):
+        frame = gradient(64, 64, 4, np.uint16)
+        frame[0, :5, 0] = [0, 1, 32767, 32768, 65535]
+        pictures.write_png(self.path("in.png"), frame)
+        out = pictures.read_png(self.through("in.png", "out.png"))
+        self.assertEqual(out.dtype, np.uint16)
+        self.assertLessEqual(np.abs(out.astype(int) - frame).max(), 1)
+        np.testing.assert_array_equal(out[0, [0, 4], 0], [0, 65535])
+
+    def test_8_bits_survive_a_render_in_16_bits(self):
+        frame = np.arange(256, dtype=np.uint8).reshape(16, 16, 1).repeat(4, axis=2)
+        pictures.write_png(self.path("in.png"), frame)
+        out = pictures.read_png(self.through("in.png", "mid.png", "--depth", "16"))
+        self.assertEqual(out.dtype, np.uint16)
+        np.testing.assert_allclose(out, frame.astype(int) * 257, atol=1)
+        back = pictures.read_png(self.through("mid.png", "back.png", "--depth", "8"))
+        np.testing.assert_array_equal(back, frame)
+
+    def test_integers_become_float_by_their_full_scale(self):
+        for dtype, full in ((np.uint8, 255), (np.uint16, 65535)):
+            frame = gradient(16, 16, 4, dtype, alpha=1)
+            pictures.write_png(self.path("in.png"), frame)
+            out, _ = pictures.read_tiff(self.through("in.png", "out.tif", "--depth", "float"))
+            np.testing.assert_allclose(out, frame / np.float32(full), rtol=1e-6)
+
+    def test_float_becomes_integers_clamped_and_rounded(self):
+        values = np.array([-1, 0, 0.1, 0.4999, 0.5, 1, 7, np.inf, -np.inf, np.nan], np.float32)
+        frame = np.ones((1, len(values), 4), np.float32)
+        frame[0, :, 0] = values
+        pictures.write_tiff(self.path("in.tif"), frame)
+        out = pictures.read_png(self.through("in.tif", "out.png", "--output-depth", "8"))
+        np.testing.assert_array_equal(out[0, :, 0], [0, 0, 26, 127, 128, 255, 255, 255, 0, 0])
+        deep = pictures.read_png(self.through("in.tif", "deep.png"))
+        self.assertEqual(deep.dtype, np.uint16)
+        np.testing.assert_array_equal(deep[0, :4, 0], [0, 0, 6554, 32761])
+
+    def test_grey_and_missing_alpha_are_filled_in(self):
+        for channels in (1, 2, 3, 4):
+            frame = gradient(9, 7, channels, np.uint8)
+            pictures.write_png(self.path("in.png"), frame)
+            out = pictures.read_png(self.through("in.png", "out.png"))
+            colour = frame[:, :, :3] if channels >= 3 else frame[:, :, :1].repeat(3, axis=2)
+            np.testing.assert_array_equal(out[:, :, :3], colour)
+            alpha = frame[:, :, -1] if channels in (2, 4) else 255
+            np.testing.assert_array_equal(out[:, :, 3], np.broadcast_to(alpha, out.shape[:2]))
+
+    def test_tiff_comes_in_every_layout(self):
+        for dtype in (np.uint8, np.uint16, np.float32):
+            frame = gradient(37, 21, 4, dtype)
+            for layout in ({}, {"rows_per_strip": 4}, {"planar": 2}, {"byte_order": ">"},
+                           {"tile": 16}, {"planar": 2, "rows_per_strip": 5}):
+                with self.subTest(dtype=dtype, **layout):
+                    pictures.write_tiff(self.path("in.tif"), frame, **layout)
+                    out, tags = pictures.read_tiff(self.through("in.tif", "out.tif"))
+                    self.assertEqual(out.dtype, dtype)
+                    self.assertEqual(tags[338], (2,))  # straight alpha
+                    tolerance = 1 if dtype == np.uint16 else 0
+                    np.testing.assert_allclose(out.astype(float), frame.astype(float),
+                                               atol=tolerance)
+
+    def test_tiff_compressions_all_hold_the_same_picture(self):
+        frame = gradient(40, 30, 4, np.uint8)
+        pictures.write_tiff(self.path("in.tif"), frame)
+        for name in ("none", "lzw", "deflate", "packbits", "fast", "best"):
+            self.through("in.tif", name + ".tif", "--compression", name)
+            out = pictures.read_png(self.through(name + ".tif", name + ".png"))
+            np.testing.assert_array_equal(out, frame)
+
+    def test_tiff_that_counts_down_to_black_is_turned_round(self):
+        frame = gradient(8, 8, 1, np.uint8)
+        pictures.write_tiff(self.path("in.tif"), frame, photometric=0)
+        out = pictures.read_png(self.through("in.tif", "out.png"))
+        np.testing.assert_array_equal(out[:, :, 0], 255 - frame[:, :, 0])
+
+    def test_multiplied_tiff_is_divided(self):
+        frame = np.array([[[64, 32, 0, 128], [10, 20, 30, 0], [9, 9, 9, 255]]], np.uint8)
+        pictures.write_tiff(self.path("in.tif"), frame, alpha_kind=1)
+        out = pictures.read_png(self.through("in.tif", "out.png"))
+        np.testing.assert_array_equal(out[0, 0], [128, 64, 0, 128])
+        np.testing.assert_array_equal(out[0, 1], [10, 20, 30, 0])  # nothing to divide by
+
+    def test_exr_is_divided_on_reading_and_multiplied_on_writing(self):
+        for dtype in (np.float16, np.float32):
+            frame = np.zeros((4, 4, 4), dtype)
+            frame[:, :] = [0.25, 0.125, 2.0, 0.5]
+            frame[0, 0] = 0
+            pictures.write_exr(self.path("in.exr"), frame)
+            straight, _ = pictures.read_tiff(self.through("in.exr", "straight.tif"))
+            np.testing.assert_array_equal(straight[1, 1], [0.5, 0.25, 4.0, 0.5])
+            np.testing.assert_array_equal(straight[0, 0], [0, 0, 0, 0])
+            back, _ = pictures.read_exr(self.through("in.exr", "out.exr"))
+            self.assertEqual(back.dtype, dtype)  # half stays half
+            np.testing.assert_array_equal(back, frame)
+
+    def test_straight_colour_under_zero_alpha_does_not_glow_in_exr(self):
+        frame = np.array([[[255, 128, 0, 0], [255, 128, 0, 255]]], np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        out, _ = pictures.read_exr(self.through("in.png", "out.exr"))
+        np.testing.assert_array_equal(out[0, 0], [0, 0, 0, 0])
+        np.testing.assert_allclose(out[0, 1], [1, 128 / 255, 0, 1], rtol=1e-3)
+
+    def test_half_stays_finite(self):
+        frame = np.ones((2, 2, 4), np.float32)
+        frame[0, 0, 0] = 1e9
+        pictures.write_exr(self.path("in.exr"), frame)
+        out, _ = pictures.read_exr(self.through("in.exr", "out.exr", "--output-depth", "half"))
+        self.assertEqual(out[0, 0, 0], np.float16(65504))
+
+    def test_exr_compressions_all_hold_the_same_picture(self):
+        frame = gradient(50, 40, 4, np.float32, alpha=1)
+        pictures.write_exr(self.path("in.exr"), frame)
+        for name in ("none", "zip", "zips", "rle", "piz"):
+            self.through("in.exr", name + ".exr", "--compression", name)
+            out, _ = pictures.read_tiff(self.through(name + ".exr", name + ".tif"))
+            np.testing.assert_array_equal(out, frame)
+        out, _ = pictures.read_exr(self.path("zip.exr"))
+        np.testing.assert_array_equal(out, frame)
+
+    def test_exr_shows_its_display_window(self):
+        data = np.ones((2, 3, 4), np.float32)
+        pictures.write_exr(self.path("in.exr"), data, data_window=(4, 1, 6, 2),
+                           display_window=(1, 0, 5, 3))
+        out, _ = pictures.read_exr(self.through("in.exr", "out.exr"))
+        expected = np.zeros((4, 5, 4), np.float32)
+        expected[1:3, 3:5] = 1
+        np.testing.assert_array_equal(out, expected)
+
+    def test_exr_luminance_and_colour_without_alpha_come_in(self):
+        grey = gradient(6, 5, 1, np.float32)
+        pictures.write_exr(self.path("grey.exr"), grey)
+        out, _ = pictures.read_exr(self.through("grey.exr", "out.exr"))
+        np.testing.assert_array_equal(out, np.dstack([grey, grey, grey, np.ones_like(grey)]))
+
+    def test_hdr_comes_in_as_float(self):
+        frame = np.array([[[0.5, 0.25, 0.125], [8, 2, 1]], [[0, 0, 0], [1.5, 1, 0.75]]],
+                         np.float32)
+        pictures.write_hdr(self.path("in.hdr"), frame)
+        out, _ = pictures.read_tiff(self.through("in.hdr", "out.tif"))
+        self.assertEqual(out.dtype, np.float32)
+        np.testing.assert_allclose(out[:, :, :3], frame, rtol=0.01)
+        np.testing.assert_array_equal(out[:, :, 3], 1)
+
+    def test_jpeg_goes_out_without_alpha_and_comes_in(self):
+        frame = np.full((16, 16, 4), [200, 100, 50, 255], np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        process = self.run_well("render", "-f", "in.png", "-o", "out.jpg")
+        self.assertIn("JPEG has no alpha", process.stderr)
+        back = pictures.read_png(self.through("out.jpg", "back.png"))
+        np.testing.assert_allclose(back.astype(int), frame, atol=3)
+
+    def test_colour_profile_goes_along(self):
+        profile = _small_profile()
+        chunk = b"icc\0\0" + zlib.compress(profile)
+        frame = gradient(8, 8, 3, np.uint8)
+        pictures.write_png(self.path("in.png"), frame, extra=pictures.png_chunk(b"iCCP", chunk))
+        for name in ("out.png", "back.png"):
+            self.through("in.png", "mid.tif")
+            out = self.through("in.png" if name == "out.png" else "mid.tif", name)
+            kept = dict(pictures.png_chunks(out))[b"iCCP"]
+            self.assertEqual(zlib.decompress(kept[kept.index(b"\0") + 2:]), profile)
+
+    def test_float_png_and_8_bit_exr_take_what_the_format_has(self):
+        frame = gradient(8, 8, 4, np.uint8, alpha=1)
+        pictures.write_png(self.path("in.png"), frame)
+        out, _ = pictures.read_exr(self.through("in.png", "out.exr"))
+        self.assertEqual(out.dtype, np.float16)
+        deep, _ = pictures.read_exr(self.through("in.png", "deep.exr", "--depth", "16"))
+        self.assertEqual(deep.dtype, np.float32)
+
+    def test_one_pixel_is_a_picture(self):
+        frame = np.array([[[1, 2, 3, 4]]], np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        for name in ("out.png", "out.tif"):
+            read = pictures.read_png if name.endswith("png") else \
+                lambda path: pictures.read_tiff(path)[0]
+            np.testing.assert_array_equal(read(self.through("in.png", name)), frame)
+
+    @unittest.skipUnless(shutil.which("ffmpeg"), "ffmpeg is not installed")
+    def test_interlaced_palette_and_small_png_come_in(self):
+        frame = gradient(20, 20, 3, np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        for form in ("pal8", "monob", "gray", "rgb48be"):
+            subprocess.run(["ffmpeg", "-v", "error", "-y", "-i", "in.png", "-pix_fmt", form,
+                            "form.png"], cwd=self.folder, check=True)
+            subprocess.run(["ffmpeg", "-v", "error", "-y", "-i", "form.png", "-f", "rawvideo",
+                            "-pix_fmt", "rgba", "form.raw"], cwd=self.folder, check=True)
+            expected = np.fromfile(self.path("form.raw"), np.uint8).reshape(20, 20, 4)
+            out = pictures.read_png(self.through("form.png", "out.png", "--depth", "8",
+                                                 "--output-depth", "8"))
+            np.testing.assert_allclose(out.astype(int), expected, atol=1)

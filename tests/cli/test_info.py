@@ -1,0 +1,106 @@
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+"""What the program tells: help, version, controls, about, completion, sample."""
+
+import json
+import subprocess
+
+import numpy as np
+
+import pictures
+from support import PROGRAM, ProgramTest
+
+USAGE = 2
+
+
+class Info(ProgramTest):
+
+    def test_version(self):
+        for option in ("--version", "-V", "version"):
+            self.assertRegex(self.run_well(option).stdout, r"\Aveltra \d+\.\d+\.\d+\n\Z")
+
+    def test_help_lists_the_commands(self):
+        out = self.run_well("help").stdout
+        for command in ("render", "controls", "about", "sample", "completion"):
+            self.assertIn("\n  " + command, out)
+        self.assertEqual(self.run_well("--help").stdout, out)
+        self.assertEqual(self.run_program().returncode, USAGE)
+
+    def test_render_help_has_groups_examples_and_the_effect_s_controls(self):
+        out = self.run_well("render", "--help").stdout
+        for part in ("Controls of the effect", "Rendering", "examples:", "--travel",
+                     "-10000 to 10000", "(default 54%,17%)", "--region"):
+            self.assertIn(part, out)
+        self.assertEqual(self.run_well("help", "render").stdout, out)
+
+    def test_controls_are_those_the_effect_declares(self):
+        controls = json.loads(self.run_well("controls", "--json").stdout)["controls"]
+        self.assertEqual([c["name"] for c in controls],
+                         ["Layer", "Start Point", "End Point", "Layer Placement", "Travel",
+                          "Size (Degrees)", "Spherical Filtering", "Opacity",
+                          "Composite with Original"])
+        travel = controls[4]
+        self.assertEqual((travel["type"], travel["default"], travel["minimum"], travel["maximum"],
+                          travel["slider_minimum"], travel["slider_maximum"]),
+                         ("slider", 0, -10000, 10000, 0, 100))
+        self.assertEqual(controls[1]["default_percent"], [54, 17])
+        self.assertEqual(controls[3]["choices"], ["Stretch", "Tile", "Solo"])
+        self.assertIs(controls[8]["default"], True)
+        table = self.run_well("controls").stdout.splitlines()
+        self.assertEqual(len(table), 10)
+        self.assertRegex(table[6], r"^Size \(Degrees\) +slider +30 +0 to 120 +--size-degrees, "
+                                   r"--degrees$")
+
+    def test_every_name_of_a_control_works(self):
+        pictures.write_png(self.path("f.png"), np.zeros((4, 8, 4), np.uint8))
+        values = {"layer": "f.png", "point": "1,1", "popup": "tile", "slider": "5"}
+        for control in json.loads(self.run_well("controls", "--json").stdout)["controls"]:
+            for name in control["options"]:
+                if control["type"] == "checkbox":
+                    self.run_well("render", "-f", "f.png", "--" + name, "-o", "o.png")
+                    self.run_well("render", "-f", "f.png", "--no-" + name, "-o", "o.png")
+                else:
+                    self.run_well("render", "-f", "f.png", "--" + name, values[control["type"]],
+                                  "-o", "o.png")
+
+    def test_about_and_identity(self):
+        about = self.run_well("about").stdout
+        self.assertIn("NVT Veltra, v1.5", about)
+        self.assertIn("Place selected layer along spherical line.", about)
+        identity = json.loads(self.run_well("about", "--json").stdout)
+        self.assertEqual(identity["match_name"], "NSVeltra")
+        self.assertEqual(identity["version"], "1.5")
+
+    def test_completion_is_a_bash_script_that_completes(self):
+        script = self.run_well("completion").stdout
+        (self.folder / "completion.sh").write_text(script)
+
+        def complete(*words):
+            line = (f"source ./completion.sh; COMP_WORDS=({' '.join(words)}); "
+                    f"COMP_CWORD={len(words) - 1}; _veltra; echo \"${{COMPREPLY[@]}}\"")
+            return subprocess.run(["bash", "-c", line], cwd=self.folder, check=True,
+                                  capture_output=True, text=True).stdout.split()
+
+        self.assertEqual(complete("veltra", "ren"), ["render"])
+        self.assertEqual(complete("veltra", "render", "--trav"), ["--travel"])
+        self.assertEqual(complete("veltra", "render", "--placement", "s"), ["stretch", "solo"])
+        self.assertEqual(complete("veltra", "render", "--depth", "fl"), ["float"])
+        self.assertEqual(complete("veltra", "render", "--layer", "comp"), ["completion.sh"])
+        self.assert_fails(USAGE, "expected bash", "completion", "fish")
+
+    def test_sample_draws_a_scene_that_renders(self):
+        self.run_well("sample", "s", "--size", "256x128")
+        self.assertEqual(pictures.read_png(self.path("s/frame.png")).shape, (128, 256, 4))
+        layer = pictures.read_png(self.path("s/layer.png"))
+        self.assertEqual(layer[0, 0, 3], 0)  # soft edges: from nothing through everything between
+        self.assertGreater(len(np.unique(layer[:, :, 3])), 100)
+        self.run_well("render", "s/scene.json", "--frames", "1-2")
+        self.assertTrue((self.folder / "s" / "travel.0002.png").exists())
+        self.assert_fails(USAGE, "give a folder", "sample")
+
+    def test_output_that_nobody_reads_is_an_error(self):
+        with open("/dev/full", "w") as full:
+            process = subprocess.run([PROGRAM, "controls"], stdout=full, stderr=subprocess.PIPE,
+                                     text=True)
+        self.assertEqual(process.returncode, 1)
+        self.assertIn("standard output", process.stderr)
