@@ -74,7 +74,7 @@ constexpr std::size_t kDirectoriesOffset = 112;  // in the optional header
 constexpr std::size_t kSectionHeaderSize = 40;
 constexpr std::size_t kExportDirectory = 0;
 constexpr std::size_t kResourceDirectory = 2;
-constexpr std::uint32_t kHighBit = 0x80000000u;
+constexpr std::uint32_t kHighBit = 0x80000000U;
 
 class PeFile {
  public:

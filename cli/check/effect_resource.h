@@ -20,7 +20,7 @@ namespace veltra::cli::check {
 struct EffectResource {
   std::map<std::string, std::vector<std::byte>> properties;
 
-  bool Has(const std::string& key) const { return properties.count(key) != 0; }
+  bool Has(const std::string& key) const { return properties.contains(key); }
   /// A 32-bit number; none where the property is absent or of another size.
   std::optional<std::uint32_t> Number(const std::string& key) const;
   /// A text with a length byte in front; none where it is absent or longer than the property.

@@ -145,7 +145,7 @@ std::vector<std::string> IdentityDifferences(const EffectResource& resource,
   text("eMNA", resource.PascalText("eMNA"), registration.matchName);
   text("8664", resource.ZeroText("8664"), registration.entryPoint);
   number("kind", static_cast<std::uint32_t>(registration.kind), "the registration");
-  const auto half = [](A_long value) { return static_cast<std::uint32_t>(value) & 0xFFFFu; };
+  const auto half = [](A_long value) { return static_cast<std::uint32_t>(value) & 0xFFFFU; };
   number("eSVR", half(registration.apiMajor) | half(registration.apiMinor) << 16,
          "the registration");
   number("eVER", answer.version, "GLOBAL_SETUP");

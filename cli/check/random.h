@@ -19,15 +19,15 @@ class Random {
   /// alone or among others.
   Random(std::uint64_t seed, std::string_view name) : state_(seed) {
     for (const char c : name) {
-      state_ = (state_ ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
+      state_ = (state_ ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
     }
   }
 
   std::uint64_t Next() {
-    state_ += 0x9E3779B97F4A7C15u;
+    state_ += 0x9E3779B97F4A7C15U;
     std::uint64_t z = state_;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9U;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBU;
     return z ^ (z >> 31);
   }
 

@@ -151,10 +151,10 @@ void TestSmartClassic(TestRun& run) {
       RenderSettings settings = SettingsFor(scene, {RenderMode::kSmart, depth});
       SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       run.Step(Describe(settings));
-      const host::World smart = RenderChecked(run, *effect, settings).output;
+      const host::World expected = RenderChecked(run, *effect, settings).output;
       settings.mode = RenderMode::kClassic;
-      const host::World classic = RenderChecked(run, *effect, settings).output;
-      if (std::string difference = Difference(classic, smart, Compare::kVisible);
+      const host::World actual = RenderChecked(run, *effect, settings).output;
+      if (std::string difference = Difference(actual, expected, Compare::kVisible);
           !difference.empty()) {
         run.FailStep(Text("the classic picture is another: ", difference));
       }

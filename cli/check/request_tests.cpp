@@ -85,7 +85,8 @@ void PreRenderManyTimes(TestRun& run, const Effect& effect, RenderSettings setti
     }
   }
   const ProcessState after = ProcessState::Now();
-  if (before.heapBytes && after.heapBytes && *after.heapBytes - *before.heapBytes > count * 16) {
+  if (before.heapBytes && after.heapBytes &&
+      *after.heapBytes - *before.heapBytes > std::int64_t{count} * 16) {
     run.FailStep("the data of pre-renders is not freed by its delete function");
   }
 }

@@ -386,7 +386,8 @@ std::string Difference(const World& part, const World& whole, Compare compare) {
       const auto b = whole.Row<Pixel>(y + dy);
       for (A_long x = 0; x < part.Width(); ++x) {
         const Pixel& left = a[static_cast<std::size_t>(x)];
-        const Pixel& right = b[static_cast<std::size_t>(x + dx)];
+        const A_long wholeX = x + dx;
+        const Pixel& right = b[static_cast<std::size_t>(wholeX)];
         if (compare == Compare::kVisible && left.alpha == 0 && right.alpha == 0) {
           continue;
         }
@@ -429,13 +430,13 @@ std::string Impossible(const World& picture) {
 }
 
 std::uint64_t HashOf(const World& picture) {
-  std::uint64_t hash = 0xCBF29CE484222325u;
+  std::uint64_t hash = 0xCBF29CE484222325U;
   const auto bytes =
       static_cast<std::ptrdiff_t>(picture.Width()) * host::BytesPerPixel(picture.PixelDepth());
   for (A_long y = 0; y < picture.Height(); ++y) {
     const std::byte* row = picture.RowAddress(y);
     for (std::ptrdiff_t i = 0; i < bytes; ++i) {
-      hash = (hash ^ static_cast<std::uint64_t>(row[i])) * 0x100000001B3u;
+      hash = (hash ^ static_cast<std::uint64_t>(row[i])) * 0x100000001B3U;
     }
   }
   return hash;
