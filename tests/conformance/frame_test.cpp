@@ -212,18 +212,21 @@ TYPED_TEST(Frame, SmartPlacesAnInputPartWhereItBelongsAndClearsTheRest) {
 }
 
 TYPED_TEST(Frame, SmartWithoutAnInputWorldClearsTheOutput) {
-  for (const bool emptied : {false, true}) {
+  const auto expectCleared = [](Stage* stage) {
+    stage->host.layer = nullptr;
+    EXPECT_EQ(stage->host.RenderSmart(), PF_Err_NONE);
+    EXPECT_TRUE(IsTransparent(stage->output));
+    EXPECT_EQ(stage->host.Calls("copy"), 0);
+    ExpectClean(*stage);
+  };
+  Stage null(TestFixture::kDepth);
+  null.host.nullInputWorld = true;
+  expectCleared(&null);
+  for (const auto& [width, height] : {std::pair{0, 0}, {0, 5}, {5, 0}}) {
     Stage stage(TestFixture::kDepth);
-    stage.host.nullInputWorld = !emptied;
-    TestWorld empty(TestFixture::kDepth, 0, 0);
-    if (emptied) {
-      stage.host.input = &empty;
-    }
-    stage.host.layer = nullptr;
-    EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
-    EXPECT_TRUE(IsTransparent(stage.output));
-    EXPECT_EQ(stage.host.Calls("copy"), 0);
-    ExpectClean(stage);
+    TestWorld empty(TestFixture::kDepth, width, height);
+    stage.host.input = &empty;
+    expectCleared(&stage);
   }
 }
 

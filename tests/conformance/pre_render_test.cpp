@@ -55,6 +55,8 @@ INSTANTIATE_TEST_SUITE_P(
             {1, 2}, {1, 2}, kOne, {0, 0, 9999, 9999}, {0, 0, 2048, 1024}, {0, 0, 2048, 1024}},
         Rectangles{{1, 3}, {1, 3}, kOne, {1, 1, 2, 2}, {0, 0, 1365, 683}, {1, 1, 2, 2}},
         Rectangles{{1, 4}, {1, 2}, kOne, {0, 0, 1, 1}, {0, 0, 1024, 1024}, {0, 0, 1, 1}},
+        // Halves are rounded up.
+        Rectangles{{3, 8192}, {5, 4096}, kOne, {0, 0, 1, 1}, {0, 0, 2, 3}, {0, 0, 1, 1}},
         // The pixel aspect leaves the frame's width as it is.
         Rectangles{kOne, kOne, {2, 1}, {0, 0, 1, 1}, {0, 0, 4096, 2048}, {0, 0, 1, 1}},
         Rectangles{{1, 2}, kOne, {10, 11}, {0, 0, 1, 1}, {0, 0, 2048, 2048}, {0, 0, 1, 1}}));
