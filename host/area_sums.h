@@ -194,7 +194,7 @@ void AddRectangle(const PF_EffectWorld& image, AreaSums<Pixel>* sums, const PF_L
     return;
   }
   const auto run = [&image, &sum](A_long y, A_long left, A_long right) {
-    const Pixel* row = RowOf<const Pixel>(image, y);
+    const auto* row = RowOf<const Pixel>(image, y);
     sum.AddRun(row + left, row + right);
   };
   if (sums == nullptr) {

@@ -80,8 +80,8 @@ class Effect {
   bool SupportsDepth(Depth depth) const;
 
   /// ControlDefault, for those who have the effect at hand.
-  ControlValue DefaultValue(const ControlDeclaration& control, A_long frameWidth,
-                            A_long frameHeight) const {
+  ControlValue DefaultValue(  // NOLINT(readability-convert-member-functions-to-static)
+      const ControlDeclaration& control, A_long frameWidth, A_long frameHeight) const {
     return ControlDefault(control, frameWidth, frameHeight);
   }
 

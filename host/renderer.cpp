@@ -40,10 +40,9 @@ std::string WorldTrouble(const World& world, const std::string& what, Depth dept
 
 std::string ImagesTrouble(const Effect& effect, const RenderSettings& settings) {
   if (settings.input != nullptr) {
-    const std::string trouble =
-        WorldTrouble(*settings.input, "the frame", settings.depth,
-                     DownsampledLength(settings.width, settings.downsample),
-                     DownsampledLength(settings.height, settings.downsample));
+    std::string trouble = WorldTrouble(*settings.input, "the frame", settings.depth,
+                                       DownsampledLength(settings.width, settings.downsample),
+                                       DownsampledLength(settings.height, settings.downsample));
     if (!trouble.empty()) {
       return trouble;
     }
@@ -56,7 +55,7 @@ std::string ImagesTrouble(const Effect& effect, const RenderSettings& settings) 
       return "control " + std::to_string(index) + " is not a layer";
     }
     if (world != nullptr) {
-      const std::string trouble = WorldTrouble(*world, "the layer", settings.depth, 0, 0);
+      std::string trouble = WorldTrouble(*world, "the layer", settings.depth, 0, 0);
       if (!trouble.empty()) {
         return trouble;
       }
@@ -327,6 +326,7 @@ class FrameRender {
       return;
     }
     std::vector<PF_ParamDef*> pointers;
+    pointers.reserve(params.size());
     for (PF_ParamDef& param : params) {
       pointers.push_back(&param);
     }

@@ -95,6 +95,41 @@ inline bool CoverAxis(PF_Fixed centre, std::int64_t radius, A_long length, BoxAx
   return true;
 }
 
+/// The weighted sum of one row under a box.
+template <class Pixel>
+Lanes SumRow(const PF_EffectWorld& image, A_long row, const BoxAxis& across) {
+  const auto* pixels = RowOf<const Pixel>(image, row);
+  Lanes total = LoadPremultiplied(pixels[across.first]) * static_cast<double>(across.firstCover);
+  if (across.last > across.first) {
+    PixelSum<Pixel> middle;
+    middle.AddRun(pixels + across.first + 1, pixels + across.last);
+    total = total + middle.ToLanes() * static_cast<double>(kOnePixel) +
+            LoadPremultiplied(pixels[across.last]) * static_cast<double>(across.lastCover);
+  }
+  return total;
+}
+
+/// The same over the rows that a box covers wholly: its left column, its inside, its right column.
+template <class Pixel>
+Lanes SumWholeRows(const PF_EffectWorld& image, AreaSums<Pixel>* sums, const BoxAxis& across,
+                   const BoxAxis& down) {
+  PixelSum<Pixel> left;
+  PixelSum<Pixel> middle;
+  PixelSum<Pixel> right;
+  for (A_long row = down.first + 1; row < down.last; ++row) {
+    const auto* pixels = RowOf<const Pixel>(image, row);
+    left.Add(pixels[across.first]);
+    right.Add(pixels[across.last]);
+  }
+  AddRectangle(image, sums, {across.first + 1, down.first + 1, across.last, down.last}, middle);
+  Lanes total = left.ToLanes() * static_cast<double>(across.firstCover);
+  if (across.last > across.first) {
+    total = total + middle.ToLanes() * static_cast<double>(kOnePixel) +
+            right.ToLanes() * static_cast<double>(across.lastCover);
+  }
+  return total;
+}
+
 /// The exact average over the box of the given 16.16 radii: partly covered pixels count by their
 /// covered part, the outside as transparent, colour by alpha. Radii are held between the smallest
 /// step and kMaxAreaRadius. `sums` may be null; where given, they must be of this image.
@@ -108,34 +143,11 @@ Pixel SampleArea(const PF_EffectWorld& image, AreaSums<Pixel>* sums, PF_Fixed x,
   if (!CoverAxis(x, rx, image.width, across) || !CoverAxis(y, ry, image.height, down)) {
     return Pixel{};
   }
-  // The row of the top edge, the whole rows and the row of the bottom edge.
-  const auto rowSums = [&](A_long row) {
-    const Pixel* pixels = RowOf<const Pixel>(image, row);
-    Lanes total = LoadPremultiplied(pixels[across.first]) * static_cast<double>(across.firstCover);
-    if (across.last > across.first) {
-      PixelSum<Pixel> middle;
-      middle.AddRun(pixels + across.first + 1, pixels + across.last);
-      total = total + middle.ToLanes() * static_cast<double>(kOnePixel) +
-              LoadPremultiplied(pixels[across.last]) * static_cast<double>(across.lastCover);
-    }
-    return total;
-  };
-  Lanes total = rowSums(down.first) * static_cast<double>(down.firstCover);
+  Lanes total = SumRow<Pixel>(image, down.first, across) * static_cast<double>(down.firstCover);
   if (down.last > down.first) {
-    PixelSum<Pixel> left;
-    PixelSum<Pixel> middle;
-    PixelSum<Pixel> right;
-    for (A_long row = down.first + 1; row < down.last; ++row) {
-      const Pixel* pixels = RowOf<const Pixel>(image, row);
-      left.Add(pixels[across.first]);
-      right.Add(pixels[across.last]);
-    }
-    AddRectangle(image, sums, {across.first + 1, down.first + 1, across.last, down.last}, middle);
-    const Lanes whole = left.ToLanes() * static_cast<double>(across.firstCover) +
-                        middle.ToLanes() * static_cast<double>(kOnePixel) +
-                        right.ToLanes() * static_cast<double>(across.lastCover);
-    total = total + whole * static_cast<double>(kOnePixel) +
-            rowSums(down.last) * static_cast<double>(down.lastCover);
+    total = total +
+            SumWholeRows<Pixel>(image, sums, across, down) * static_cast<double>(kOnePixel) +
+            SumRow<Pixel>(image, down.last, across) * static_cast<double>(down.lastCover);
   }
   return StraightAverage<Pixel>(total, static_cast<double>(4 * rx * ry));
 }

@@ -42,7 +42,7 @@ void FillPart(const PF_Pixel8& color, const PF_LRect& part, PF_EffectWorld& worl
   const bool zero = IsZero(color);
   const auto count = static_cast<std::size_t>(part.right - part.left);
   for (A_long y = part.top; y < part.bottom; ++y) {
-    Pixel* first = RowOf<Pixel>(world, y) + part.left;
+    auto* first = RowOf<Pixel>(world, y) + part.left;
     if (zero) {
       std::memset(static_cast<void*>(first), 0, count * sizeof(Pixel));
     } else {

@@ -36,6 +36,11 @@ void ForEachGap(std::byte* block, std::size_t blockBytes, const std::byte* first
   visit(gap, blockBytes - static_cast<std::size_t>(gap - block));
 }
 
+/// Bytes of a row's pixels.
+std::size_t RowUse(A_long width, Depth depth) {
+  return static_cast<std::size_t>(width) * static_cast<std::size_t>(BytesPerPixel(depth));
+}
+
 std::size_t RoundUp(std::size_t value, std::size_t step) {
   return (value + step - 1) / step * step;
 }
@@ -55,11 +60,9 @@ Expected<World> World::Create(A_long width, A_long height, Depth depth, const Wo
   if (std::string reason = WorldSizeError(width, height); !reason.empty()) {
     return Error{reason};
   }
-  const std::size_t used = static_cast<std::size_t>(width * BytesPerPixel(depth));
-  const std::size_t extra =
-      static_cast<std::size_t>(std::clamp<A_long>(layout.extraRowBytes, 0, 1 << 20));
-  const std::size_t shift =
-      static_cast<std::size_t>(std::clamp<A_long>(layout.misalignBytes, 0, 63));
+  const std::size_t used = RowUse(width, depth);
+  const auto extra = static_cast<std::size_t>(std::clamp<A_long>(layout.extraRowBytes, 0, 1 << 20));
+  const auto shift = static_cast<std::size_t>(std::clamp<A_long>(layout.misalignBytes, 0, 63));
   const std::size_t guard = layout.guarded ? kGuardBytes : 0;
   World world;
   world.width_ = width;
@@ -139,7 +142,7 @@ bool World::GuardIntact() const {
     return true;
   }
   bool intact = true;
-  const std::size_t used = static_cast<std::size_t>(width_ * BytesPerPixel(depth_));
+  const std::size_t used = RowUse(width_, depth_);
   ForEachGap(block_.get(), blockBytes_, pixels_, static_cast<std::size_t>(rowBytes_), used, height_,
              [&intact](const std::byte* gap, std::size_t count) {
                intact = intact && std::all_of(gap, gap + count,
@@ -152,7 +155,7 @@ namespace {
 
 template <class Pixel>
 bool AnyVisible(const PF_EffectWorld& view, A_long y, A_long left, A_long right) {
-  const Pixel* row = RowOf<const Pixel>(view, y);
+  const auto* row = RowOf<const Pixel>(view, y);
   // A stretch at a time without a branch inside, so that long transparent stretches pass quickly.
   for (A_long x = left; x < right;) {
     const A_long stop = std::min<A_long>(right, x + 64);
@@ -170,7 +173,7 @@ bool AnyVisible(const PF_EffectWorld& view, A_long y, A_long left, A_long right)
 /// The first and the last visible column of one row are only sought outside what is known.
 template <class Pixel>
 void WidenColumns(const PF_EffectWorld& view, A_long y, PF_LRect& extent) {
-  const Pixel* row = RowOf<const Pixel>(view, y);
+  const auto* row = RowOf<const Pixel>(view, y);
   for (A_long x = 0; x < extent.left; ++x) {
     if (row[x].alpha != 0) {
       extent.left = x;

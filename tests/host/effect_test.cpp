@@ -19,7 +19,7 @@ std::string OpenError(const std::filesystem::path& path) {
   const auto library = EffectLibrary::Open(path);
   EXPECT_FALSE(library);
   EXPECT_EQ(library.ErrorText().find('\n'), std::string::npos) << library.ErrorText();
-  EXPECT_EQ(library.ErrorText().rfind(path.string() + ": ", 0), 0u) << library.ErrorText();
+  EXPECT_EQ(library.ErrorText().rfind(path.string() + ": ", 0), 0U) << library.ErrorText();
   return library.ErrorText();
 }
 

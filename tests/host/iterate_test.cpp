@@ -128,7 +128,7 @@ TEST(IterationProgress, RunsFromTheBaseUpwardsToTheFinalValue) {
   ASSERT_EQ(IteratePixels<PF_Pixel8>(&stage.session->InData(), 100, 300, nullptr, nullptr, &calls,
                                      &WritePlace<PF_Pixel8>, &view),
             PF_Err_NONE);
-  ASSERT_EQ(told.size(), 100u);
+  ASSERT_EQ(told.size(), 100U);
   EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
   EXPECT_EQ(told.front(), 102);
   EXPECT_EQ(told.back(), 300);

@@ -173,7 +173,7 @@ TEST(RenderFacts, ValuesOfControlsMayDependOnTheTime) {
   settings.currentTime = 7;
   settings.timeScale = 25;
   settings.controlAt = [](PF_ParamIndex index, A_long time, A_u_long scale) {
-    EXPECT_EQ(scale, 25u);
+    EXPECT_EQ(scale, 25U);
     EXPECT_EQ(time, 7);
     return index == fixture::kBehaviour ? ControlValue{Behaviour::kHalfResult << 16, 0}
                                         : ControlValue{};

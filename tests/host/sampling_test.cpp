@@ -111,8 +111,8 @@ TYPED_TEST(Sampling, BetweenPixelsMatchesThePlainWeightsEverywhereAroundTheImage
   const PF_EffectWorld view = image.View();
   std::mt19937 random(3);
   for (int i = 0; i < 20000; ++i) {
-    const auto x = static_cast<PF_Fixed>(random() % (10u << 16)) - (3 << 15);
-    const auto y = static_cast<PF_Fixed>(random() % (8u << 16)) - (3 << 15);
+    const auto x = static_cast<PF_Fixed>(random() % (10U << 16)) - (3 << 15);
+    const auto y = static_cast<PF_Fixed>(random() % (8U << 16)) - (3 << 15);
     ExpectRounded(SampleBetween<TypeParam>(view, x, y), PlainBetween<TypeParam>(image, x, y),
                   Place(x, y));
   }
@@ -158,10 +158,10 @@ TYPED_TEST(Sampling, AreaIsTheExactBoxWithPartlyCoveredPixels) {
   AreaSums<TypeParam> sums(view);
   std::mt19937 random(7);
   for (int i = 0; i < 20000; ++i) {
-    const auto x = static_cast<PF_Fixed>(random() % (18u << 16)) - (5 << 15);
-    const auto y = static_cast<PF_Fixed>(random() % (16u << 16)) - (5 << 15);
-    const auto rx = static_cast<PF_Fixed>(random() % (8u << 16)) + 1;
-    const auto ry = static_cast<PF_Fixed>(random() % (8u << 16)) + 1;
+    const auto x = static_cast<PF_Fixed>(random() % (18U << 16)) - (5 << 15);
+    const auto y = static_cast<PF_Fixed>(random() % (16U << 16)) - (5 << 15);
+    const auto rx = static_cast<PF_Fixed>(random() % (8U << 16)) + 1;
+    const auto ry = static_cast<PF_Fixed>(random() % (8U << 16)) + 1;
     ExpectRounded(SampleArea<TypeParam>(view, &sums, x, y, rx, ry),
                   PlainArea<TypeParam>(image, x, y, rx, ry), Place(x, y, rx, ry));
   }
@@ -173,10 +173,10 @@ TYPED_TEST(Sampling, LargeBoxesFromTheBlockSumsMatchTheSameBoxesPixelByPixel) {
   AreaSums<TypeParam> sums(view);
   std::mt19937 random(9);
   for (int i = 0; i < 60; ++i) {
-    const auto x = static_cast<PF_Fixed>(random() % (333u << 16));
-    const auto y = static_cast<PF_Fixed>(random() % (290u << 16));
-    const auto rx = static_cast<PF_Fixed>(random() % (128u << 16)) + 1;
-    const auto ry = static_cast<PF_Fixed>(random() % (128u << 16)) + 1;
+    const auto x = static_cast<PF_Fixed>(random() % (333U << 16));
+    const auto y = static_cast<PF_Fixed>(random() % (290U << 16));
+    const auto rx = static_cast<PF_Fixed>(random() % (128U << 16)) + 1;
+    const auto ry = static_cast<PF_Fixed>(random() % (128U << 16)) + 1;
     const Exact exact = PlainArea<TypeParam>(image, x, y, rx, ry);
     ExpectRounded(SampleArea<TypeParam>(view, &sums, x, y, rx, ry), exact, Place(x, y, rx, ry));
     ExpectRounded(SampleArea<TypeParam>(view, nullptr, x, y, rx, ry), exact, Place(x, y, rx, ry));

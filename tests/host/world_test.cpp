@@ -29,7 +29,7 @@ TEST(WorldLimits, SidesOutsideOneTo30000AreRefusedInOneLine) {
 TYPED_TEST(Worlds, RowsAreAlignedLongerThanTheirPixelsAndTransparent) {
   const World world = MakeWorld(16, 3, kDepthOf<TypeParam>);
   const PF_EffectWorld view = world.View();
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(view.data) % 64, 0u);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(view.data) % 64, 0U);
   EXPECT_EQ(view.rowbytes % 64, 0);
   EXPECT_GT(view.rowbytes, static_cast<A_long>(16 * sizeof(TypeParam)));
   EXPECT_TRUE(Same(world.Row<TypeParam>(2)[15], TypeParam{}));
