@@ -120,8 +120,8 @@ ScalarAngle TimesHalfPi(double fractionHigh, double fractionLow) {
   const double error = ((a1 * b1 - product) + a1 * b2 + a2 * b1) + a2 * b2;
   const double rest = error + (fractionHigh * ValueOf(Constant::kHalfPiLow) +
                                fractionLow * ValueOf(Constant::kHalfPiHigh));
-  const double high = product + rest;
-  return {high, (product - high) + rest, 0};
+  const double angle = product + rest;
+  return {angle, (angle - product) - rest, 0};
 }
 
 /// Reduction after Payne and Hanek for kModerateLimit < |radians| < infinity: of 2 / pi only the
@@ -149,8 +149,8 @@ ScalarAngle ReduceLarge(double radians) {
 
   ScalarAngle angle = TimesHalfPi(high, low);
   if (roundUp != (radians < 0)) {
-    angle.high = -angle.high;
-    angle.low = -angle.low;
+    angle.angle = -angle.angle;
+    angle.excess = -angle.excess;
   }
   angle.quadrant = radians < 0 ? 0 - quadrant : quadrant;
   return angle;

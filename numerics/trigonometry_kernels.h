@@ -25,18 +25,17 @@ namespace veltra::numerics::kernels {
 enum class Constant : std::size_t {
   kHalf,
   kOne,
-  kTwo,
   kRounder,
   kTwoOverPi,
   kHalfPi1,
   kHalfPi2,
   kHalfPi3,
-  kSine3,
-  kSine5,
-  kSine7,
-  kSine9,
-  kSine11,
-  kSine13,
+  kMinusSine3,
+  kMinusSine5,
+  kMinusSine7,
+  kMinusSine9,
+  kMinusSine11,
+  kMinusSine13,
   kCosine4,
   kCosine6,
   kCosine8,
@@ -61,26 +60,26 @@ enum class Constant : std::size_t {
   kPiLow,
   kSmallestNormal,
   kModerateLimit,
+  kQuarterPi,
   kCount,
 };
 
-/// In the order of the names. The polynomials and the parts of pi are made by
-/// tools/coefficients.sollya.
+/// In the order of the names, those of the sine with their signs turned. The polynomials and the
+/// parts of pi are made by tools/coefficients.sollya.
 inline constexpr std::array<double, static_cast<std::size_t>(Constant::kCount)> kConstants{
     0.5,
     1.0,
-    2.0,
     0x1.8p52,  // adding it rounds to the nearest integer and leaves that in the low bits
     0x1.45f306dc9c883p-1,
     0x1.921fb5444p0,  // pi/2 in three parts, the first two of 39 bits
     0x1.68c234c4c4p-39,
     0x1.3145c06e0e689p-78,
-    -0x1.5555555555548p-3,
-    0x1.111111110f76p-7,
-    -0x1.a01a019bf2b7dp-13,
-    0x1.71de355fa4c73p-19,
-    -0x1.ae5e5500395ebp-26,
-    0x1.5d8e624f9814ap-33,
+    0x1.5555555555548p-3,
+    -0x1.111111110f76p-7,
+    0x1.a01a019bf2b7dp-13,
+    -0x1.71de355fa4c73p-19,
+    0x1.ae5e5500395ebp-26,
+    -0x1.5d8e624f9814ap-33,
     0x1.555555555554bp-5,
     -0x1.6c16c16c15018p-10,
     0x1.a01a019c8f944p-16,
@@ -105,6 +104,7 @@ inline constexpr std::array<double, static_cast<std::size_t>(Constant::kCount)> 
     0x1.1a62633145c07p-53,
     0x1p-1022,
     25735.0,  // keeps the quadrant of a moderate angle below 2^14
+    0x1.921fb54442d18p-1,
 };
 
 constexpr double ValueOf(Constant name) {
@@ -148,10 +148,10 @@ VELTRA_FORCE_INLINE double FlipSign(double value, double sign) {
   return std::bit_cast<double>(Bits(value) ^ (Bits(sign) & 0x8000000000000000U));
 }
 VELTRA_FORCE_INLINE double Magnitude(double value) {
-  return std::bit_cast<double>(Bits(value) & 0x7fffffffffffffffU);
+  return std::fabs(value);
 }
 VELTRA_FORCE_INLINE double Negated(double value) {
-  return std::bit_cast<double>(Bits(value) ^ 0x8000000000000000U);
+  return -value;
 }
 /// The top 26 bits of the significand, whose square is exact.
 VELTRA_FORCE_INLINE double Head(double value) {
@@ -170,12 +170,12 @@ VELTRA_FORCE_INLINE std::uint64_t Increment(std::uint64_t bits) {
 
 // Sine and cosine
 
-/// radians = quadrant * pi/2 + (high + low), |high| hardly above pi/4, |low| far below high. Only
-/// the two lowest bits of the quadrant mean anything.
+/// radians = quadrant * pi/2 + (angle - excess), |angle| hardly above pi/4, |excess| far below it.
+/// Only the two lowest bits of the quadrant mean anything.
 template <class T, class Word>
 struct ReducedAngle {
-  T high;
-  T low;
+  T angle;
+  T excess;
   Word quadrant;
 };
 
@@ -183,7 +183,7 @@ struct ReducedAngle {
 /// the first two parts of pi/2 have 39 bits, so n * part is exact. The first difference is exact:
 /// both operands are multiples of 2^-52 or of the argument's last bit, and it is below 1. The
 /// second is exact where it cancels (both are multiples of 2^-77 and below 2^-24) and otherwise
-/// leaves an error that `high` gives back exactly. What remains is the rounding of n * third part,
+/// leaves an error that `angle` gives back exactly. What remains is the rounding of n * third part,
 /// below 2^-117; no double of this range comes nearer to a multiple of pi/2 than 2^-61.
 template <class T>
 VELTRA_FORCE_INLINE auto ReduceModerate(T radians) {
@@ -192,32 +192,9 @@ VELTRA_FORCE_INLINE auto ReduceModerate(T radians) {
   const T n = shifted - rounder;
   const T first = radians - n * Splat(Constant::kHalfPi1, radians);
   const T second = n * Splat(Constant::kHalfPi2, radians);
-  const T high = first - second;
-  const T low = ((first - high) - second) - n * Splat(Constant::kHalfPi3, radians);
-  return ReducedAngle<T, decltype(Bits(shifted))>{high, low, Bits(shifted)};
-}
-
-/// sin(x + y) for |x| hardly above pi/4 and a tiny y. The order keeps sin(-0) at -0.
-template <class T>
-VELTRA_FORCE_INLINE T SineOfReduced(T x, T y, T z, T zz) {
-  const T tail = (Splat(Constant::kSine5, x) + z * Splat(Constant::kSine7, x)) +
-                 zz * ((Splat(Constant::kSine9, x) + z * Splat(Constant::kSine11, x)) +
-                       zz * Splat(Constant::kSine13, x));
-  const T cube = z * x;
-  return x - ((z * (Splat(Constant::kHalf, x) * y - cube * tail) - y) -
-              cube * Splat(Constant::kSine3, x));
-}
-
-/// cos(x + y) likewise. 1 - z/2 is formed with its rounding error.
-template <class T>
-VELTRA_FORCE_INLINE T CosineOfReduced(T x, T y, T z, T zz) {
-  const T tail = (Splat(Constant::kCosine4, x) + z * Splat(Constant::kCosine6, x)) +
-                 zz * ((Splat(Constant::kCosine8, x) + z * Splat(Constant::kCosine10, x)) +
-                       zz * (Splat(Constant::kCosine12, x) + z * Splat(Constant::kCosine14, x)));
-  const T half = Splat(Constant::kHalf, x) * z;
-  const T one = Splat(Constant::kOne, x);
-  const T head = one - half;
-  return head + (((one - head) - half) + (zz * tail - x * y));
+  const T angle = first - second;
+  const T excess = n * Splat(Constant::kHalfPi3, radians) - ((first - angle) - second);
+  return ReducedAngle<T, decltype(Bits(shifted))>{angle, excess, Bits(shifted)};
 }
 
 template <class T>
@@ -226,15 +203,34 @@ struct SineAndCosine {
   T cosine;
 };
 
-template <class T, class Word>
-VELTRA_FORCE_INLINE SineAndCosine<T> SinCosOfReduced(const ReducedAngle<T, Word>& angle) {
-  const T z = angle.high * angle.high;
+/// Sine and cosine of x - y for |x| hardly above pi/4 and a tiny y: x - (x^3 P(z) + y cos x) and
+/// (1 - z/2) + (z^2 Q(z) + x y), z = x^2, where 1 - z/2 is formed with its rounding error. The
+/// order of the sums keeps what depends on each other short, and sin(-0) at -0.
+template <class T>
+VELTRA_FORCE_INLINE SineAndCosine<T> SinCosNearZero(T x, T y) {
+  const T z = x * x;
   const T zz = z * z;
-  T s = SineOfReduced(angle.high, angle.low, z, zz);
-  T c = CosineOfReduced(angle.high, angle.low, z, zz);
-  SwapWhere(IsOdd(angle.quadrant), s, c);
-  return {FlipSign(s, SignFromBit1(angle.quadrant, z)),
-          FlipSign(c, SignFromBit1(Increment(angle.quadrant), z))};
+  const T zzzz = zz * zz;
+  const T one = Splat(Constant::kOne, x);
+  const T half = z * Splat(Constant::kHalf, x);
+  const T head = one - half;
+  const T minusTail =
+      ((z * Splat(Constant::kMinusSine5, x) + Splat(Constant::kMinusSine3, x)) +
+       zz * (z * Splat(Constant::kMinusSine9, x) + Splat(Constant::kMinusSine7, x))) +
+      zzzz * (z * Splat(Constant::kMinusSine13, x) + Splat(Constant::kMinusSine11, x));
+  const T cosineTail = ((z * Splat(Constant::kCosine6, x) + Splat(Constant::kCosine4, x)) +
+                        zz * (z * Splat(Constant::kCosine10, x) + Splat(Constant::kCosine8, x))) +
+                       zzzz * (z * Splat(Constant::kCosine14, x) + Splat(Constant::kCosine12, x));
+  return {x - ((z * x) * minusTail + y * head),
+          head + (((one - head) - half) + (zz * cosineTail + x * y))};
+}
+
+template <class T, class Word>
+VELTRA_FORCE_INLINE SineAndCosine<T> SinCosOfReduced(const ReducedAngle<T, Word>& reduced) {
+  SineAndCosine<T> both = SinCosNearZero(reduced.angle, reduced.excess);
+  SwapWhere(IsOdd(reduced.quadrant), both.sine, both.cosine);
+  return {FlipSign(both.sine, SignFromBit1(reduced.quadrant, both.sine)),
+          FlipSign(both.cosine, SignFromBit1(Increment(reduced.quadrant), both.cosine))};
 }
 
 // Arc cosine
@@ -260,25 +256,23 @@ VELTRA_FORCE_INLINE T InnerArcCosine(T x) {
   return Splat(Constant::kHalfPiHigh, x) - (x + (x * p - Splat(Constant::kHalfPiLow, x)));
 }
 
-/// For 1/2 < |x| <= 1, with t = sqrt((1 - |x|) / 2): 2 asin(t) for positive x and pi - 2 asin(t)
-/// for negative x. NaN beyond, by the root.
+/// For 1/2 < |x| <= 1, with t = sqrt((1 - |x|) / 2) and r = 2 t: 2 asin(t) = r + r p for positive x
+/// and pi - 2 asin(t) for negative x. NaN beyond, by the root.
 template <class T>
 VELTRA_FORCE_INLINE T OuterArcCosine(T x) {
-  const T z = (Splat(Constant::kOne, x) - Magnitude(x)) * Splat(Constant::kHalf, x);
-  const T p = ArcSineTail(z);
+  const T difference = Splat(Constant::kOne, x) - Magnitude(x);
+  const T square = difference + difference;
+  const T p = ArcSineTail(difference * Splat(Constant::kHalf, x));
   // The root as head + rest: the head's square is exact, so that the rest carries what the rounded
   // root lacks. The smallest normal number keeps 0 / 0 away and changes no other sum.
-  const T root = SquareRoot(z);
+  const T root = SquareRoot(square);
   const T head = Head(root);
-  const T rest = (z - head * head) / ((root + head) + Splat(Constant::kSmallestNormal, x));
+  const T rest = (square - head * head) / ((root + head) + Splat(Constant::kSmallestNormal, x));
 
-  // 0 - (-a + (-b - 0)) is a + b, with the sign of zero that it should have.
   const auto negative = x < Splat(0.0, x);
-  const T sign = Negated(x);
-  const T two = Splat(Constant::kTwo, x);
-  const T tail = FlipSign(two * (root * p + rest), sign);
-  return Keep(negative, Splat(Constant::kPiHigh, x)) -
-         (FlipSign(two * head, sign) + (tail - Keep(negative, Splat(Constant::kPiLow, x))));
+  const T tail = (root * p - Keep(negative, Splat(Constant::kPiLow, x))) + rest;
+  // For positive x: 0 - (-angle), which is +0 for no angle.
+  return Keep(negative, Splat(Constant::kPiHigh, x)) - FlipSign(head + tail, Negated(x));
 }
 
 template <class T>

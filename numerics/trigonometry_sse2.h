@@ -38,6 +38,9 @@ VELTRA_FORCE_INLINE TwoDoubles operator/(TwoDoubles a, TwoDoubles b) {
 VELTRA_FORCE_INLINE TwoMasks operator>(TwoDoubles a, TwoDoubles b) {
   return {_mm_cmpgt_pd(a.lanes, b.lanes)};
 }
+VELTRA_FORCE_INLINE TwoMasks operator<=(TwoDoubles a, TwoDoubles b) {
+  return {_mm_cmple_pd(a.lanes, b.lanes)};
+}
 VELTRA_FORCE_INLINE TwoMasks operator<(TwoDoubles a, TwoDoubles b) {
   return {_mm_cmplt_pd(a.lanes, b.lanes)};
 }
@@ -115,10 +118,16 @@ TwoSinCos SinCosLaneByLane(__m128d radians);
 
 /// Both of both lanes; each lane as SinCos of it.
 VELTRA_FORCE_INLINE TwoSinCos SinCos(__m128d radians) {
+  using kernels::Constant;
+  using kernels::Splat;
   const kernels::TwoDoubles x{radians};
-  const __m128d moderate = _mm_cmple_pd(kernels::Magnitude(x).lanes,
-                                        kernels::Splat(kernels::Constant::kModerateLimit, x).lanes);
-  if (_mm_movemask_pd(moderate) != 3) {
+  const kernels::TwoDoubles magnitude = kernels::Magnitude(x);
+  if (kernels::All(magnitude <= Splat(Constant::kQuarterPi, x))) {
+    // The reduction would leave such angles as they are.
+    const auto both = kernels::SinCosNearZero(x, Splat(0.0, x));
+    return {both.sine.lanes, both.cosine.lanes};
+  }
+  if (!kernels::All(magnitude <= Splat(Constant::kModerateLimit, x))) {
     return SinCosLaneByLane(radians);
   }
   const auto both = kernels::SinCosOfReduced(kernels::ReduceModerate(x));
