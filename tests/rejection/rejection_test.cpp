@@ -11,6 +11,7 @@
 #include <limits>
 #include <string>
 
+#include "numerics/convert.h"
 #include "numerics/trigonometry.h"
 #include "render/pixel/span_rejection.h"
 #include "tests/numerics/arguments.h"
@@ -128,11 +129,12 @@ bool MakeFrame(Source& source, PlacementRecord* record, A_long* width, A_long* h
   point(&controls.endX, &controls.endY);
   if (source.OneIn(6)) {  // close together, down to the same point
     const double distance = source.Magnitude(-5, 1);
-    controls.endX = controls.startX + fixed(distance * source.Between(-1, 1));
-    controls.endY = controls.startY + fixed(distance * source.Between(-1, 1));
+    controls.endX = numerics::WrappingAdd(controls.startX, fixed(distance * source.Between(-1, 1)));
+    controls.endY = numerics::WrappingAdd(controls.startY, fixed(distance * source.Between(-1, 1)));
   } else if (source.OneIn(8)) {  // nearly opposite
-    controls.endX = controls.startX + fixed(*width / 2.0 + source.Between(-1, 1));
-    controls.endY = fixed(*height) - controls.startY;
+    controls.endX =
+        numerics::WrappingAdd(controls.startX, fixed(*width / 2.0 + source.Between(-1, 1)));
+    controls.endY = numerics::WrappingSubtract(fixed(*height), controls.startY);
   }
   controls.placement = 1 + source.Below(4);
   controls.travel = fixed(source.Between(-200, 200));
