@@ -22,6 +22,15 @@ add_library(
   render/pixel/span_rejection.cpp)
 veltra_target(veltra_effect_objects)
 target_link_libraries(veltra_effect_objects PUBLIC veltra_host_api veltra_numerics)
+if(VELTRA_SANITIZE MATCHES "undefined" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  # Unsigned arithmetic that wraps and conversions that lose bits are defined, but in the effect
+  # nobody means them, outside of the functions of numerics/ that are named for it.
+  target_compile_options(
+    veltra_effect_objects
+    PRIVATE -fsanitize=integer -fno-sanitize-recover=all
+            -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/integer_checks.txt)
+  target_link_options(veltra_effect_objects PUBLIC -fsanitize=integer)
+endif()
 if(VELTRA_COVERAGE)
   foreach(target veltra_effect_objects veltra_numerics)
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
