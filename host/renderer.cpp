@@ -94,8 +94,8 @@ std::string SettingsTrouble(const Effect& effect, const RenderSettings& settings
   }
   if (settings.region && !IsEmpty(*settings.region)) {
     const PF_LRect& region = *settings.region;
-    const std::string trouble = WorldSizeError(std::int64_t{region.right} - region.left,
-                                               std::int64_t{region.bottom} - region.top);
+    std::string trouble = WorldSizeError(std::int64_t{region.right} - region.left,
+                                         std::int64_t{region.bottom} - region.top);
     if (!trouble.empty()) {
       return trouble;
     }

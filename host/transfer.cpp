@@ -64,7 +64,7 @@ struct ClippedCopy {
 /// Clips one axis: moves both starts by what either lacks and shortens the length.
 void ClipAxis(std::int64_t& source, std::int64_t& destination, std::int64_t& length,
               std::int64_t sourceSize, std::int64_t destinationSize) {
-  const std::int64_t skip = std::max<std::int64_t>({0, -source, -destination});
+  const auto skip = std::max<std::int64_t>({0, -source, -destination});
   source += skip;
   destination += skip;
   length = std::min({length - skip, sourceSize - source, destinationSize - destination});
