@@ -122,6 +122,31 @@ TYPED_TEST(Frame, DrawsTheLayerAsTheYardstickDoes) {
   }
 }
 
+TEST(Depths, PlaceTheLayerIdentically) {
+  for (const bool filtering : {false, true}) {
+    for (const bool smart : {false, true}) {
+      Stage eight(Depth::k8);
+      Stage sixteen(Depth::k16);
+      Stage floating(Depth::kFloat);
+      for (Stage* stage : {&eight, &sixteen, &floating}) {
+        stage->layer.Fill(1, 1, 1, 1);
+        stage->host.controls.composite = false;
+        stage->host.controls.filtering = filtering;
+        stage->host.controls.startY = Fixed(4.5);
+        ASSERT_EQ(stage->host.Render(smart), PF_Err_NONE);
+      }
+      for (A_long y = 0; y < 16; ++y) {
+        for (A_long x = 0; x < 32; ++x) {
+          // The integer depths truncate, so they lie up to a step below.
+          const double alpha = floating.output.Channel(x, y, 0);
+          EXPECT_NEAR(eight.output.Channel(x, y, 0), alpha * 255 - 0.5, 1.01) << x << " " << y;
+          EXPECT_NEAR(sixteen.output.Channel(x, y, 0), alpha * 32768 - 0.5, 1.01) << x << " " << y;
+        }
+      }
+    }
+  }
+}
+
 // ---- Early ends ----
 
 struct EarlyEnd {
@@ -482,15 +507,23 @@ TYPED_TEST(Frame, AnInterruptionComesBackAndTheRowsBeforeItStay) {
 
 TYPED_TEST(Frame, AFailedSampleEndsTheFrameAfterItsPixelIsComposited) {
   for (const bool filtering : {false, true}) {
-    Stage stage(TestFixture::kDepth);
-    stage.host.controls.filtering = filtering;
-    stage.layer.Fill(1, 0.5, 0.5, 0.5);
-    stage.input.Fill(0, 0, 0, 0);
-    stage.host.FailAt("sample", 1, PF_Err_INTERNAL_STRUCT_DAMAGED);
-    EXPECT_EQ(stage.host.RenderClassic(), PF_Err_INTERNAL_STRUCT_DAMAGED);
-    EXPECT_EQ(stage.host.Calls("sample"), 1);
-    EXPECT_FALSE(SamePixels(stage.output, stage.input)) << "the pixel is drawn whatever the code";
-    ExpectClean(stage);
+    const auto make = [&](Stage* stage, int failing) {
+      stage->host.controls.filtering = filtering;
+      stage->layer.Fill(1, 0.5, 0.5, 0.5);
+      stage->input.Fill(0, 0, 0, 0);
+      stage->host.FailAt("sample", failing, PF_Err_INTERNAL_STRUCT_DAMAGED);
+      return stage->host.RenderClassic();
+    };
+    Stage whole(TestFixture::kDepth);
+    ASSERT_EQ(make(&whole, 0), PF_Err_NONE);
+    const int half = whole.host.Calls("sample") / 2;
+    Stage before(TestFixture::kDepth);
+    EXPECT_EQ(make(&before, half), PF_Err_INTERNAL_STRUCT_DAMAGED);
+    EXPECT_EQ(before.host.Calls("sample"), half);
+    Stage after(TestFixture::kDepth);
+    EXPECT_EQ(make(&after, half + 1), PF_Err_INTERNAL_STRUCT_DAMAGED);
+    EXPECT_FALSE(SamePixels(before.output, after.output)) << "the failing pixel is drawn too";
+    ExpectClean(after);
   }
 }
 

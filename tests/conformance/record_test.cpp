@@ -228,6 +228,48 @@ TYPED_TEST(PerPixel, WidensTheRadiiByHalfTheFootprintAndWrapsTheArea) {
   }
 }
 
+/// The scale between 0 and `high` at which `radius`, which grows with it, reaches `wanted`.
+template <class Radius>
+double ScaleFor(PF_Fixed wanted, double high, const Radius& radius) {
+  double low = 0;
+  for (int i = 0; i < 80; ++i) {
+    const double middle = (low + high) / 2;
+    (radius(middle) < wanted ? low : high) = middle;
+  }
+  return high;
+}
+
+TYPED_TEST(PerPixel, HandsTheHostTheWrappedAreaOfFootprintsFromNoneToTwoPixels) {
+  struct {
+    double footprint;
+    PF_Fixed radius;
+    PF_Fixed area;
+  } const cases[] = {{0, 32768, 65536},
+                     {0.25, 40960, 102400},
+                     {0.5, 49152, -114688},
+                     {1, 65536, 0},
+                     {2, 98304, 65536}};
+  for (const auto& c : cases) {
+    // Near the span's start, where the columns are small and single precision fine enough.
+    const auto run = [this] { this->Run(true, 872, 500); };
+    this->record_.layerHalfHeight = 0;
+    this->record_.layerPixelsPerRadian = ScaleFor(c.radius, 5000, [&](double scale) {
+      this->record_.layerPixelsPerRadian = scale;
+      run();
+      return this->Block().x_radius;
+    });
+    this->record_.layerHalfHeight = ScaleFor(c.radius, 5000, [&](double scale) {
+      this->record_.layerHalfHeight = scale;
+      run();
+      return this->Block().y_radius;
+    });
+    run();
+    EXPECT_EQ(this->Block().x_radius, c.radius) << c.footprint;
+    EXPECT_EQ(this->Block().y_radius, c.radius) << c.footprint;
+    EXPECT_EQ(this->Block().area, c.area) << c.footprint;
+  }
+}
+
 TYPED_TEST(PerPixel, CapsTheFootprintAt120LayerPixels) {
   this->record_.layerPixelsPerRadian = 1e6;
   this->record_.layerHalfHeight = 1e6;
@@ -435,10 +477,11 @@ RecordImage RecordOf(Stage* stage, bool smart) {
   return image;
 }
 
-void ExpectSameVector(const reference::Vector& a, const reference::Vector& b) {
-  EXPECT_NEAR(a.x, b.x, 1e-14);
-  EXPECT_NEAR(a.y, b.y, 1e-14);
-  EXPECT_NEAR(a.z, b.z, 1e-14);
+void ExpectSameVector(const reference::Vector& a, const reference::Vector& b,
+                      double tolerance = 1e-14) {
+  EXPECT_NEAR(a.x, b.x, tolerance);
+  EXPECT_NEAR(a.y, b.y, tolerance);
+  EXPECT_NEAR(a.z, b.z, tolerance);
 }
 
 TEST(FrameRecord, AgreesWithTheYardstickFieldByField) {
@@ -564,8 +607,34 @@ TEST(FrameRecord, MovesASoloLayerFromStartToEndWithTravel) {
                                    record.spanStart.z + record.spanEnd.z};
     const double length =
         std::sqrt(middle.x * middle.x + middle.y * middle.y + middle.z * middle.z);
-    ExpectSameVector({middle.x / length, middle.y / length, middle.z / length}, centre);
+    ExpectSameVector({middle.x / length, middle.y / length, middle.z / length}, centre, 1e-6);
   }
+}
+
+TEST(FrameRecord, MovesAStretchedSpanPastTheEndPointByItsOwnLength) {
+  Stage stage(Depth::k8);
+  reference::Controls& controls = stage.host.controls;
+  controls.startX = Fixed(10);
+  controls.endX = Fixed(15);
+  controls.travel = Fixed(100);
+  const RecordImage record = RecordOf(&stage, false);
+  const auto at = [](double x) {
+    return reference::DirectionOf(x, 8, 32, 16, reference::StandardMaths());
+  };
+  // The guard under the root makes the vectors 5e-7 short.
+  EXPECT_NEAR(record.spanStart.x, at(15).x, 1e-6);
+  EXPECT_NEAR(record.spanStart.z, at(15).z, 1e-6);
+  EXPECT_NEAR(record.spanEnd.x, at(20).x, 1e-6);
+  EXPECT_NEAR(record.spanEnd.z, at(20).z, 1e-6);
+}
+
+TEST(FrameRecord, MeasuresASoloSpanBeyondHalfTheCircleTheShortWayRound) {
+  Stage stage(Depth::k8, 32, 16, 20, 10);
+  stage.host.controls.placement = 3;
+  stage.host.controls.size = Fixed(60);
+  stage.layer.world.pix_aspect_ratio = {2, 1};  // 240 degrees long by the layer's own measure
+  const RecordImage record = RecordOf(&stage, false);
+  EXPECT_NEAR(record.spanAngle, 120 * kPiValue / 180 + 0.0001, 1e-5);
 }
 
 TEST(FrameRecord, LimitsASoloLayerTo179DegreesByShrinkingTheBand) {

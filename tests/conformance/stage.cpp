@@ -45,7 +45,7 @@ Stage::Stage(Depth depth, A_long width, A_long height, A_long layerWidth, A_long
   host.request.rect = {0, 0, width, height};
   host.controls.startX = Fixed(width * 0.25);
   host.controls.startY = Fixed(height * 0.5);
-  host.controls.endX = Fixed(width * 0.75);
+  host.controls.endX = Fixed(width * 0.625);
   host.controls.endY = Fixed(height * 0.5);
   host.controls.size = Fixed(60);
   host.controls.opacity = Fixed(100);

@@ -21,8 +21,8 @@ constexpr PF_Fixed Fixed(double value) {
   return static_cast<PF_Fixed>(value * kFixedOne);
 }
 
-/// A frame of 32 x 16 with a layer of 13 x 9 stretched over its middle half, composited at full
-/// opacity. Everything is public and may be changed before a command is sent.
+/// A frame of 32 x 16 with a layer of 13 x 9 stretched over 135 degrees of its middle, composited
+/// at full opacity. Everything is public and may be changed before a command is sent.
 struct Stage {
   explicit Stage(Depth depth, PF_MainEntryFn effect = Effect().mainEntry);
   Stage(Depth depth, A_long width, A_long height, A_long layerWidth, A_long layerHeight,
