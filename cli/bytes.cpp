@@ -93,7 +93,7 @@ std::size_t MemorySource::ReadAt(std::uint64_t offset, void* out, std::size_t si
   if (offset >= bytes_.size() || size == 0) {
     return 0;
   }
-  const std::size_t start = static_cast<std::size_t>(offset);
+  const auto start = static_cast<std::size_t>(offset);
   const std::size_t count = std::min(size, bytes_.size() - start);
   std::memcpy(out, bytes_.data() + start, count);
   return count;
@@ -125,7 +125,7 @@ bool MemorySink::Write(const void* bytes, std::size_t size) noexcept {
     return false;
   }
   try {
-    const std::size_t start = static_cast<std::size_t>(position_);
+    const auto start = static_cast<std::size_t>(position_);
     if (start + size > bytes_.size()) {
       bytes_.resize(start + size);
     }

@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra completion`: the script for bash, from the same lists as the options.
 #include <CLI/CLI.hpp>
-#include <cstdio>
 
 #include "cli/commands.h"
 #include "cli/controls.h"
 #include "cli/error.h"
 #include "cli/options.h"
+#include "cli/print.h"
 #include "cli/text.h"
 
 namespace veltra::cli {
@@ -128,9 +128,8 @@ int RunCompletion(const Arguments& arguments) {
   for (const Command& command : Commands()) {
     commands += Text(commands.empty() ? "" : " ", command.name);
   }
-  std::fputs(Filled(kHead, "COMMANDS", commands).c_str(), stdout);
-  std::fputs(script.arms.c_str(), stdout);
-  std::fputs(Filled(kMiddle, "OPTIONS", script.words.substr(1)).c_str(), stdout);
+  Print(stdout, Filled(kHead, "COMMANDS", commands), script.arms,
+        Filled(kMiddle, "OPTIONS", script.words.substr(1)));
   return kExitDone;
 }
 

@@ -4,13 +4,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
 #include "cli/controls.h"
 #include "cli/error.h"
 #include "cli/options.h"
+#include "cli/print.h"
 #include "cli/text.h"
 
 namespace veltra::cli {
@@ -34,8 +35,8 @@ bool ParseInfo(const char* name, const char* description, const Arguments& argum
   return ParseArguments(app, arguments);
 }
 
-void Print(const Json& json) {
-  std::puts(json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+void PrintJson(const Json& json) {
+  Print(stdout, json.dump(2, ' ', false, Json::error_handler_t::replace), "\n");
 }
 
 double Real(A_long fixed) {
@@ -100,7 +101,7 @@ void PrintTable(const std::vector<Row>& rows) {
         line.append(widths[i] + 2 - row[i].size(), ' ');
       }
     }
-    std::puts(line.substr(0, line.find_last_not_of(' ') + 1).c_str());
+    Print(stdout, line.substr(0, line.find_last_not_of(' ') + 1), "\n");
   }
 }
 
@@ -113,10 +114,13 @@ std::string VersionText(A_u_long version) {
 }
 
 std::string Hexadecimal(A_long flags) {
-  std::array<char, 16> buffer{};
-  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): a literal format
-  std::snprintf(buffer.data(), buffer.size(), "0x%08x", static_cast<unsigned>(flags));
-  return buffer.data();
+  constexpr int kBase = 16;
+  constexpr std::size_t kDigits = 8;
+  std::array<char, kDigits> buffer{};
+  const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(),
+                                          static_cast<A_u_long>(flags), kBase);
+  const std::string digits(buffer.data(), end);
+  return Text("0x", std::string(kDigits - digits.size(), '0'), digits);
 }
 
 std::string DepthsText(const host::Effect& effect) {
@@ -131,7 +135,7 @@ std::string DepthsText(const host::Effect& effect) {
 
 void PrintIdentity(const host::Effect& effect) {
   const host::Registration& identity = effect.Library().Identity();
-  std::puts("");
+  Print(stdout, "\n");
   PrintTable({{"name", identity.name, "", "", ""},
               {"match name", identity.matchName, "", "", ""},
               {"category", identity.category, "", "", ""},
@@ -178,7 +182,7 @@ int RunControls(const Arguments& arguments) {
     for (const ControlOption& control : controls) {
       list.push_back(ControlJson(control));
     }
-    Print({{"effect", effect->Library().Identity().name}, {"controls", list}});
+    PrintJson({{"effect", effect->Library().Identity().name}, {"controls", list}});
     return kExitDone;
   }
   std::vector<Row> rows = {{"CONTROL", "TYPE", "DEFAULT", "RANGE", "OPTIONS"}};
@@ -204,10 +208,10 @@ int RunAbout(const Arguments& arguments) {
   std::string text = *about;
   std::replace(text.begin(), text.end(), '\r', '\n');  // the host's line break
   if (options.json) {
-    Print(IdentityJson(*effect, text));
+    PrintJson(IdentityJson(*effect, text));
     return kExitDone;
   }
-  std::puts(text.c_str());
+  Print(stdout, text, "\n");
   PrintIdentity(*effect);
   return kExitDone;
 }

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra sample`: draws pictures to try the program with.
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <filesystem>
 
 #include "cli/commands.h"
 #include "cli/error.h"
 #include "cli/output_file.h"
 #include "cli/picture_world.h"
+#include "cli/print.h"
 #include "cli/sample_picture.h"
 #include "cli/text.h"
 #include "cli/values.h"
@@ -50,14 +50,14 @@ void WritePng(const host::World& world, const std::filesystem::path& path, host:
   OutputFile file(path.string());
   WriteWorld(world, file, options, &pool);
   file.Commit();
-  std::printf("%s\n", path.c_str());
+  Print(stdout, path.string(), "\n");
 }
 
 void WriteText(const std::string& text, const std::filesystem::path& path) {
   OutputFile file(path.string());
   file.Write(text.data(), text.size());
   file.Commit();
-  std::printf("%s\n", path.c_str());
+  Print(stdout, path.string(), "\n");
 }
 
 }  // namespace

@@ -6,13 +6,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <new>
 
 #include "cli/error.h"
 #include "cli/interrupt.h"
+#include "cli/print.h"
 #include "cli/text.h"
 #include "cli/version.h"
 
@@ -29,23 +29,24 @@ constexpr std::array kCommands = {
 };
 
 void PrintHelp() {
-  std::puts(
-      "veltra: places a layer onto 360-degree (equirectangular) footage along a great circle\n"
-      "\n"
-      "usage: veltra COMMAND [OPTIONS]\n"
-      "\n"
-      "commands:");
+  Print(stdout,
+        "veltra: places a layer onto 360-degree (equirectangular) footage along a great circle\n"
+        "\n"
+        "usage: veltra COMMAND [OPTIONS]\n"
+        "\n"
+        "commands:\n");
   for (const Command& command : kCommands) {
-    std::printf("  %-12s %s\n", std::string(command.name).c_str(),
-                std::string(command.summary).c_str());
+    constexpr std::size_t kColumn = 13;
+    Print(stdout, "  ", command.name, std::string(kColumn - command.name.size(), ' '),
+          command.summary, "\n");
   }
-  std::puts(
-      "\n"
-      "veltra COMMAND --help tells more; veltra --version prints the version.\n"
-      "\n"
-      "example:\n"
-      "  veltra render --frame street.png --layer title.png --start 20%,45% --end 70%,45% -o "
-      "out.png");
+  Print(stdout,
+        "\n"
+        "veltra COMMAND --help tells more; veltra --version prints the version.\n"
+        "\n"
+        "example:\n"
+        "  veltra render --frame street.png --layer title.png --start 20%,45% --end 70%,45% -o "
+        "out.png\n");
 }
 
 /// The name that differs in the fewest letters, or nothing close.
@@ -93,7 +94,7 @@ int Dispatch(const Arguments& arguments) {
   }
   const std::string& name = arguments.front();
   if (name == "--version" || name == "-V" || name == "version") {
-    std::printf("veltra %s\n", kProgramVersion);
+    Print(stdout, "veltra ", kProgramVersion, "\n");
     return kExitDone;
   }
   if (name == "help" && arguments.size() > 1) {
@@ -170,7 +171,7 @@ bool ParseArguments(CLI::App& app, const Arguments& arguments) {
   try {
     app.parse(Arguments(arguments.rbegin(), arguments.rend()));  // CLI11 takes them backwards
   } catch (const CLI::CallForHelp&) {
-    std::fputs(app.help().c_str(), stdout);
+    Print(stdout, app.help());
     return false;
   } catch (const CLI::ParseError& error) {
     throw UsageError(ParseMessage(error));
@@ -196,8 +197,8 @@ std::shared_ptr<const host::Effect> LoadEffect(const std::string& path) {
 
 int RunProgram(const Arguments& arguments) {
   const auto complain = [](const char* message, int exitCode) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "veltra: %s\n", message);
+    Flush(stdout);
+    Print(stderr, "veltra: ", message, "\n");
     return exitCode;
   };
   try {

@@ -53,7 +53,8 @@ void CatchInterrupts() {
     }
   }
   // A reader of our output that goes away is an error of that write, not our end.
-  std::signal(SIGPIPE, SIG_IGN);
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
 }
 
 void ThrowIfInterrupted() {

@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "cli/print.h"
 #include "cli/text.h"
 
 namespace veltra::cli {
@@ -20,6 +20,7 @@ namespace {
 constexpr double kRedrawSeconds = 0.1;
 constexpr double kFirstDrawSeconds = 0.3;  // what is quicker needs no bar
 constexpr int kTenths = 10;
+constexpr const char* kClearLine = "\x1b[K";  // from the cursor to the end
 
 ProgressStyle Resolve(ProgressStyle style) {
   if (style != ProgressStyle::kAuto) {
@@ -116,7 +117,7 @@ void Progress::PrintLine() {
     const std::string line =
         Text(Percent(static_cast<double>(tenth) / kTenths), "  ", done_ + skipped_, " of ", total_,
              " frames, ", DurationText(Seconds()), "\n");
-    std::fputs(line.c_str(), stderr);
+    Print(stderr, line);
   }
 }
 
@@ -130,8 +131,8 @@ void Progress::PrintJson(const char* event, int frame, const std::string& path) 
     line["output"] = path;
   }
   using Handler = nlohmann::ordered_json::error_handler_t;
-  std::printf("%s\n", line.dump(-1, ' ', false, Handler::replace).c_str());
-  std::fflush(stdout);
+  Print(stdout, line.dump(-1, ' ', false, Handler::replace), "\n");
+  Flush(stdout);
 }
 
 void Progress::DrawBar(bool last) {
@@ -155,15 +156,15 @@ void Progress::DrawBar(bool last) {
   const auto full = static_cast<std::size_t>(share * cells);
   const std::string bar =
       Text(std::string(full, '#'), std::string(static_cast<std::size_t>(cells) - full, '.'));
-  std::fprintf(stderr, "\r[%s]%s\x1b[K", bar.c_str(), numbers.c_str());
-  std::fflush(stderr);
+  Print(stderr, "\r[", bar, "]", numbers, kClearLine);
+  Flush(stderr);
   barShown_ = true;
 }
 
 void Progress::ClearBar() {
   if (barShown_) {
-    std::fputs("\r\x1b[K", stderr);
-    std::fflush(stderr);
+    Print(stderr, "\r", kClearLine);
+    Flush(stderr);
     barShown_ = false;
   }
 }
@@ -176,8 +177,7 @@ void Progress::Finish(const std::string& what) {
   } else if (style_ != ProgressStyle::kNone) {
     const std::string frames =
         total_ == 1 ? "" : Text(Count(static_cast<std::size_t>(done_), "frame"), " in ");
-    std::fprintf(stderr, "%s: %s%s\n", what.c_str(), frames.c_str(),
-                 DurationText(Seconds()).c_str());
+    Print(stderr, what, ": ", frames, DurationText(Seconds()), "\n");
   }
 }
 
@@ -187,7 +187,7 @@ void Progress::Warn(const std::string& line) {
     return;
   }
   ClearBar();
-  std::fprintf(stderr, "veltra: warning: %s\n", line.c_str());
+  Print(stderr, "veltra: warning: ", line, "\n");
 }
 
 }  // namespace veltra::cli
