@@ -18,6 +18,7 @@ constexpr float kAllBits = std::bit_cast<float>(0xffffffffU);
 }  // namespace
 
 constinit const Constants kConstants = {
+    Four(-0.0F),
     Four(2.5F),
     // Minimax on half a half turn, by numerics/tools/coefficients.sollya.
     Four(-0x1.1bf83ep-1F),
@@ -27,12 +28,6 @@ constinit const Constants kConstants = {
     {{0.0F, 0.0F, 0.5F, 0.5F}},
     {{kAllBits, 0.0F, kAllBits, 0.0F}},
     {{0.0F, 1.0F, -0.0F, 0.0F}},
-    {{0.0F, -1.0F / 720.0F, 0.0F, 0.0F}},
-    {{1.0F / 120.0F, 1.0F / 24.0F, 0.0F, 0.0F}},
-    {{-1.0F / 6.0F, -0.5F, 0.0F, 0.0F}},
-    {{1.0F, 1.0F, 0.0F, 0.0F}},
-    {{1.0F, 0.5F, 0.0F, 0.0F}},
-    Four(1.5707964F),
     // 3e-7 of rounding are still below 1.
     Four(1.0F - 5e-7F),
 };

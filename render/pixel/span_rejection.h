@@ -38,15 +38,13 @@ struct alignas(16) FourFloats {
   float lanes[4];
 };
 struct Constants {
+  FourFloats signs;                       ///< the sign bits
   FourFloats farthest;                    ///< half turns
   FourFloats sine7, sine5, sine3, sine1;  ///< polynomial of the sine of half turns
   FourFloats quarterTurns;                ///< makes the sines in lanes 2 and 3 cosines
   FourFloats directionKeep;               ///< bits, see Direction
   FourFloats directionFlip;
-  FourFloats bound3, bound2, bound1, bound0;  ///< see BoundsOf
-  FourFloats boundScale;
-  FourFloats quarterTurn;  ///< radians
-  FourFloats longest;      ///< squared length of spanNormal, spanStart, spanEnd
+  FourFloats longest;  ///< squared length of spanNormal, spanStart, spanEnd
 };
 extern VELTRA_LOCAL const Constants kConstants;
 
@@ -78,7 +76,7 @@ VELTRA_FORCE_INLINE __m128 FourSums(__m128 a, __m128 b, __m128 c, __m128 d) {
 
 /// sin(pi x) in every lane; the error table holds up to |x| = 2.5, beyond which the lane is NaN.
 VELTRA_FORCE_INLINE __m128 SineOfHalfTurns(__m128 x) {
-  const __m128 magnitude = _mm_andnot_ps(_mm_set1_ps(-0.0F), x);
+  const __m128 magnitude = _mm_andnot_ps(Load(kConstants.signs), x);
   const __m128 tooFar = _mm_cmpnle_ps(magnitude, Load(kConstants.farthest));
   const __m128i turns = _mm_cvtps_epi32(x);
   const __m128 r = _mm_sub_ps(x, _mm_cvtepi32_ps(turns));
@@ -109,34 +107,31 @@ VELTRA_FORCE_INLINE __m128 Direction(const PlacementRecord& record, A_long x, A_
 }
 
 /// Where both comparisons of the exact steps hold, at the edge and at the edge with its ramp: the
-/// larger of the two, NaN where the second is. Across and along, in radians.
-VELTRA_FORCE_INLINE __m128 Limits(const PlacementRecord& record, AcrossRamp ramp) {
-  const __m128d edges = _mm_set_pd(record.spanAngle, record.halfBandAngle);
-  const __m128d width =
-      _mm_set_pd(record.radiansPerPixel,
-                 ramp == AcrossRamp::kInside ? -record.radiansPerPixel : record.radiansPerPixel);
-  return _mm_cvtpd_ps(_mm_max_pd(edges, _mm_add_pd(edges, width)));
+/// larger of the two, NaN where the second is. Radians.
+VELTRA_FORCE_INLINE float Limit(double edge, double width) {
+  const double withRamp = edge + width;
+  const __m128d larger = _mm_set_sd(edge > withRamp ? edge : withRamp);
+  return _mm_cvtss_f32(_mm_cvtsd_ss(_mm_setzero_ps(), larger));
 }
 
-/// What the strip's limits mean in terms of dot products. Limits count as 0 below that and as a
-/// quarter turn across or half a turn along above that, both of which reject less.
-struct Bounds {
-  float sineAcross;   ///< not below sin(across), as x - x^3/6 + x^5/120 is not; beyond 1 at its end
-  float cosineAlong;  ///< not above cos(along) = 2 cos^2 h - 1 with h = along / 2, since cos h is
-                      ///< not below 1 - h^2/2 + h^4/24 - h^6/720, nor below 0
-};
+/// Not below the sine of the limit, as x - x^3/6 + x^5/120 is not for x >= 0. A limit counts as 0
+/// below that and as a quarter turn above that, where the polynomial is beyond 1 and nothing lies
+/// further across; both reject less. NaN stays NaN.
+VELTRA_FORCE_INLINE float SineBound(float limit) {
+  const float atLeast = limit < 0.0F ? 0.0F : limit;
+  const float x = atLeast > 1.5707964F ? 1.5707964F : atLeast;
+  const float w = x * x;
+  return x * (1.0F - w * (1.0F / 6.0F - w * (1.0F / 120.0F)));
+}
 
-VELTRA_FORCE_INLINE Bounds BoundsOf(__m128 limits) {
-  const __m128 atLeast = _mm_max_ps(_mm_setzero_ps(), limits);
-  const __m128 scaled = _mm_mul_ps(atLeast, Load(kConstants.boundScale));
-  const __m128 x = _mm_min_ps(Load(kConstants.quarterTurn), scaled);
-  const __m128 w = _mm_mul_ps(x, x);
-  __m128 sum = _mm_add_ps(_mm_mul_ps(w, Load(kConstants.bound3)), Load(kConstants.bound2));
-  sum = _mm_add_ps(_mm_mul_ps(sum, w), Load(kConstants.bound1));
-  sum = _mm_add_ps(_mm_mul_ps(sum, w), Load(kConstants.bound0));
-  sum = _mm_max_ps(_mm_setzero_ps(), sum);
-  const float half = _mm_cvtss_f32(Lane<1>(sum));
-  return {_mm_cvtss_f32(sum) * _mm_cvtss_f32(x), 2.0F * half * half - 1.0F};
+/// Not above the cosine of a limit from 0 to pi: with h = limit / 2, cos h is not below
+/// 1 - h^2/2 + h^4/24 - h^6/720, nor below 0, so that it may be squared in 2 cos^2 h - 1. A
+/// negative limit counts as its magnitude, which rejects less.
+VELTRA_FORCE_INLINE float CosineBound(float limit) {
+  const float w = limit * limit * 0.25F;
+  const float half = 1.0F - w * (0.5F - w * (1.0F / 24.0F - w * (1.0F / 720.0F)));
+  const float bounded = half < 0.0F ? 0.0F : half;
+  return 2.0F * bounded * bounded - 1.0F;
 }
 
 /// Whether vectors are as short as the error table assumes. The guarded normalisation leaves a
@@ -167,12 +162,15 @@ VELTRA_FORCE_INLINE bool IsSurelyOffStrip(const PlacementRecord& record, A_long 
   constexpr float kAlongMargin = 1e-4F;
   const __m128 p = Direction(record, x, y);
   const __m128 n = LoadVector(record.spanNormal);
-  const __m128 limits = Limits(record, kRamp);
-  const Bounds bounds = BoundsOf(limits);
   const __m128 dot = SumOfThree(_mm_mul_ps(p, n));
   const float d = _mm_cvtss_f32(dot);
-  if (d < -kAcrossMargin - bounds.sineAcross && d > -1.0F + kAcrossMargin) {
-    return IsShort(n);
+  if (d < -kAcrossMargin) {
+    const double ramp =
+        kRamp == AcrossRamp::kInside ? -record.radiansPerPixel : record.radiansPerPixel;
+    const float sine = SineBound(Limit(record.halfBandAngle, ramp));
+    if (d < -kAcrossMargin - sine && d > -1.0F + kAcrossMargin) {
+      return IsShort(n);
+    }
   }
   const __m128 q = _mm_sub_ps(p, _mm_mul_ps(Lane<0>(dot), n));
   const __m128 qq = _mm_mul_ps(q, q);
@@ -182,9 +180,10 @@ VELTRA_FORCE_INLINE bool IsSurelyOffStrip(const PlacementRecord& record, A_long 
   const float toStart = _mm_cvtss_f32(sums);
   const float toEnd = _mm_cvtss_f32(Lane<1>(sums));
   const float length = _mm_cvtss_f32(_mm_movehl_ps(sums, sums));
-  return (toStart * toEnd < bounds.cosineAlong * length - kAlongMargin ||
+  const float limit = Limit(record.spanAngle, record.radiansPerPixel);
+  return (toStart * toEnd < CosineBound(limit) * length - kAlongMargin ||
           toStart + toEnd < -kAlongMargin) &&
-         _mm_cvtss_f32(Lane<1>(limits)) < 3.1415F && IsShort(n) && IsShort(start) && IsShort(end);
+         limit < 3.1415F && limit > -3.1415F && IsShort(n) && IsShort(start) && IsShort(end);
 }
 
 }  // namespace veltra
