@@ -40,12 +40,10 @@ struct CommandLine {
 
 bool TakesValue(const std::string& argument) {
   if (argument.size() == 2 && argument[0] == '-') {
-    for (const OptionSpec& option : RenderOptionSpecs()) {
-      if (option.shortName[0] == argument[1] && !option.IsFlag()) {
-        return true;
-      }
-    }
-    return false;
+    const auto specs = RenderOptionSpecs();
+    return std::any_of(specs.begin(), specs.end(), [&argument](const OptionSpec& option) {
+      return option.shortName[0] == argument[1] && !option.IsFlag();
+    });
   }
   const OptionSpec* option = argument.starts_with("--") ? FindOption(argument.substr(2)) : nullptr;
   return option != nullptr && !option->IsFlag();

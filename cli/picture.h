@@ -11,6 +11,10 @@
 
 #include "cli/bytes.h"
 
+namespace veltra::host {
+class ThreadPool;
+}
+
 namespace veltra::cli {
 
 /// A channel as a file stores it: 0..255, 0..65535, or floating point with 1.0 as full scale.
@@ -82,7 +86,8 @@ struct PictureOptions {
   std::string compression;  ///< empty is the format's default
   int jpegQuality = 95;     ///< 1..100
   double pixelAspect = 1.0;
-  int threads = 1;  ///< that compression may use
+  int threads = 1;                   ///< that compression may use
+  host::ThreadPool* pool = nullptr;  ///< likewise, where it is not a library that starts them
   PictureMetadata metadata;
 };
 

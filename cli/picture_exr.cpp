@@ -224,7 +224,7 @@ class ExrWriter : public PictureWriter {
     Imf::Header header(width, height, static_cast<float>(options.pixelAspect));
     header.compression() = CompressionOf(options.compression);
     constexpr int kBest = 9;
-    constexpr int kFast = 2;
+    constexpr int kFast = 1;
     header.zipCompressionLevel() = options.compression == "best" ? kBest : kFast;
     const Imf::PixelType type = Type();
     for (const char* name : Names()) {

@@ -4,14 +4,17 @@
 #include <png.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <csetjmp>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "cli/error.h"
 #include "cli/picture_formats.h"
+#include "host/thread_pool.h"
 
 namespace veltra::cli {
 namespace {
@@ -216,8 +219,9 @@ class PngWriter : public PictureWriter {
  public:
   PngWriter(ByteSink& sink, int width, int height, const PictureOptions& options)
       : sink_(sink),
-        rowBytes_(static_cast<std::size_t>(width) * (options.alpha ? 4U : 3U) *
-                  BytesPerSample(options.stored)) {
+        pixelBytes_((options.alpha ? 4U : 3U) * BytesPerSample(options.stored)),
+        rowBytes_(static_cast<std::size_t>(width) * pixelBytes_),
+        deep_(options.stored == SampleType::kUint16) {
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &failure_, OnError, OnWarning);
     pngInfo_ = png_ == nullptr ? nullptr : png_create_info_struct(png_);
     if (pngInfo_ == nullptr) {
@@ -247,6 +251,16 @@ class PngWriter : public PictureWriter {
     Check(Guarded(png_, [&] { png_write_end(png_, nullptr); }));
   }
 
+ protected:
+  std::size_t PixelBytes() const { return pixelBytes_; }
+  std::size_t RowBytes() const { return rowBytes_; }
+  bool IsDeep() const { return deep_; }
+
+  void WriteChunk(const char* kind, const std::vector<png_byte>& bytes) {
+    const auto* name = reinterpret_cast<png_const_bytep>(kind);
+    Check(Guarded(png_, [&] { png_write_chunk(png_, name, bytes.data(), bytes.size()); }));
+  }
+
  private:
   void Check(bool written) {
     sink_.ThrowIfFailed();
@@ -263,11 +277,8 @@ class PngWriter : public PictureWriter {
                       : name == "best"               ? kBest
                                                      : name[0] - '0';
     png_set_compression_level(png_, level);
-    if (level <= kFastest) {
-      // One cheap filter, not a search among five. What it leaves are runs and small numbers: the
-      // search for longer repeats takes more time and, on photographs, even more space.
-      png_set_filter(png_, PNG_FILTER_TYPE_BASE, level == 0 ? PNG_FILTER_NONE : PNG_FILTER_SUB);
-      png_set_compression_strategy(png_, level == 0 ? Z_DEFAULT_STRATEGY : Z_RLE);
+    if (level == 0) {
+      png_set_filter(png_, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     }
     constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
     png_set_compression_buffer_size(png_, kBufferBytes);
@@ -293,9 +304,133 @@ class PngWriter : public PictureWriter {
 
   PngFailure failure_;
   ByteSink& sink_;
+  std::size_t pixelBytes_;
   std::size_t rowBytes_;
+  bool deep_;
   png_structp png_ = nullptr;
   png_infop pngInfo_ = nullptr;
+};
+
+/// The fast level: blocks of rows are compressed apart from each other, on all threads, and
+/// stand one after the other in one stream. Each block is one cheap filter (the difference from
+/// the pixel to the left) and a search for runs only: what the filter leaves are runs and small
+/// numbers, and looking for longer repeats takes more time and, on photographs, more space.
+class FastPngWriter : public PngWriter {
+ public:
+  FastPngWriter(ByteSink& sink, int width, int height, const PictureOptions& options)
+      : PngWriter(sink, width, height, options),
+        pool_(options.pool),
+        blockRows_(static_cast<int>(std::clamp<std::size_t>(kBlockBytes / RowBytes(), 1,
+                                                            static_cast<std::size_t>(height)))) {}
+
+  int PreferredRows() const override {
+    return blockRows_ * (pool_ != nullptr ? pool_->ThreadCount() : 1);
+  }
+
+  void WriteRows(int count, const std::byte* rows) override {
+    std::vector<Block> blocks(static_cast<std::size_t>((count + blockRows_ - 1) / blockRows_));
+    const auto compress = [&](int index) {
+      const int first = index * blockRows_;
+      blocks[static_cast<std::size_t>(index)] = Compressed(
+          rows + static_cast<std::size_t>(first) * RowBytes(), std::min(blockRows_, count - first));
+    };
+    if (pool_ != nullptr && blocks.size() > 1) {
+      pool_->ForEach(static_cast<int>(blocks.size()), compress);
+    } else {
+      for (std::size_t i = 0; i < blocks.size(); ++i) {
+        compress(static_cast<int>(i));
+      }
+    }
+    for (Block& block : blocks) {
+      if (!block.done) {
+        throw RenderError("out of memory");
+      }
+      if (!started_) {
+        constexpr std::array<png_byte, 2> kStreamStart = {0x78, 0x01};  // 32 KB window, fastest
+        block.bytes.insert(block.bytes.begin(), kStreamStart.begin(), kStreamStart.end());
+        started_ = true;
+      }
+      checksum_ = adler32_combine(checksum_, block.checksum, static_cast<z_off_t>(block.length));
+      WriteChunk("IDAT", block.bytes);
+    }
+  }
+
+  void Finish() override {
+    std::vector<png_byte> end = {0x03, 0x00};  // a last block with nothing in it
+    for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+      end.push_back(static_cast<png_byte>(checksum_ >> shift));
+    }
+    WriteChunk("IDAT", end);
+    WriteChunk("IEND", {});
+  }
+
+ private:
+  static constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
+
+  struct Block {
+    std::vector<png_byte> bytes;
+    std::size_t length = 0;  ///< before compression
+    uLong checksum = 0;
+    bool done = false;
+  };
+
+  /// One row as PNG stores it: its filter's number, then the differences, high bytes first.
+  void Filter(const std::byte* row, png_byte* out) const {
+    *out++ = PNG_FILTER_VALUE_SUB;
+    const auto* in = reinterpret_cast<const png_byte*>(row);
+    const std::size_t step = PixelBytes();
+    const std::size_t swap = IsDeep() && std::endian::native == std::endian::little ? 1 : 0;
+    for (std::size_t i = 0; i < std::min(step, RowBytes()); ++i) {
+      out[i] = in[i ^ swap];
+    }
+    for (std::size_t i = step; i < RowBytes(); ++i) {
+      out[i] = static_cast<png_byte>(in[i ^ swap] - in[(i ^ swap) - step]);
+    }
+  }
+
+  Block Compressed(const std::byte* rows, int count) const noexcept {
+    Block block;
+    try {
+      const std::size_t line = RowBytes() + 1;
+      std::vector<png_byte> filtered(line * static_cast<std::size_t>(count));
+      for (std::size_t row = 0; row < static_cast<std::size_t>(count); ++row) {
+        Filter(rows + row * RowBytes(), filtered.data() + row * line);
+      }
+      block.length = filtered.size();
+      block.checksum =
+          adler32(adler32(0, nullptr, 0), filtered.data(), static_cast<uInt>(filtered.size()));
+      block.done = Deflate(filtered, block.bytes);
+    } catch (const std::bad_alloc&) {
+      block.done = false;
+    }
+    return block;
+  }
+
+  /// Raw deflate that ends on a byte and leaves nothing for the next block to refer to.
+  static bool Deflate(std::vector<png_byte>& in, std::vector<png_byte>& out) {
+    constexpr int kRawWindow = -15;
+    constexpr int kMemoryLevel = 8;
+    constexpr std::size_t kFlushBytes = 16;
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, kRawWindow, kMemoryLevel, Z_RLE) != Z_OK) {
+      return false;
+    }
+    out.resize(deflateBound(&stream, static_cast<uLong>(in.size())) + kFlushBytes);
+    stream.next_in = in.data();
+    stream.avail_in = static_cast<uInt>(in.size());
+    stream.next_out = out.data();
+    stream.avail_out = static_cast<uInt>(out.size());
+    const bool done =
+        deflate(&stream, Z_FULL_FLUSH) == Z_OK && stream.avail_in == 0 && stream.avail_out != 0;
+    out.resize(out.size() - stream.avail_out);
+    deflateEnd(&stream);
+    return done;
+  }
+
+  host::ThreadPool* pool_;
+  int blockRows_;
+  bool started_ = false;
+  uLong checksum_ = adler32(0, nullptr, 0);
 };
 
 }  // namespace
@@ -306,6 +441,10 @@ std::unique_ptr<PictureReader> OpenPng(const ByteSource& source) {
 
 std::unique_ptr<PictureWriter> CreatePng(ByteSink& sink, int width, int height,
                                          const PictureOptions& options) {
+  const std::string& compression = options.compression;
+  if (compression.empty() || compression == "fast" || compression == "1") {
+    return std::make_unique<FastPngWriter>(sink, width, height, options);
+  }
   return std::make_unique<PngWriter>(sink, width, height, options);
 }
 

@@ -103,7 +103,9 @@ World ReadWorld(PictureReader& reader, Depth depth, ThreadPool* pool) {
 
 void WriteWorld(const World& world, ByteSink& sink, const PictureOptions& options,
                 ThreadPool* pool) {
-  const auto writer = CreatePicture(sink, world.Width(), world.Height(), options);
+  PictureOptions withPool = options;
+  withPool.pool = pool;
+  const auto writer = CreatePicture(sink, world.Width(), world.Height(), withPool);
   const PackedRow format{options.stored, options.alpha, IsPremultiplied(options.format)};
   const std::size_t rowBytes = format.PixelBytes() * static_cast<std::size_t>(world.Width());
   const int blockRows = writer->PreferredRows();

@@ -209,6 +209,16 @@ class Formats(ProgramTest):
         deep, _ = pictures.read_exr(self.through("in.png", "deep.exr", "--depth", "16"))
         self.assertEqual(deep.dtype, np.float32)
 
+    def test_png_of_many_blocks_is_one_stream(self):
+        rng = np.random.default_rng(3)
+        for dtype, top in ((np.uint8, 256), (np.uint16, 65536)):
+            frame = rng.integers(0, top, (600, 500, 4)).astype(dtype)
+            frame[100:400] //= 64  # some of it compresses, some does not
+            pictures.write_png(self.path("in.png"), frame)
+            for threads in ("1", "3"):
+                out = pictures.read_png(self.through("in.png", "out.png", "--threads", threads))
+                np.testing.assert_allclose(out.astype(int), frame, atol=dtype == np.uint16)
+
     def test_one_pixel_is_a_picture(self):
         frame = np.array([[[1, 2, 3, 4]]], np.uint8)
         pictures.write_png(self.path("in.png"), frame)
