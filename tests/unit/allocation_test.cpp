@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "numerics/compiler.h"
 #include "tests/conformance/stage.h"
 
 namespace {
@@ -21,31 +22,32 @@ void* Allocate(std::size_t size) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Never inlined: the compiler would then see malloc meet operator delete and object.
+VELTRA_NOINLINE void* operator new(std::size_t size) {
   if (void* block = Allocate(size)) {
     return block;
   }
   throw std::bad_alloc();
 }
-void* operator new[](std::size_t size) {
+VELTRA_NOINLINE void* operator new[](std::size_t size) {
   return operator new(size);
 }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+VELTRA_NOINLINE void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return Allocate(size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+VELTRA_NOINLINE void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return Allocate(size);
 }
-void operator delete(void* block) noexcept {
+VELTRA_NOINLINE void operator delete(void* block) noexcept {
   std::free(block);
 }
-void operator delete[](void* block) noexcept {
+VELTRA_NOINLINE void operator delete[](void* block) noexcept {
   std::free(block);
 }
-void operator delete(void* block, std::size_t) noexcept {
+VELTRA_NOINLINE void operator delete(void* block, std::size_t) noexcept {
   std::free(block);
 }
-void operator delete[](void* block, std::size_t) noexcept {
+VELTRA_NOINLINE void operator delete[](void* block, std::size_t) noexcept {
   std::free(block);
 }
 
