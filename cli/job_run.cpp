@@ -509,6 +509,9 @@ void JobRun::Write(int number, const host::World& picture) {
       static_cast<double>(job_.options.pixelAspect.num) / job_.options.pixelAspect.den;
   options.threads = pool_->ThreadCount();
   options.metadata = first_.metadata;
+  if (job_.options.region || job_.options.downsample > 1) {
+    options.metadata.xmp.clear();  // it tells the size of a whole panorama
+  }
   OutputFile file(path);
   try {
     WriteWorld(picture, file, options, pool_.get());

@@ -10,6 +10,7 @@
 #include <csetjmp>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "cli/error.h"
 #include "cli/picture_formats.h"
@@ -20,6 +21,7 @@ namespace {
 constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
 constexpr int kProfileMarker = JPEG_APP0 + 2;
 constexpr int kXmpMarker = JPEG_APP0 + 1;
+constexpr std::string_view kXmpStart("http://ns.adobe.com/xap/1.0/\0", 29);
 
 /// libjpeg leaves a failure by longjmp to the place that Guarded sets; the text waits here.
 struct JpegFailure {
@@ -176,6 +178,13 @@ class JpegReader : public PictureReader {
       info_.metadata.iccProfile.assign(profile, profile + length);
       std::free(profile);  // NOLINT: libjpeg's malloc
     }
+    for (jpeg_saved_marker_ptr marker = jpeg_.marker_list; marker != nullptr;
+         marker = marker->next) {
+      const std::string_view data(reinterpret_cast<const char*>(marker->data), marker->data_length);
+      if (marker->marker == kXmpMarker && data.starts_with(kXmpStart)) {
+        info_.metadata.xmp = data.substr(kXmpStart.size());
+      }
+    }
   }
 
   JpegFailure failure_;
@@ -263,6 +272,12 @@ class JpegWriter : public PictureWriter {
       jpeg_.comp_info[0].v_samp_factor = 1;
     }
     jpeg_start_compress(&jpeg_, TRUE);
+    const std::string xmp = std::string(kXmpStart).append(options.metadata.xmp);
+    constexpr std::size_t kLongestMarker = 65533;
+    if (xmp.size() > kXmpStart.size() && xmp.size() <= kLongestMarker) {
+      jpeg_write_marker(&jpeg_, kXmpMarker, reinterpret_cast<const JOCTET*>(xmp.data()),
+                        static_cast<unsigned>(xmp.size()));
+    }
     const auto& profile = options.metadata.iccProfile;
     if (!profile.empty()) {
       jpeg_write_icc_profile(&jpeg_, profile.data(), static_cast<unsigned>(profile.size()));

@@ -19,6 +19,8 @@
 namespace veltra::cli {
 namespace {
 
+constexpr const char* kXmpKeyword = "XML:com.adobe.xmp";
+
 /// libpng leaves a failure by longjmp to the place that Guarded sets; the text waits here.
 struct PngFailure {
   char text[128] = "";
@@ -171,7 +173,7 @@ class PngReader : public PictureReader {
     png_textp texts = nullptr;
     const int count = png_get_text(png_, pngInfo_, &texts, nullptr);
     for (int i = 0; i < count; ++i) {
-      if (std::strcmp(texts[i].key, "XML:com.adobe.xmp") == 0 && texts[i].text != nullptr) {
+      if (std::strcmp(texts[i].key, kXmpKeyword) == 0 && texts[i].text != nullptr) {
         info_.metadata.xmp = texts[i].text;
       }
     }
@@ -295,6 +297,15 @@ class PngWriter : public PictureWriter {
     if (!metadata.iccProfile.empty()) {
       png_set_iCCP(png_, pngInfo_, "icc", PNG_COMPRESSION_TYPE_BASE, metadata.iccProfile.data(),
                    static_cast<png_uint_32>(metadata.iccProfile.size()));
+    }
+    if (!metadata.xmp.empty()) {
+      png_text text{};
+      text.compression = PNG_ITXT_COMPRESSION_NONE;
+      // libpng's fields are not const, but it copies them.
+      text.key = const_cast<char*>(kXmpKeyword);
+      text.text = const_cast<char*>(metadata.xmp.c_str());
+      text.itxt_length = metadata.xmp.size();
+      png_set_text(png_, pngInfo_, &text, 1);
     }
     png_write_info(png_, pngInfo_);
     if (options.stored == SampleType::kUint16 && std::endian::native == std::endian::little) {

@@ -542,6 +542,10 @@ class TiffWriter : public PictureWriter {
                    static_cast<std::uint32_t>(options.metadata.iccProfile.size()),
                    options.metadata.iccProfile.data());
     }
+    if (!options.metadata.xmp.empty()) {
+      TIFFSetField(tiff, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(options.metadata.xmp.size()),
+                   options.metadata.xmp.data());
+    }
   }
 
   void SetCompression(const PictureOptions& options) {

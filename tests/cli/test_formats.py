@@ -201,6 +201,15 @@ class Formats(ProgramTest):
             kept = dict(pictures.png_chunks(out))[b"iCCP"]
             self.assertEqual(zlib.decompress(kept[kept.index(b"\0") + 2:]), profile)
 
+    def test_panorama_tags_go_along_with_the_whole_picture(self):
+        xmp = b"<x:xmpmeta xmlns:x='adobe:ns:meta/'>GPano equirectangular</x:xmpmeta>"
+        chunk = pictures.png_chunk(b"iTXt", b"XML:com.adobe.xmp\0\0\0\0\0" + xmp)
+        pictures.write_png(self.path("in.png"), gradient(16, 8, 3, np.uint8), extra=chunk)
+        for step in (("in.png", "a.tif"), ("a.tif", "b.jpg"), ("b.jpg", "c.png")):
+            self.assertIn(xmp, open(self.through(*step), "rb").read())
+        for part in (("--region", "0,0,8,8"), ("--downsample", "2")):
+            self.assertNotIn(xmp, open(self.through("in.png", "d.png", *part), "rb").read())
+
     def test_float_png_and_8_bit_exr_take_what_the_format_has(self):
         frame = gradient(8, 8, 4, np.uint8, alpha=1)
         pictures.write_png(self.path("in.png"), frame)
