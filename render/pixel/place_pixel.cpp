@@ -4,6 +4,8 @@
 
 #include "render/pixel/place_pixel.h"
 
+#include <cmath>
+
 #include "render/pixel/compose_sample.h"
 #include "render/pixel/map_to_layer.h"
 #include "render/pixel/span_rejection.h"
@@ -22,7 +24,10 @@ double WrapTile(const PlacementRecord& record, double u) {
     return 0.0;
   }
   u = u + record.tileOffset;
-  u = u - numerics::TruncateToInt32(u / period) * period;
+  if (!(std::abs(u) < period)) {
+    // In the first tile of either side the quotient truncates to 0, and a division is dear.
+    u = u - numerics::TruncateToInt32(u / period) * period;
+  }
   return u < 0.0 ? u + period : u;
 }
 

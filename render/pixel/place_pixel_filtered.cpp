@@ -41,7 +41,9 @@ float WrapTile(const PlacementRecord& record, float u) {
     return 0.0F;
   }
   u = static_cast<float>(record.tileOffset) + u;
-  u = u - static_cast<float>(numerics::TruncateToInt32(u / period)) * period;
+  if (!(std::fabs(u) < period)) {
+    u = u - static_cast<float>(numerics::TruncateToInt32(u / period)) * period;
+  }
   return u < 0.0F ? period + u : u;
 }
 
