@@ -78,6 +78,7 @@ std::string Nearest(const std::string& wrong, const Names& names) {
 
 [[noreturn]] void ThrowUnknownCommand(const std::string& name) {
   std::vector<std::string_view> names;
+  names.reserve(kCommands.size());
   for (const Command& command : kCommands) {
     names.push_back(command.name);
   }

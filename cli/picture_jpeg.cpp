@@ -226,7 +226,8 @@ void EndTarget(j_compress_ptr jpeg) {
 class JpegWriter : public PictureWriter {
  public:
   JpegWriter(ByteSink& sink, int width, int height, const PictureOptions& options)
-      : rowBytes_(static_cast<std::size_t>(width) * 3U) {
+      : rowBytes_(static_cast<std::size_t>(width) * 3U),
+        xmp_(std::string(kXmpStart).append(options.metadata.xmp)) {
     target_.sink = &sink;
     target_.manager.init_destination = StartTarget;
     target_.manager.empty_output_buffer = EmptyTarget;
@@ -272,11 +273,10 @@ class JpegWriter : public PictureWriter {
       jpeg_.comp_info[0].v_samp_factor = 1;
     }
     jpeg_start_compress(&jpeg_, TRUE);
-    const std::string xmp = std::string(kXmpStart).append(options.metadata.xmp);
     constexpr std::size_t kLongestMarker = 65533;
-    if (xmp.size() > kXmpStart.size() && xmp.size() <= kLongestMarker) {
-      jpeg_write_marker(&jpeg_, kXmpMarker, reinterpret_cast<const JOCTET*>(xmp.data()),
-                        static_cast<unsigned>(xmp.size()));
+    if (xmp_.size() > kXmpStart.size() && xmp_.size() <= kLongestMarker) {
+      jpeg_write_marker(&jpeg_, kXmpMarker, reinterpret_cast<const JOCTET*>(xmp_.data()),
+                        static_cast<unsigned>(xmp_.size()));
     }
     const auto& profile = options.metadata.iccProfile;
     if (!profile.empty()) {
@@ -295,6 +295,7 @@ class JpegWriter : public PictureWriter {
   JpegTarget target_;
   jpeg_compress_struct jpeg_{};
   std::size_t rowBytes_;
+  std::string xmp_;
 };
 
 }  // namespace
