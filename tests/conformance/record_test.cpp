@@ -283,11 +283,12 @@ TYPED_TEST(PerPixel, LeavesTheSharedSamplingBlockAlone) {
   this->record_.samplingParams.y_radius = 18;
   this->record_.samplingParams.area = 19;
   this->record_.samplingParams.motion_blur = 5;
-  const RecordImage before = this->record_;
+  unsigned char before[sizeof(RecordImage)];
+  std::memcpy(before, &this->record_, sizeof(before));  // padding too, unlike a copy
   this->Run(true, 1024, 512);
   EXPECT_EQ(this->Block().motion_blur, 5) << "the copy is whole";
   EXPECT_EQ(this->Block().src, &this->layer_.world);
-  EXPECT_EQ(std::memcmp(&before, &this->record_, sizeof(before)), 0);
+  EXPECT_EQ(std::memcmp(before, &this->record_, sizeof(before)), 0);
   this->Run(false, 1024, 512);
   EXPECT_EQ(this->Block().x_radius, 17) << "without filtering the block goes as it stands";
   EXPECT_EQ(this->Block().area, 19);
