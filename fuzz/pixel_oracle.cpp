@@ -19,13 +19,14 @@ reference::Maths SameMaths() {
   return {numerics::Sin, numerics::Cos, [](double x) { return std::sqrt(x); }, numerics::Acos};
 }
 
-/// The transcription leaves two things open where the effect made a choice: a layer without a tile
-/// period, and a footprint that is not a number at a seam.
+/// The transcription leaves open what no frame's record holds and where the effect made a choice: a
+/// tile period that is not positive or not finite, and a footprint at a seam that is not a number.
 bool IsOpen(const PlacementRecord& record, bool filtered, A_long x, A_long y) {
   if (record.tileMode == 0) {
     return false;
   }
-  if (!(record.tilePeriod > 0.0) || !(static_cast<float>(record.tilePeriod) > 0.0F)) {
+  const auto period = static_cast<float>(record.tilePeriod);
+  if (!(period > 0.0F) || !std::isfinite(period)) {
     return true;
   }
   if (!filtered) {
