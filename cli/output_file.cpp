@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "cli/error.h"
 #include "cli/text.h"
@@ -159,7 +160,7 @@ bool OutputFile::Write(const void* bytes, std::size_t size) noexcept {
   if (failure_ != 0) {
     return false;
   }
-  const std::byte* next = static_cast<const std::byte*>(bytes);
+  const auto* next = static_cast<const std::byte*>(bytes);
   position_ += size;
   length_ = std::max(length_, position_);
   if (buffer_.size() + size <= kBufferBytes) {
@@ -231,7 +232,7 @@ void OutputFile::Commit() {
   }
 }
 
-TemporaryFile::TemporaryFile(const std::string& path) : path_(path) {
+TemporaryFile::TemporaryFile(std::string path) : path_(std::move(path)) {
   RememberTemporary(path_);
 }
 

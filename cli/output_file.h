@@ -55,7 +55,7 @@ void RemoveTemporaryFiles() noexcept;
 /// Counts a file that something else writes (the video encoder) among the temporary ones.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(const std::string& path);
+  explicit TemporaryFile(std::string path);
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   /// Deletes the file unless it was renamed.

@@ -90,8 +90,7 @@ class ExrReader : public PictureReader {
       return;
     }
     const auto channels = static_cast<std::size_t>(info_.channels);
-    const std::size_t dataWidth =
-        static_cast<std::size_t>(Length(dataWindow_.min.x, dataWindow_.max.x));
+    const auto dataWidth = static_cast<std::size_t>(Length(dataWindow_.min.x, dataWindow_.max.x));
     rows_.resize(static_cast<std::size_t>(dataBottom - dataTop + 1) * dataWidth * channels);
     ReadData(dataTop, dataBottom, rows_.data());
     const int left = std::max(displayWindow_.min.x, dataWindow_.min.x);

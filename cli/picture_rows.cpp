@@ -47,6 +47,15 @@ struct WorldFloat : FileFloat {
 template <class Kind>
 inline constexpr bool kIsFloat = std::is_same_v<typename Kind::Type, float>;
 
+template <class To, class From>
+constexpr bool SameScale() {
+  if constexpr (kIsFloat<To> || kIsFloat<From>) {
+    return kIsFloat<To> && kIsFloat<From>;
+  } else {
+    return To::kFull == From::kFull;
+  }
+}
+
 /// One sample from one scale to another, rounded to nearest.
 template <class To, class From>
 typename To::Type Rescale(typename From::Type value) {
@@ -55,16 +64,16 @@ typename To::Type Rescale(typename From::Type value) {
     const float wide = Rescale<FileFloat, From>(value);
     return imath_float_to_half(std::isfinite(wide) ? std::clamp(wide, -kLargestHalf, kLargestHalf)
                                                    : wide);
-  } else if constexpr (kIsFloat<From> && kIsFloat<To>) {
+  } else if constexpr (SameScale<To, From>()) {
     return value;
   } else if constexpr (kIsFloat<From>) {
-    // In this order NaN becomes 0. The product is exact in double, so that ties are real ties.
+    // In this order NaN becomes 0. Product and sum are exact in double and not negative, so that
+    // cutting off rounds rightly, and ties are real ties.
     const float clamped = value > 0.0F ? (value < 1.0F ? value : 1.0F) : 0.0F;
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): see above; lround is several times slower
     return static_cast<typename To::Type>(static_cast<double>(clamped) * To::kFull + 0.5);
   } else if constexpr (kIsFloat<To>) {
     return static_cast<float>(value) / static_cast<float>(From::kFull);
-  } else if constexpr (From::kFull == To::kFull) {
-    return value;
   } else {
     return static_cast<typename To::Type>((value * To::kFull + From::kFull / 2) / From::kFull);
   }

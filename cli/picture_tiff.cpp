@@ -404,7 +404,7 @@ class TiffReader : public PictureReader {
   }
 
   void ReadRgba(int first, int count, std::byte* out) {
-    const std::size_t width = static_cast<std::size_t>(info_.width);
+    const auto width = static_cast<std::size_t>(info_.width);
     if (raster_.empty()) {
       raster_.resize(width * static_cast<std::size_t>(info_.height));
       if (TIFFReadRGBAImageOriented(tiff_.get(), static_cast<std::uint32_t>(info_.width),

@@ -123,7 +123,7 @@ std::size_t Process::Read(void* out, std::size_t size) {
 }
 
 bool Process::Write(const void* bytes, std::size_t size) {
-  const std::byte* next = static_cast<const std::byte*>(bytes);
+  const auto* next = static_cast<const std::byte*>(bytes);
   while (size != 0) {
     WaitFor(POLLOUT);
     // No more than the pipe surely has room for, so that a stuck child does not hold us.

@@ -109,7 +109,7 @@ std::string ValueText(const std::string& key, const Json& value) {
 void RefuseOtherKeys(const std::string& where, const Json& object,
                      const std::set<std::string>& known) {
   for (const auto& [key, value] : object.items()) {
-    if (known.count(key) == 0) {
+    if (!known.contains(key)) {
       std::string list;
       for (const std::string& name : known) {
         list += Text(list.empty() ? "" : ", ", name);
