@@ -38,7 +38,7 @@ int KeepError(TIFF*, void* user, const char*, const char* format, va_list argume
   auto* failure = static_cast<TiffFailure*>(user);
   if (failure->text.empty()) {
     char text[256] = "";
-    std::vsnprintf(text, sizeof(text), format, arguments);
+    static_cast<void>(std::vsnprintf(text, sizeof(text), format, arguments));
     failure->text = text;
     while (!failure->text.empty() && failure->text.back() == '.') {
       failure->text.pop_back();

@@ -69,6 +69,7 @@ Process::Process(const std::vector<std::string>& arguments, Pipe pipe) {
   posix_spawn_file_actions_adddup2(&plan.files, theirs, reading ? STDOUT_FILENO : STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&plan.files, errors_, STDERR_FILENO);
   std::vector<char*> values;
+  values.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) {
     values.push_back(const_cast<char*>(argument.c_str()));  // posix_spawn does not write to them
   }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "cli/print.h"
@@ -56,11 +57,11 @@ std::string Percent(double share) {
 
 std::string DurationText(double seconds) {
   constexpr double kFine = 9.95;
-  constexpr int kMinute = 60;
+  constexpr long long kMinute = 60;
   if (seconds < kFine) {
     return Text(Decimals(seconds, 2), " s");
   }
-  const auto whole = static_cast<long long>(seconds + 0.5);
+  const auto whole = std::llround(seconds);
   if (whole < kMinute) {
     return Text(whole, " s");
   }
