@@ -24,7 +24,7 @@ struct Signature {
   PictureFormat format;
 };
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr std::array<Signature, 9> kSignatures = {{
     {"\x89PNG\r\n\x1a\n"sv, PictureFormat::kPng},

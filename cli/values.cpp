@@ -225,7 +225,7 @@ std::string FixedText(PF_Fixed value) {
   for (int decimals = 0; decimals <= kMostDecimals; ++decimals) {
     const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), exact,
                                             std::chars_format::fixed, decimals);
-    const std::string text(buffer.data(), end);
+    std::string text(buffer.data(), end);
     if (error == std::errc() && ParseFixed(text) == value) {
       return text;
     }
