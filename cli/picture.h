@@ -102,8 +102,8 @@ class PictureWriter {
   /// How many rows are best written at once.
   virtual int PreferredRows() const { return 1; }
   /// Appends rows of the stored type: interleaved RGB or RGBA, premultiplied where the format
-  /// wants it. Throws RenderError with the reason.
-  virtual void WriteRows(int count, const std::byte* rows) = 0;
+  /// wants it. May change what it is handed. Throws RenderError with the reason.
+  virtual void WriteRows(int count, std::byte* rows) = 0;
   /// After the last row.
   virtual void Finish() = 0;
 };

@@ -238,7 +238,7 @@ class ExrWriter : public PictureWriter {
 
   int PreferredRows() const override { return kRowsAtOnce; }
 
-  void WriteRows(int count, const std::byte* rows) override {
+  void WriteRows(int count, std::byte* rows) override {
     const std::size_t sampleBytes = BytesPerSample(options_.stored);
     const std::size_t channels = Names().size();
     const std::size_t rowBytes = static_cast<std::size_t>(width_) * channels * sampleBytes;

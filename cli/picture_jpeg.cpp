@@ -242,7 +242,7 @@ class JpegWriter : public PictureWriter {
 
   ~JpegWriter() override { jpeg_destroy_compress(&jpeg_); }
 
-  void WriteRows(int count, const std::byte* rows) override {
+  void WriteRows(int count, std::byte* rows) override {
     Check(Guarded(&failure_, [&] {
       for (int row = 0; row < count; ++row) {
         // libjpeg's rows are not const, but it does not write to them.

@@ -240,7 +240,7 @@ class PngWriter : public PictureWriter {
 
   ~PngWriter() override { png_destroy_write_struct(&png_, &pngInfo_); }
 
-  void WriteRows(int count, const std::byte* rows) override {
+  void WriteRows(int count, std::byte* rows) override {
     Check(Guarded(png_, [&] {
       for (int row = 0; row < count; ++row) {
         png_write_row(png_, reinterpret_cast<png_const_bytep>(rows + static_cast<std::size_t>(row) *
@@ -338,7 +338,7 @@ class FastPngWriter : public PngWriter {
     return blockRows_ * (pool_ != nullptr ? pool_->ThreadCount() : 1);
   }
 
-  void WriteRows(int count, const std::byte* rows) override {
+  void WriteRows(int count, std::byte* rows) override {
     std::vector<Block> blocks(static_cast<std::size_t>((count + blockRows_ - 1) / blockRows_));
     const auto compress = [&](int index) {
       const int first = index * blockRows_;

@@ -88,6 +88,26 @@ constexpr typename From::Type FullScale() {
   }
 }
 
+/// 2^40 / d, rounded up. n / d is (n * that) >> 40 for all n < 2^16, since the rounding adds less
+/// than n * d / 2^40 < 1 / d to the quotient.
+constexpr unsigned kReciprocalBits = 40;
+constexpr std::array<std::uint64_t, 256> kReciprocals = [] {
+  std::array<std::uint64_t, 256> reciprocals{};
+  for (std::uint64_t d = 1; d < reciprocals.size(); ++d) {
+    reciprocals[d] = ((std::uint64_t{1} << kReciprocalBits) + d - 1) / d;
+  }
+  return reciprocals;
+}();
+
+template <class Kind>
+std::uint32_t QuotientOf(std::uint32_t scaled, typename Kind::Type alpha) {
+  if constexpr (std::is_same_v<Kind, File8>) {
+    return static_cast<std::uint32_t>(scaled * kReciprocals[alpha] >> kReciprocalBits);
+  } else {
+    return scaled / alpha;
+  }
+}
+
 /// Colour divided by the alpha it was multiplied by. With no alpha there is nothing to divide by,
 /// and light without coverage, as OpenEXR has it, keeps its value.
 template <class Kind>
@@ -100,12 +120,12 @@ typename Kind::Type Divide(typename Kind::Type colour, typename Kind::Type alpha
     constexpr float kMost = std::numeric_limits<float>::max();
     return std::isfinite(colour) ? std::clamp(quotient, -kMost, kMost) : quotient;
   } else {
-    return alpha == 0
-               ? colour
-               : static_cast<typename Kind::Type>(std::min<std::uint32_t>(
-                     Kind::kFull,
-                     static_cast<std::uint32_t>(
-                         (static_cast<std::uint64_t>(colour) * Kind::kFull + alpha / 2U) / alpha)));
+    if (alpha == 0) {
+      return colour;
+    }
+    // Fits 32 bits: 65535 * 65535 + 65535 / 2 is less than 2^32.
+    const std::uint32_t scaled = std::uint32_t{colour} * Kind::kFull + alpha / 2U;
+    return static_cast<typename Kind::Type>(std::min(Kind::kFull, QuotientOf<Kind>(scaled, alpha)));
   }
 }
 
@@ -132,7 +152,7 @@ void Unpack(const std::byte* row, int count, std::byte* pixels) {
 }
 
 /// Four bytes at a time: the same channels, alpha last in the file and first in the world.
-void UnpackRgba8(const std::byte* row, int count, std::byte* pixels) {
+void RotateRgba8(const std::byte* row, int count, std::byte* pixels) {
   constexpr int kByte = 8;
   for (std::size_t x = 0; x < static_cast<std::size_t>(count); ++x) {
     std::uint32_t pixel = 0;
@@ -140,6 +160,28 @@ void UnpackRgba8(const std::byte* row, int count, std::byte* pixels) {
     pixel = std::endian::native == std::endian::little ? std::rotl(pixel, kByte)
                                                        : std::rotr(pixel, kByte);
     std::memcpy(pixels + 4 * x, &pixel, sizeof(pixel));
+  }
+}
+
+bool AllOpaque(const std::byte* rgba, std::size_t count) {
+  auto alphas = std::byte{0xFF};
+  for (std::size_t x = 0; x < count; ++x) {
+    alphas &= rgba[4 * x + 3];
+  }
+  return alphas == std::byte{0xFF};
+}
+
+/// Most of a picture is opaque as a rule, and there nothing is to be divided.
+void UnpackPremultipliedRgba8(const std::byte* row, int count, std::byte* pixels) {
+  constexpr int kStretch = 32;
+  for (int x = 0; x < count; x += kStretch) {
+    const int stretch = std::min(kStretch, count - x);
+    const std::size_t at = 4 * static_cast<std::size_t>(x);
+    if (AllOpaque(row + at, static_cast<std::size_t>(stretch))) {
+      RotateRgba8(row + at, stretch, pixels + at);
+    } else {
+      Unpack<World8, File8, 4, true>(row + at, stretch, pixels + at);
+    }
   }
 }
 
@@ -165,8 +207,9 @@ void UnpackChannels(const PictureInfo& info, const std::byte* row, std::byte* pi
       UnpackAlpha<To, From, 3>(info, row, pixels);
       break;
     default:
-      if (std::is_same_v<To, World8> && std::is_same_v<From, File8> && !info.premultiplied) {
-        UnpackRgba8(row, info.width, pixels);
+      if (std::is_same_v<To, World8> && std::is_same_v<From, File8>) {
+        info.premultiplied ? UnpackPremultipliedRgba8(row, info.width, pixels)
+                           : RotateRgba8(row, info.width, pixels);
       } else {
         UnpackAlpha<To, From, 4>(info, row, pixels);
       }

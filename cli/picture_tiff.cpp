@@ -129,8 +129,7 @@ class TiffReader : public PictureReader {
       const int row = first + done;
       std::byte* to = out + static_cast<std::size_t>(done) * info_.RowBytes();
       if (direct_) {
-        ReadDirect(row, to);
-        ++done;
+        done += ReadDirect(row, count - done, to);
       } else if (tiled_) {
         done += ReadTiles(row, count - done, to);
       } else {
@@ -271,18 +270,34 @@ class TiffReader : public PictureReader {
 
   [[noreturn]] void Damaged() const { ThrowDamaged("TIFF", failure_.text); }
 
-  /// Uncompressed rows straight from the file, which several threads may do at once.
-  void ReadDirect(int row, std::byte* out) const {
+  /// Where an uncompressed row lies in the file.
+  std::uint64_t RowOffset(int row) const {
     const auto line = static_cast<std::uint32_t>(row);
     const std::uint32_t strip = line / rowsPerStrip_;
     const std::uint64_t start = static_cast<std::uint64_t>(line % rowsPerStrip_) * info_.RowBytes();
     int failed = 0;
     const std::uint64_t offset = TIFFGetStrileOffsetWithErr(tiff_.get(), strip, &failed);
     const std::uint64_t length = TIFFGetStrileByteCountWithErr(tiff_.get(), strip, &failed);
-    if (failed != 0 || offset == 0 || length < start + info_.RowBytes() ||
-        file_.source->ReadAt(offset + start, out, info_.RowBytes()) != info_.RowBytes()) {
+    if (failed != 0 || offset == 0 || length < start + info_.RowBytes()) {
       ThrowDamaged("TIFF", "the file ends early");
     }
+    return offset + start;
+  }
+
+  /// Uncompressed rows straight from the file, as many as lie one after the other; returns how
+  /// many. Several threads may do this at once.
+  int ReadDirect(int row, int wanted, std::byte* out) const {
+    const std::uint64_t offset = RowOffset(row);
+    std::size_t bytes = info_.RowBytes();
+    int rows = 1;
+    while (rows < wanted && RowOffset(row + rows) == offset + bytes) {
+      bytes += info_.RowBytes();
+      ++rows;
+    }
+    if (file_.source->ReadAt(offset, out, bytes) != bytes) {
+      ThrowDamaged("TIFF", "the file ends early");
+    }
+    return rows;
   }
 
   void ReadLine(int row, std::byte* out) {
@@ -498,12 +513,11 @@ class TiffWriter : public PictureWriter {
 
   int PreferredRows() const override { return rowsPerStrip_; }
 
-  void WriteRows(int count, const std::byte* rows) override {
-    // libtiff may swap or difference the buffer it is handed, so it never gets the caller's.
+  void WriteRows(int count, std::byte* rows) override {
+    // libtiff differences what it is handed in place.
     const std::size_t bytes = static_cast<std::size_t>(count) * rowBytes_;
-    strip_.assign(rows, rows + bytes);
-    Check(TIFFWriteEncodedStrip(tiff_.get(), nextStrip_++, strip_.data(),
-                                static_cast<tmsize_t>(bytes)) >= 0);
+    Check(TIFFWriteEncodedStrip(tiff_.get(), nextStrip_++, rows, static_cast<tmsize_t>(bytes)) >=
+          0);
   }
 
   void Finish() override {
@@ -573,7 +587,6 @@ class TiffWriter : public PictureWriter {
   TiffPointer tiff_;
   int rowsPerStrip_ = 1;
   std::uint32_t nextStrip_ = 0;
-  std::vector<std::byte> strip_;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <exception>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "cli/error.h"
@@ -67,6 +68,66 @@ void ReadBlocks(PictureReader& reader, World& world, ThreadPool* pool, int block
   }
 }
 
+/// Rows of a world as a file has them, a few at a time.
+class PackedBlock {
+ public:
+  PackedBlock(const World& world, const PackedRow& format, int mostRows)
+      : world_(&world),
+        format_(format),
+        rowBytes_(format.PixelBytes() * static_cast<std::size_t>(world.Width())),
+        bytes_(rowBytes_ * static_cast<std::size_t>(mostRows)) {}
+
+  int Count() const { return count_; }
+  std::byte* Bytes() { return bytes_.data(); }
+
+  void Pack(int first, int count, ThreadPool* pool) {
+    count_ = count;
+    ForEach(pool, count, [&](int row) {
+      PackRow(world_->PixelDepth(), world_->RowAddress(first + row), world_->Width(), format_,
+              bytes_.data() + static_cast<std::size_t>(row) * rowBytes_);
+    });
+  }
+
+ private:
+  const World* world_;
+  PackedRow format_;
+  std::size_t rowBytes_;
+  std::vector<std::byte> bytes_;
+  int count_ = 0;
+};
+
+/// Packs the next rows while the ones before them are written.
+void WriteBlocks(const World& world, const PackedRow& format, PictureWriter& writer,
+                 ThreadPool* pool) {
+  const int height = world.Height();
+  const int blockRows = std::min(writer.PreferredRows(), height);
+  PackedBlock written(world, format, blockRows);
+  PackedBlock packed(world, format, blockRows);
+  // The integer conversions are quicker than waking a thread.
+  ThreadPool* const packers =
+      format.stored == SampleType::kHalf || format.premultiplied ? pool : nullptr;
+  packed.Pack(0, blockRows, packers);
+  for (int first = blockRows; packed.Count() != 0; first += blockRows) {
+    ThrowIfInterrupted();
+    std::swap(written, packed);
+    std::exception_ptr failure;
+    ForEach(pool, 2, [&](int piece) {
+      if (piece == 1) {
+        packed.Pack(first, std::clamp(height - first, 0, blockRows), packers);
+        return;
+      }
+      try {
+        writer.WriteRows(written.Count(), written.Bytes());
+      } catch (...) {
+        failure = std::current_exception();
+      }
+    });
+    if (failure != nullptr) {
+      std::rethrow_exception(failure);
+    }
+  }
+}
+
 }  // namespace
 
 Depth DepthOf(const PictureInfo& info) {
@@ -107,21 +168,7 @@ void WriteWorld(const World& world, ByteSink& sink, const PictureOptions& option
   withPool.pool = pool;
   const auto writer = CreatePicture(sink, world.Width(), world.Height(), withPool);
   const PackedRow format{options.stored, options.alpha, IsPremultiplied(options.format)};
-  const std::size_t rowBytes = format.PixelBytes() * static_cast<std::size_t>(world.Width());
-  const int blockRows = writer->PreferredRows();
-  std::vector<std::byte> rows(rowBytes *
-                              static_cast<std::size_t>(std::min(blockRows, world.Height())));
-  for (int first = 0; first < world.Height(); first += blockRows) {
-    ThrowIfInterrupted();
-    const int count = std::min(blockRows, world.Height() - first);
-    // The integer conversions are quicker than waking a thread.
-    ForEach(format.stored == SampleType::kHalf || format.premultiplied ? pool : nullptr, count,
-            [&](int row) {
-              PackRow(world.PixelDepth(), world.RowAddress(first + row), world.Width(), format,
-                      rows.data() + static_cast<std::size_t>(row) * rowBytes);
-            });
-    writer->WriteRows(count, rows.data());
-  }
+  WriteBlocks(world, format, *writer, pool);
   writer->Finish();
   sink.ThrowIfFailed();
 }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
@@ -96,6 +97,37 @@ TEST(PictureRows, MultipliedIntegersNeverExceedFullScale) {
   EXPECT_EQ(pixel->red, 255);
   EXPECT_EQ(pixel->green, 255);
   EXPECT_EQ(pixel->blue, 128);
+}
+
+/// A multiplied colour of every alpha, and what dividing it should give, rounded to nearest.
+template <class Sample>
+void ExpectDivided(SampleType type, Depth depth, std::uint32_t full, std::uint32_t step) {
+  std::vector<Sample> rgba;
+  std::vector<std::uint32_t> expected;
+  for (std::uint32_t alpha = 0; alpha <= full; ++alpha) {
+    for (std::uint32_t colour = 0; colour <= full; colour += step) {
+      rgba.insert(rgba.end(), {static_cast<Sample>(colour), static_cast<Sample>(full),
+                               static_cast<Sample>(0), static_cast<Sample>(alpha)});
+      expected.push_back(alpha == 0
+                             ? colour
+                             : static_cast<std::uint32_t>(std::min<std::uint64_t>(
+                                   full, (std::uint64_t{colour} * full + alpha / 2) / alpha)));
+    }
+  }
+  const auto world = Unpacked(type, depth, rgba.data(), static_cast<int>(expected.size()), true);
+  const auto back = Packed<Sample>(world, depth, type);
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    ASSERT_EQ(back[4 * i], expected[i]) << rgba[4 * i] + 0 << " / " << rgba[4 * i + 3] + 0;
+    ASSERT_EQ(back[4 * i + 1], full);
+    ASSERT_EQ(back[4 * i + 2], 0);
+    ASSERT_EQ(back[4 * i + 3], rgba[4 * i + 3]);
+  }
+}
+
+TEST(PictureRows, MultipliedIntegersAreDividedToTheNearest) {
+  ExpectDivided<std::uint8_t>(SampleType::kUint8, Depth::k8, 255, 1);
+  // The float world keeps what 16 bits hold, where the 16-bit one would round again.
+  ExpectDivided<std::uint16_t>(SampleType::kUint16, Depth::kFloat, 65535, 257 * 51);
 }
 
 }  // namespace
