@@ -180,16 +180,17 @@ PixelScene<Pixel>::PixelScene(const SceneSettings& settings, Family family)
   const bool filtered = family == Family::kFiltered;
   const PF_SampleFn<Pixel> subpixel = host::SubpixelCallback<Pixel>;
   const PF_SampleFn<Pixel> area = host::AreaCallback<Pixel>;
-  record_ = RecordFrom(placement_);
-  record_.samplingParams.src = &layerView_;
-  record_.inData = &session_.InData();
-  record_.effectRef = session_.InData().effect_ref;
-  record_.subpixelSample = filtered ? nullptr : reinterpret_cast<AnySampleFn>(subpixel);
-  record_.areaSample = filtered ? reinterpret_cast<AnySampleFn>(area) : nullptr;
+  PlacementRecord record = RecordFrom(placement_);
+  record.samplingParams.src = &layerView_;
+  record.inData = &session_.InData();
+  record.effectRef = session_.InData().effect_ref;
+  record.subpixelSample = filtered ? nullptr : reinterpret_cast<AnySampleFn>(subpixel);
+  record.areaSample = filtered ? reinterpret_cast<AnySampleFn>(area) : nullptr;
+  record_.emplace(record, frameView_, frameView_.extent_hint);
   tools_.maths = reference::StandardMaths();
   tools_.sample = filtered ? area : subpixel;
-  tools_.effectRef = record_.effectRef;
-  tools_.block = record_.samplingParams;
+  tools_.effectRef = record.effectRef;
+  tools_.block = record.samplingParams;
 }
 
 template <class Pixel>
@@ -197,7 +198,7 @@ void PixelScene<Pixel>::Run(Contender contender, const PF_LRect& area) {
   using Facts = DepthFacts<Pixel>;
   const bool filtered = family_ == Family::kFiltered;
   ReferenceCall<Pixel> call{&placement_, &tools_};
-  void* refcon = &record_;
+  void* refcon = static_cast<PlacementRecord*>(&*record_);
   PF_IteratePixelFn<Pixel> function = EmptyPixel<Pixel>;
   switch (contender) {
     case Contender::kEmpty:

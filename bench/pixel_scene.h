@@ -3,8 +3,10 @@
 // The frame that the per-pixel benchmark draws into, and its four ways to fill a pixel.
 #pragma once
 
+#include <optional>
+
 #include "host/session.h"
-#include "render/placement_record.h"
+#include "render/pixel/frame_tables.h"
 #include "tests/reference/pixels.h"
 
 namespace veltra::bench {
@@ -42,7 +44,7 @@ class PixelScene {
   PF_EffectWorld layerView_{};
   host::Session session_;
   Family family_;
-  PlacementRecord record_{};
+  std::optional<TabledRecord> record_;
   reference::Placement placement_;
   reference::PixelTools<Pixel> tools_;
 };

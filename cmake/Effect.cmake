@@ -14,8 +14,8 @@ add_library(
   render/render_frame.cpp
   render/render_placement.cpp
   render/smart_pre_render.cpp
+  render/pixel/frame_tables.cpp
   render/pixel/map_to_layer.cpp
-  render/pixel/pixel_depths.cpp
   render/pixel/place_pixel.cpp
   render/pixel/place_pixel_filtered.cpp
   render/pixel/sample_wrapped.cpp

@@ -8,6 +8,7 @@
 #include "fuzz/pixel_oracle.h"
 #include "numerics/trigonometry.h"
 #include "render/path_geometry.h"
+#include "render/pixel/frame_tables.h"
 #include "render/pixel/place_pixel.h"
 #include "render/pixel/place_pixel_filtered.h"
 
@@ -111,18 +112,28 @@ A_long Position(ByteReader& bytes, double normScale) {
   return bytes.Int();
 }
 
+/// The kernel's tables for a piece of the frame.
+PF_LRect Piece(ByteReader& bytes, const PlacementRecord& record) {
+  constexpr A_long kSide = 16;
+  const A_long left = Position(bytes, record.normScaleX);
+  const A_long top = Position(bytes, record.normScaleY);
+  return {left, top, numerics::WrappingAdd(left, kSide), numerics::WrappingAdd(top, kSide)};
+}
+
 template <class Pixel>
-void TryPixel(ByteReader& bytes, const PlacementRecord& record, bool filtered,
+void TryPixel(ByteReader& bytes, PlacementRecord& record, const PF_LRect* piece, bool filtered,
               PF_IteratePixelFn<Pixel> function) {
-  const A_long x = Position(bytes, record.normScaleX);
-  const A_long y = Position(bytes, record.normScaleY);
+  const A_long x = piece != nullptr ? numerics::WrappingAdd(piece->left, bytes.Below(20) - 2)
+                                    : Position(bytes, record.normScaleX);
+  const A_long y = piece != nullptr ? numerics::WrappingAdd(piece->top, bytes.Below(20) - 2)
+                                    : Position(bytes, record.normScaleY);
   const auto before = PixelFromBits<Pixel>(Scramble(bytes.Raw<std::uint32_t>()));
   const Expectation<Pixel> expected = Expected(record, filtered, x, y, before);
-  PlacementRecord mutableRecord;
-  std::memcpy(static_cast<void*>(&mutableRecord), &record, sizeof(record));
+  std::byte recordBefore[sizeof(record)];
+  std::memcpy(recordBefore, &record, sizeof(record));
   Pixel row[3] = {before, before, before};
-  const PF_Err result = function(&mutableRecord, x, y, nullptr, &row[1]);
-  Expect(std::memcmp(&mutableRecord, &record, sizeof(record)) == 0, "the record was written");
+  const PF_Err result = function(&record, x, y, nullptr, &row[1]);
+  Expect(std::memcmp(recordBefore, &record, sizeof(record)) == 0, "the record was written");
   Expect(std::memcmp(&row[0], &before, sizeof(before)) == 0 &&
              std::memcmp(&row[2], &before, sizeof(before)) == 0,
          "a neighbour of the pixel was written");
@@ -155,8 +166,14 @@ void TryRecord(ByteReader& bytes, Depth depth, PF_IteratePixelFn<Pixel> plain,
   record.samplingParams.src = &layer.world;
   (filtered ? record.areaSample : record.subpixelSample) =
       reinterpret_cast<AnySampleFn>(SampleAnything<Pixel>);
+  const bool withTables = bytes.Below(2) == 1;
+  const PF_LRect piece = withTables ? Piece(bytes, record) : PF_LRect{};
+  PF_EffectWorld frame{};
+  frame.width = frame.height = 4096;
+  TabledRecord tabled(record, frame, piece);
   for (int pixels = 0; pixels < kMaxPixels && !bytes.AtEnd(); ++pixels) {
-    TryPixel<Pixel>(bytes, record, filtered, filtered ? filtering : plain);
+    TryPixel<Pixel>(bytes, withTables ? tabled : record, withTables ? &piece : nullptr, filtered,
+                    filtered ? filtering : plain);
   }
   Expect(layer.Untouched(), "the layer was written");
 }

@@ -3,8 +3,11 @@
 // Float to integer conversions that are defined for every value, and wrapping products.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 namespace veltra::numerics {
 
@@ -12,14 +15,21 @@ namespace veltra::numerics {
 inline constexpr std::int32_t kIntegerIndefinite = std::numeric_limits<std::int32_t>::min();
 
 /// Truncates toward zero; kIntegerIndefinite for NaN and values outside the 32-bit range. The
-/// test is explicit because compilers fold an out-of-range cast differently from the instruction.
+/// instruction is named because a cast of such a value is undefined, and compilers fold it
+/// differently.
 constexpr std::int32_t TruncateToInt32(double value) {
+  if (!std::is_constant_evaluated()) {
+    return _mm_cvttsd_si32(_mm_set_sd(value));
+  }
   return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value)
                                                        : kIntegerIndefinite;
 }
 
 /// As above; the largest floats inside the range are -2147483648 and 2147483520.
 constexpr std::int32_t TruncateToInt32(float value) {
+  if (!std::is_constant_evaluated()) {
+    return _mm_cvttss_si32(_mm_set_ss(value));
+  }
   return value >= -2147483648.0F && value < 2147483648.0F ? static_cast<std::int32_t>(value)
                                                           : kIntegerIndefinite;
 }

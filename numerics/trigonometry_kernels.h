@@ -9,6 +9,8 @@
 // IEEE 754, which is what makes the bits independent of compiler and optimisation.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <array>
 #include <bit>
 #include <cmath>
@@ -140,8 +142,9 @@ VELTRA_FORCE_INLINE void SwapWhere(bool mask, double& a, double& b) {
   a = mask ? b : a;
   b = mask ? before : b;
 }
+/// The instruction rather than the library's function, which would look after errno.
 VELTRA_FORCE_INLINE double SquareRoot(double value) {
-  return std::sqrt(value);
+  return _mm_cvtsd_f64(_mm_sqrt_pd(_mm_set_sd(value)));
 }
 /// The value with its sign turned where `sign` is negative.
 VELTRA_FORCE_INLINE double FlipSign(double value, double sign) {
@@ -249,20 +252,17 @@ VELTRA_FORCE_INLINE T ArcSineTail(T z) {
   return z * (first + zzzz * (middle + zzzz * last));
 }
 
-/// pi/2 - asin(x) for |x| <= 1/2, pi/2 with its rest; NaN for NaN.
+/// For |x| <= 1/2 with p for z = x^2: pi/2 - asin(x), pi/2 with its rest; NaN for NaN.
 template <class T>
-VELTRA_FORCE_INLINE T InnerArcCosine(T x) {
-  const T p = ArcSineTail(x * x);
+VELTRA_FORCE_INLINE T InnerArcCosine(T x, T p) {
   return Splat(Constant::kHalfPiHigh, x) - (x + (x * p - Splat(Constant::kHalfPiLow, x)));
 }
 
-/// For 1/2 < |x| <= 1, with t = sqrt((1 - |x|) / 2) and r = 2 t: 2 asin(t) = r + r p for positive x
-/// and pi - 2 asin(t) for negative x. NaN beyond, by the root.
+/// For 1/2 < |x| <= 1 with p for z = (1 - |x|) / 2 and r = 2 sqrt(z): r + r p for positive x and
+/// pi - (r + r p) for negative x, difference being 1 - |x|. NaN beyond, by the root.
 template <class T>
-VELTRA_FORCE_INLINE T OuterArcCosine(T x) {
-  const T difference = Splat(Constant::kOne, x) - Magnitude(x);
+VELTRA_FORCE_INLINE T OuterArcCosine(T x, T difference, T p) {
   const T square = difference + difference;
-  const T p = ArcSineTail(difference * Splat(Constant::kHalf, x));
   // The root as head + rest: the head's square is exact, so that the rest carries what the rounded
   // root lacks. The smallest normal number keeps 0 / 0 away and changes no other sum.
   const T root = SquareRoot(square);
@@ -275,16 +275,21 @@ VELTRA_FORCE_INLINE T OuterArcCosine(T x) {
   return Keep(negative, Splat(Constant::kPiHigh, x)) - FlipSign(head + tail, Negated(x));
 }
 
+/// Lanes of both kinds share one evaluation of the polynomial, by far the longest part.
 template <class T>
 VELTRA_FORCE_INLINE T ArcCosine(T x) {
-  const auto outer = Magnitude(x) > Splat(Constant::kHalf, x);
+  const T magnitude = Magnitude(x);
+  const auto outer = magnitude > Splat(Constant::kHalf, x);
   if (None(outer)) {
-    return InnerArcCosine(x);
+    return InnerArcCosine(x, ArcSineTail(x * x));
   }
+  const T difference = Splat(Constant::kOne, x) - magnitude;
+  const T outerZ = difference * Splat(Constant::kHalf, x);
   if (All(outer)) {
-    return OuterArcCosine(x);
+    return OuterArcCosine(x, difference, ArcSineTail(outerZ));
   }
-  return Select(outer, OuterArcCosine(x), InnerArcCosine(x));
+  const T p = ArcSineTail(Select(outer, outerZ, x * x));
+  return Select(outer, OuterArcCosine(x, difference, p), InnerArcCosine(x, p));
 }
 
 }  // namespace veltra::numerics::kernels

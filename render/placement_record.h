@@ -30,8 +30,9 @@ struct PlacementRecord {
   double normScaleY;     ///< 2 / frame height
   double originOffsetX;  ///< subtracted from the host's x: minus the output's origin, classic 0
   double originOffsetY;
-  double halfBandAngle;  ///< half the strip's height across the path, radians
-  float opacity;         ///< fraction
+  double halfBandAngle;      ///< half the strip's height across the path, radians
+  float opacity;             ///< fraction
+  std::uint32_t tablesMark;  ///< of a TabledRecord, else 0; fills a gap
   Vector3 spanStart;
   Vector3 spanEnd;
   double spanAngle;  ///< from spanStart to spanEnd plus 0.0001, radians

@@ -8,6 +8,7 @@
 #include "numerics/convert.h"
 #include "params/params_setup.h"
 #include "render/path_geometry.h"
+#include "render/pixel/frame_tables.h"
 #include "render/pixel/place_pixel.h"
 #include "render/pixel/place_pixel_filtered.h"
 #include "render/smart_pre_render.h"
@@ -230,9 +231,10 @@ PF_Err Iterate(RenderContext* context, const Controls& controls, PlacementRecord
   }
   const PF_LRect& extent = context->output->extent_hint;
   const A_long rows = numerics::WrappingSubtract(extent.bottom, extent.top);
-  return Kernel::kIterate(context->inData, 0, rows, nullptr, &extent, record,
-                          controls.filtering ? Kernel::kPlacePixelFiltered : Kernel::kPlacePixel,
-                          context->output);
+  TabledRecord tabled(*record, *context->output, extent);
+  return Kernel::kIterate(
+      context->inData, 0, rows, nullptr, &extent, static_cast<PlacementRecord*>(&tabled),
+      controls.filtering ? Kernel::kPlacePixelFiltered : Kernel::kPlacePixel, context->output);
 }
 
 template <class Kernel>

@@ -4,7 +4,12 @@
 
 #include "render/pixel/map_to_layer.h"
 
+#include "render/pixel/frame_tables.h"
+
 namespace veltra {
+
+using numerics::kernels::ArcCosine;
+
 namespace {
 
 struct Coverage {
@@ -32,36 +37,40 @@ Coverage CoverageAt(const PlacementRecord& record, double across, double sum) {
   return result;
 }
 
-double First(TwoDoubles lanes) {
-  return _mm_cvtsd_f64(lanes.lanes);
-}
-double Second(TwoDoubles lanes) {
-  return _mm_cvtsd_f64(_mm_unpackhi_pd(lanes.lanes, lanes.lanes));
-}
-
 }  // namespace
 
-FilteredMapping MapToLayer(const PlacementRecord& record, FramePosition here,
-                           FramePosition neighbour) {
-  const numerics::TwoSinCos lat =
-      numerics::SinCos(_mm_set_pd(Latitude(record, neighbour.y), Latitude(record, here.y)));
-  const numerics::TwoSinCos lon =
-      numerics::SinCos(_mm_set_pd(Longitude(record, neighbour.x), Longitude(record, here.x)));
-  const auto point =
-      ProjectOntoSpan(record, DirectionOf(TwoDoubles{lon.sine}, TwoDoubles{lon.cosine},
-                                          TwoDoubles{lat.sine}, TwoDoubles{lat.cosine}));
-  const TwoDoubles type = point.across;
-  using numerics::kernels::ArcCosine;
-  const TwoDoubles fromStart = ArcCosine(Dot(point.inPlane, Splat(record.spanStart, type)));
-  const TwoDoubles fromEnd = ArcCosine(Dot(point.inPlane, Splat(record.spanEnd, type)));
+bool MapToLayer(double px, double py, const PlacementRecord& record, float* u, float* v,
+                float* coverage) {
+  const auto p = DirectionOf(ColumnEntry(record, px), RowEntry(record, py));
+  const double d = TowardsNormal(record, p);
+  const double across = FromGreatCircle(ArcCosine(d));
+  const TwoDoubles fromEnds = ArcCosine(DotWithEnds(record, NearlyUnit(OntoPlane(record, p, d))));
+  const Coverage edges = CoverageAt(record, across, First(fromEnds) + Second(fromEnds));
+  *u = static_cast<float>(LayerColumn(record, First(fromEnds)));
+  *v = static_cast<float>(LayerRow(record, across));
+  *coverage = edges.coverage;
+  return edges.inside;
+}
+
+PairMapping MapPairToLayer(const SineAndCosineOf<TwoDoubles>& columns,
+                           const SineAndCosineOf<TwoDoubles>& rows, const SpanBounds& bounds,
+                           const PlacementRecord& record) {
+  const auto p = DirectionOf(columns, rows);
+  const TwoDoubles d = TowardsNormal(record, p);
+  const auto inPlane = NearlyUnit(OntoPlane(record, p, d));
+  const TwoDoubles toStart = Dot(inPlane, Splat(record.spanStart, d));
+  const double toEnd = First(Dot(inPlane, Splat(record.spanEnd, d)));
+  if (IsSurelyPastEnds(bounds, First(toStart), toEnd)) {
+    return {};
+  }
+  const TwoDoubles across = FromGreatCircle(ArcCosine(d));
+  const TwoDoubles fromStart = ArcCosine(toStart);
   const TwoDoubles u = LayerColumn(record, fromStart);
-  const TwoDoubles v = LayerRow(record, point.across);
-  const Coverage coverage =
-      CoverageAt(record, First(point.across), First(fromStart) + First(fromEnd));
-  return {{static_cast<float>(First(u)), static_cast<float>(First(v))},
-          {static_cast<float>(Second(u)), static_cast<float>(Second(v))},
-          coverage.coverage,
-          coverage.inside};
+  const TwoDoubles v = LayerRow(record, across);
+  const Coverage edges = CoverageAt(record, First(across), First(fromStart) + ArcCosine(toEnd));
+  return {
+      {{static_cast<float>(First(u)), static_cast<float>(First(v))}, edges.coverage, edges.inside},
+      {static_cast<float>(Second(u)), static_cast<float>(Second(v))}};
 }
 
 }  // namespace veltra

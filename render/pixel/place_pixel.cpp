@@ -7,8 +7,7 @@
 #include <cmath>
 
 #include "render/pixel/compose_sample.h"
-#include "render/pixel/map_to_layer.h"
-#include "render/pixel/span_rejection.h"
+#include "render/pixel/frame_tables.h"
 
 namespace veltra {
 namespace {
@@ -47,45 +46,31 @@ PF_Err SampleAndCompose(const PlacementRecord& record, double u, double v, float
                                   numerics::TruncateToInt32(v * kFixedOne), coverage, out);
 }
 
-/// The angle across the span and those from its ends, radians; on the span the latter add up to
-/// spanAngle, off its ends to more.
-struct SpanAngles {
-  double across;
-  double fromStart;
-  double fromEnd;
-};
-
-/// Latitude and longitude share the lanes of one sine and cosine, the angles from the ends those of
-/// one arc cosine.
-VELTRA_FORCE_INLINE SpanAngles MeasureSpan(const PlacementRecord& record, A_long x, A_long y) {
-  const numerics::TwoSinCos both = numerics::SinCos(_mm_set_pd(
-      Longitude(record, x - record.originOffsetX), Latitude(record, y - record.originOffsetY)));
-  const auto first = [](__m128d lanes) { return _mm_cvtsd_f64(lanes); };
-  const auto second = [](__m128d lanes) { return _mm_cvtsd_f64(_mm_unpackhi_pd(lanes, lanes)); };
-  const auto point = ProjectOntoSpan(record, DirectionOf(second(both.sine), second(both.cosine),
-                                                         first(both.sine), first(both.cosine)));
-  const __m128d along =
-      numerics::Acos(_mm_set_pd(Dot(point.inPlane, Splat(record.spanEnd, point.across)),
-                                Dot(point.inPlane, Splat(record.spanStart, point.across))));
-  return {point.across, first(along), second(along)};
-}
-
 /// The strip ends inside its band with a ramp of one pixel on the far side of spanNormal, and
-/// outside its ends with another. On the near side it ends where the layer does.
+/// outside its ends with another. On the near side it ends where the layer does. The direction p
+/// comes in pieces, which stay in registers; without bounds nothing is rejected beforehand.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, A_long x, A_long y,
-                                    typename Depth::Pixel* out) {
-  const SpanAngles angles = MeasureSpan(record, x, y);
+VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, const SpanBounds* bounds,
+                                    typename Depth::Pixel* out, double px, double py, double pz) {
+  using numerics::kernels::ArcCosine;
+  const Vector3Of<double> p{px, py, pz};
+  const double d = TowardsNormal(record, p);
+  const TwoDoubles toEnds = DotWithEnds(record, NearlyUnit(OntoPlane(record, p, d)));
+  if (bounds != nullptr && IsSurelyPastEnds(*bounds, First(toEnds), Second(toEnds))) {
+    return PF_Err_NONE;
+  }
+  const double across = FromGreatCircle(ArcCosine(d));
   float coverage = 1.0F;
-  if (angles.across > record.halfBandAngle - record.radiansPerPixel) {
-    if (angles.across > record.halfBandAngle) {
+  if (across > record.halfBandAngle - record.radiansPerPixel) {
+    if (across > record.halfBandAngle) {
       return PF_Err_NONE;
     }
-    coverage =
-        static_cast<float>(1.0 - (angles.across - record.halfBandAngle + record.radiansPerPixel) /
-                                     record.radiansPerPixel);
+    coverage = static_cast<float>(1.0 - (across - record.halfBandAngle + record.radiansPerPixel) /
+                                            record.radiansPerPixel);
   }
-  const double sum = angles.fromStart + angles.fromEnd;
+  const TwoDoubles fromEnds = ArcCosine(toEnds);
+  const double fromStart = First(fromEnds);
+  const double sum = fromStart + Second(fromEnds);
   if (sum > record.spanAngle) {
     if (sum > record.spanAngle + record.radiansPerPixel) {
       return PF_Err_NONE;
@@ -93,8 +78,17 @@ VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, A_long x, A_l
     coverage =
         coverage * static_cast<float>(1.0 - (sum - record.spanAngle) / record.radiansPerPixel);
   }
-  return SampleAndCompose<Depth>(record, LayerColumn(record, angles.fromStart),
-                                 LayerRow(record, angles.across), coverage, out);
+  return SampleAndCompose<Depth>(record, LayerColumn(record, fromStart), LayerRow(record, across),
+                                 coverage, out);
+}
+
+/// A pixel without tables works out its own direction.
+template <class Depth>
+VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_long y,
+                                     typename Depth::Pixel* out) {
+  const auto p = DirectionOf(ColumnEntry(record, x - record.originOffsetX),
+                             RowEntry(record, y - record.originOffsetY));
+  return PlaceOnStrip<Depth>(record, nullptr, out, p.x, p.y, p.z);
 }
 
 /// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
@@ -102,10 +96,16 @@ template <class Depth>
 VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
                                       typename Depth::Pixel* out) {
   const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
-  if (IsSurelyOffStrip<AcrossRamp::kInside>(record, x, y)) {
+  const FrameTables* tables = TabledRecord::TablesOf(record);
+  if (tables == nullptr || !tables->Cover(record, x, y)) {
+    return PlaceByItself<Depth>(record, x, y, out);
+  }
+  const Vector3Of<double> p = tables->Direction(x, y);
+  const SpanBounds& bounds = tables->Bounds();
+  if (IsSurelyOffBand(bounds.acrossInside, TowardsNormal(record, p))) {
     return PF_Err_NONE;
   }
-  return PlaceOnStrip<Depth>(record, x, y, out);
+  return PlaceOnStrip<Depth>(record, &bounds, out, p.x, p.y, p.z);
 }
 
 }  // namespace

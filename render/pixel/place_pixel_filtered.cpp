@@ -7,8 +7,8 @@
 #include <cmath>
 
 #include "render/pixel/compose_sample.h"
+#include "render/pixel/frame_tables.h"
 #include "render/pixel/map_to_layer.h"
-#include "render/pixel/span_rejection.h"
 
 namespace veltra {
 namespace {
@@ -48,13 +48,14 @@ float WrapTile(const PlacementRecord& record, float u) {
 }
 
 template <class Depth>
-PF_Err SampleAndCompose(const PlacementRecord& record, const FilteredMapping& mapping,
+PF_Err SampleAndCompose(const PlacementRecord& record, const PairMapping& pair,
                         typename Depth::Pixel* out) {
-  const float du = Footprint(mapping.neighbour.u, mapping.here.u);
-  const float dv = Footprint(mapping.neighbour.v, mapping.here.v);
+  const LayerMapping& mapping = pair.here;
+  const float du = Footprint(pair.neighbour.u, mapping.position.u);
+  const float dv = Footprint(pair.neighbour.v, mapping.position.v);
   PF_SampPB params = record.samplingParams;
-  float u = mapping.here.u;
-  const float v = mapping.here.v;
+  float u = mapping.position.u;
+  const float v = mapping.position.v;
   if (record.tileMode != 0) {
     u = WrapTile(record, u);
     if (u - du - kHalfPixel < 0.0F ||
@@ -71,16 +72,53 @@ PF_Err SampleAndCompose(const PlacementRecord& record, const FilteredMapping& ma
                                   numerics::TruncateToInt32(v * kFixedOneF), mapping.coverage, out);
 }
 
+/// The diagonal neighbour towards the frame's first column and row, away from them there.
+A_long NeighbourOf(A_long position) {
+  return position > 0 ? position - 1 : position + 1;
+}
+
+/// Where a pixel and its neighbour fall, one after the other.
+VELTRA_NOINLINE PairMapping MapByThemselves(const PlacementRecord& record, A_long x, A_long y) {
+  const double px = x - record.originOffsetX;
+  const double py = y - record.originOffsetY;
+  PairMapping pair{};
+  LayerMapping& here = pair.here;
+  here.inside = MapToLayer(px, py, record, &here.position.u, &here.position.v, &here.coverage);
+  float ignored = 0.0F;
+  MapToLayer(px + (x > 0 ? -1.0 : 1.0), py + (y > 0 ? -1.0 : 1.0), record, &pair.neighbour.u,
+             &pair.neighbour.v, &ignored);
+  return pair;
+}
+
+SineAndCosineOf<TwoDoubles> SideBySide(const FrameTables::SineAndCosine& here,
+                                       const FrameTables::SineAndCosine& neighbour) {
+  const __m128d first = _mm_loadu_pd(&here.sine);
+  const __m128d second = _mm_loadu_pd(&neighbour.sine);
+  return {{_mm_unpacklo_pd(first, second)}, {_mm_unpackhi_pd(first, second)}};
+}
+
+VELTRA_FORCE_INLINE PairMapping MapByTables(const PlacementRecord& record,
+                                            const FrameTables& tables, A_long x, A_long y) {
+  const A_long nextX = NeighbourOf(x);
+  const A_long nextY = NeighbourOf(y);
+  if (!tables.Hold(nextX, nextY)) {
+    return MapByThemselves(record, x, y);
+  }
+  return MapPairToLayer(SideBySide(tables.Column(x), tables.Column(nextX)),
+                        SideBySide(tables.Row(y), tables.Row(nextY)), tables.Bounds(), record);
+}
+
+/// `tables` is null where they do not cover the pixel.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, A_long x, A_long y,
-                                    typename Depth::Pixel* out) {
-  const FramePosition here{x - record.originOffsetX, y - record.originOffsetY};
-  const FramePosition neighbour{here.x + (x > 0 ? -1.0 : 1.0), here.y + (y > 0 ? -1.0 : 1.0)};
-  const FilteredMapping mapping = MapToLayer(record, here, neighbour);
-  if (!mapping.inside || mapping.coverage < 0.0F || mapping.coverage > 1.0F) {
+VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, const FrameTables* tables,
+                                    A_long x, A_long y, typename Depth::Pixel* out) {
+  const PairMapping pair =
+      tables != nullptr ? MapByTables(record, *tables, x, y) : MapByThemselves(record, x, y);
+  const LayerMapping& here = pair.here;
+  if (!here.inside || here.coverage < 0.0F || here.coverage > 1.0F) {
     return PF_Err_NONE;
   }
-  return SampleAndCompose<Depth>(record, mapping, out);
+  return SampleAndCompose<Depth>(record, pair, out);
 }
 
 /// Most pixels end here, without their neighbour having been mapped. What follows is out of line,
@@ -89,10 +127,15 @@ template <class Depth>
 VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
                                               typename Depth::Pixel* out) {
   const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
-  if (IsSurelyOffStrip<AcrossRamp::kOutside>(record, x, y)) {
+  const FrameTables* tables = TabledRecord::TablesOf(record);
+  if (tables == nullptr || !tables->Cover(record, x, y)) {
+    return PlaceOnStrip<Depth>(record, nullptr, x, y, out);
+  }
+  const double d = TowardsNormal(record, tables->Direction(x, y));
+  if (IsSurelyOffBand(tables->Bounds().acrossOutside, d)) {
     return PF_Err_NONE;
   }
-  return PlaceOnStrip<Depth>(record, x, y, out);
+  return PlaceOnStrip<Depth>(record, tables, x, y, out);
 }
 
 }  // namespace

@@ -1,35 +1,48 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The constants of the single-precision rejection.
+// The bounds behind the cheap tests.
 
 #include "render/pixel/span_rejection.h"
 
-#include <bit>
+#include <limits>
 
-namespace veltra::rejection {
+#include "numerics/trigonometry.h"
+
+namespace veltra {
 namespace {
 
-constexpr FourFloats Four(float value) {
-  return {{value, value, value, value}};
+/// Wider than all roundings of what is compared.
+constexpr double kMargin = 1e-12;
+
+constexpr double kCannotTell = std::numeric_limits<double>::quiet_NaN();
+
+/// Where both comparisons of the exact steps hold, at the edge and at the edge with its ramp: the
+/// larger of the two, NaN where the second is.
+double Limit(double edge, double width) {
+  const double withRamp = edge + width;
+  return edge > withRamp ? edge : withRamp;
 }
 
-constexpr float kAllBits = std::bit_cast<float>(0xffffffffU);
+/// A d below it is further across than the limit. A negative limit counts as 0, which rejects less;
+/// from a quarter turn on nothing lies further across.
+double AcrossBound(double limit) {
+  if (!(limit < kHalfPi)) {
+    return kCannotTell;
+  }
+  return -numerics::Sin(limit < 0.0 ? 0.0 : limit) - kMargin;
+}
 
 }  // namespace
 
-constinit const Constants kConstants = {
-    Four(-0.0F),
-    Four(2.5F),
-    // Minimax on half a half turn, by numerics/tools/coefficients.sollya.
-    Four(-0x1.1bf83ep-1F),
-    Four(0x1.455cd6p1F),
-    Four(-0x1.4ab276p2F),
-    Four(0x1.921f5cp1F),
-    {{0.0F, 0.0F, 0.5F, 0.5F}},
-    {{kAllBits, 0.0F, kAllBits, 0.0F}},
-    {{0.0F, 1.0F, -0.0F, 0.0F}},
-    // 3e-7 of rounding are still below 1.
-    Four(1.0F - 5e-7F),
-};
+SpanBounds BoundsOf(const PlacementRecord& record) {
+  SpanBounds bounds{};
+  bounds.acrossInside = AcrossBound(Limit(record.halfBandAngle, -record.radiansPerPixel));
+  bounds.acrossOutside = AcrossBound(Limit(record.halfBandAngle, record.radiansPerPixel));
+  const double along = Limit(record.spanAngle, record.radiansPerPixel);
+  const bool canTell = along >= 0.0 && along <= kPi;
+  bounds.along = canTell ? numerics::Cos(along) - kMargin : kCannotTell;
+  bounds.farSide = canTell ? -kMargin : kCannotTell;
+  return bounds;
+}
 
-}  // namespace veltra::rejection
+}  // namespace veltra

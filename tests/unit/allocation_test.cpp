@@ -12,6 +12,10 @@ namespace {
 /// Counts down while the effect runs; the allocation that reaches 0 fails.
 thread_local int allocationsLeft = -1;
 
+/// Arrays asked for without exceptions are refused while it is set, and counted.
+thread_local bool arraysFail = false;
+thread_local int arraysRefused = 0;
+
 bool MustFail() {
   return allocationsLeft >= 0 && allocationsLeft-- == 0;
 }
@@ -36,6 +40,10 @@ VELTRA_NOINLINE void* operator new(std::size_t size, const std::nothrow_t&) noex
   return Allocate(size);
 }
 VELTRA_NOINLINE void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  if (arraysFail) {
+    ++arraysRefused;
+    return nullptr;
+  }
   return Allocate(size);
 }
 VELTRA_NOINLINE void operator delete(void* block) noexcept {
@@ -66,6 +74,21 @@ TEST(Allocation, FailingInPreRenderIsOutOfMemory) {
   EXPECT_EQ(stage.host.preRender.pre_render_data, nullptr);
   EXPECT_EQ(stage.host.preRender.delete_pre_render_data_func, nullptr);
   conformance::ExpectClean(stage);
+}
+
+TEST(Allocation, FailingForTheFramesTablesLeavesThePictureAsItIs) {
+  for (const bool smart : {false, true}) {
+    conformance::Stage stage(conformance::Depth::k8);
+    const conformance::TestWorld expected = stage.Expected(smart);
+    arraysRefused = 0;
+    arraysFail = true;
+    const PF_Err err = stage.host.Render(smart);
+    arraysFail = false;
+    EXPECT_EQ(arraysRefused, 1);
+    EXPECT_EQ(err, PF_Err_NONE);
+    EXPECT_TRUE(conformance::SamePixels(stage.output, expected));
+    conformance::ExpectClean(stage);
+  }
 }
 
 }  // namespace
