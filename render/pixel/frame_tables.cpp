@@ -30,6 +30,24 @@ Range WithNeighbours(A_long first, A_long end, A_long size) {
   return {std::clamp(first, A_long{0}, inside) - 1, inside + 1};
 }
 
+/// The sines and cosines of `angleAt` over the range, two positions in the lanes at a time; returns
+/// the end of what was written.
+template <class AngleAt>
+FrameTables::SineAndCosine* Fill(Range range, AngleAt angleAt, double cosineSign,
+                                 FrameTables::SineAndCosine* entry) {
+  for (A_long i = range.first; i < range.end; i += 2) {
+    const numerics::TwoSinCos both = numerics::SinCos(_mm_set_pd(angleAt(i + 1), angleAt(i)));
+    const __m128d cosine = _mm_mul_pd(both.cosine, _mm_set1_pd(cosineSign));
+    _mm_storeu_pd(&entry->sine, _mm_unpacklo_pd(both.sine, cosine));
+    ++entry;
+    if (i + 1 < range.end) {
+      _mm_storeu_pd(&entry->sine, _mm_unpackhi_pd(both.sine, cosine));
+      ++entry;
+    }
+  }
+  return entry;
+}
+
 /// Whether the differences of positions and this offset are exact.
 bool IsWhole(double offset) {
   return std::fabs(offset) <= 2147483648.0 && std::trunc(offset) == offset;
@@ -58,14 +76,11 @@ FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& wo
   if (!entries_) {
     return;
   }
-  SineAndCosine* entry = entries_.get();
-  for (A_long x = columns.first; x < columns.end; ++x) {
-    *entry++ = ColumnEntry(record, x - record.originOffsetX);
-  }
-  rowEntries_ = entry;
-  for (A_long y = rows.first; y < rows.end; ++y) {
-    *entry++ = RowEntry(record, y - record.originOffsetY);
-  }
+  const auto longitude = [&](A_long x) { return Longitude(record, x - record.originOffsetX); };
+  const auto latitude = [&](A_long y) { return Latitude(record, y - record.originOffsetY); };
+  SineAndCosine* rowEntries = Fill(columns, longitude, -1.0, entries_.get());
+  Fill(rows, latitude, 1.0, rowEntries);
+  rowEntries_ = rowEntries;
   numbers_ = NumbersOf(record);
   bounds_ = BoundsOf(record);
   firstColumn_ = columns.first;
