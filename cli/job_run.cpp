@@ -81,12 +81,15 @@ struct Spread {
   int frames = 1;
 };
 
+int ThreadsOf(const RenderOptions& options) {
+  return options.threads > 0 ? options.threads
+                             : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+}
+
 Spread SpreadOver(const RenderOptions& options, std::size_t frameCount,
                   std::uint64_t bytesPerFrame) {
   Spread spread;
-  spread.threads = options.threads > 0
-                       ? options.threads
-                       : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+  spread.threads = ThreadsOf(options);
   const auto most = static_cast<int>(std::min<std::size_t>(frameCount, 1U << 16));
   if (options.concurrentFrames > 0) {
     spread.frames = std::min(options.concurrentFrames, most);
@@ -507,7 +510,6 @@ void JobRun::Write(int number, const host::World& picture) {
   options.jpegQuality = job_.options.jpegQuality;
   options.pixelAspect =
       static_cast<double>(job_.options.pixelAspect.num) / job_.options.pixelAspect.den;
-  options.threads = pool_->ThreadCount();
   options.metadata = first_.metadata;
   if (job_.options.region || job_.options.downsample > 1) {
     options.metadata.xmp.clear();  // it tells the size of a whole panorama
@@ -603,6 +605,7 @@ void JobRun::Run() {
   progress_ = std::make_unique<Progress>(job_.options.progress,
                                          static_cast<int>(numbers_.size() + skipped_));
   if (!numbers_.empty()) {
+    SetPictureThreads(ThreadsOf(job_.options));
     CheckInputs();
     CheckFolder();
     LookAtFirst();

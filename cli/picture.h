@@ -78,6 +78,10 @@ class PictureReader {
 /// without the file's name.
 std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source);
 
+/// How many threads the libraries behind the formats may have in all, where they start their own;
+/// 1 until this is called. Counts for pictures opened and created later, and only once.
+void SetPictureThreads(int threads);
+
 /// How a picture is written. Strings that do not apply to the format were refused before.
 struct PictureOptions {
   PictureFormat format = PictureFormat::kPng;
@@ -86,8 +90,7 @@ struct PictureOptions {
   std::string compression;  ///< empty is the format's default
   int jpegQuality = 95;     ///< 1..100
   double pixelAspect = 1.0;
-  int threads = 1;                   ///< that compression may use
-  host::ThreadPool* pool = nullptr;  ///< likewise, where it is not a library that starts them
+  host::ThreadPool* pool = nullptr;  ///< that compression may use
   PictureMetadata metadata;
 };
 

@@ -12,10 +12,11 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <exception>
 #include <limits>
+#include <mutex>
 #include <stdexcept>
-#include <thread>
 
 #include "cli/error.h"
 #include "cli/picture_formats.h"
@@ -24,6 +25,18 @@ namespace veltra::cli {
 namespace {
 
 constexpr int kRowsAtOnce = 64;  // several blocks of the usual 16 rows, for several threads
+
+std::atomic<int> threadsAllowed{1};
+
+/// OpenEXR's workers are shared by all its files. They are started with the first file, since most
+/// runs have none, and they are beside the callers, who wait for them.
+void StartThreads() {
+  static std::once_flag started;
+  std::call_once(started, [] {
+    const int threads = threadsAllowed;
+    Imf::setGlobalThreadCount(threads > 1 ? threads : 0);
+  });
+}
 
 std::string OneLine(const char* what) {
   std::string text = what;
@@ -61,6 +74,7 @@ class ExrReader : public PictureReader {
  public:
   explicit ExrReader(const ByteSource& source) : stream_(source) {
     try {
+      StartThreads();
       file_ = std::make_unique<Imf::InputFile>(stream_);
       dataWindow_ = file_->header().dataWindow();
       displayWindow_ = file_->header().displayWindow();
@@ -230,7 +244,8 @@ class ExrWriter : public PictureWriter {
       header.channels().insert(name, Imf::Channel(type));
     }
     try {
-      file_ = std::make_unique<Imf::OutputFile>(stream_, header, options.threads);
+      StartThreads();
+      file_ = std::make_unique<Imf::OutputFile>(stream_, header);
     } catch (const std::exception& error) {
       Fail(error.what());
     }
@@ -290,6 +305,10 @@ class ExrWriter : public PictureWriter {
 };
 
 }  // namespace
+
+void SetPictureThreads(int threads) {
+  threadsAllowed = threads;
+}
 
 std::unique_ptr<PictureReader> OpenExr(const ByteSource& source) {
   return std::make_unique<ExrReader>(source);

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Every format and depth, in and out. Without a layer the picture is the frame."""
 
+import pathlib
 import shutil
 import struct
 import subprocess
@@ -229,6 +230,20 @@ class Formats(ProgramTest):
             for threads in ("1", "3"):
                 out = pictures.read_png(self.through("in.png", "out.png", "--threads", threads))
                 np.testing.assert_allclose(out.astype(int), frame, atol=dtype == np.uint16)
+
+    def test_threads_do_not_change_a_byte_of_any_format(self):
+        rng = np.random.default_rng(4)
+        frame = rng.integers(0, 256, (500, 300, 4)).astype(np.uint8)
+        frame[100:400] //= 64
+        pictures.write_png(self.path("in.png"), frame)
+        self.through("in.png", "in.exr")
+        for source in ("in.png", "in.exr"):
+            for ending in ("png", "tif", "exr"):
+                written = []
+                for threads in ("1", "4"):
+                    out = self.through(source, f"out{threads}.{ending}", "--threads", threads)
+                    written.append(pathlib.Path(out).read_bytes())
+                self.assertEqual(written[0], written[1], ending)
 
     def test_one_pixel_is_a_picture(self):
         frame = np.array([[[1, 2, 3, 4]]], np.uint8)
