@@ -141,7 +141,7 @@ void Unpack(const std::byte* row, int count, std::byte* pixels) {
     const typename From::Type alpha = kAlpha ? in[kColours] : FullScale<From>();
     std::array<typename From::Type, 3> colour = {in[0], in[kColours == 1 ? 0 : 1],
                                                  in[kColours == 1 ? 0 : 2]};
-    if constexpr (kPremultiplied) {
+    if (kPremultiplied && alpha != FullScale<From>()) {
       for (auto& channel : colour) {
         channel = Divide<From>(channel, alpha);
       }
