@@ -47,6 +47,11 @@ Media OutputMedia(const std::string& path) {
   return path.empty() ? Media{} : MediaOf(FileName(path));
 }
 
+std::string MissingFramesText(const std::string& pattern, const std::vector<int>& missing) {
+  return Text(pattern, ": ", Count(missing.size(), "frame"), " missing: ", RunsText(missing),
+              " (--skip-missing leaves them out)");
+}
+
 std::vector<int> FrameNumbers(const RenderJob& job, const Media& frame,
                               const std::map<PF_ParamIndex, Media>& layers, const Media& output) {
   const bool outputCounts = output.kind == MediaKind::kSequence || output.kind == MediaKind::kVideo;
@@ -70,6 +75,10 @@ std::vector<int> FrameNumbers(const RenderJob& job, const Media& frame,
     std::vector<int> numbers = FramesOnDisk(counted->name);
     if (numbers.empty()) {
       throw RenderError(Text(counted->name.Pattern(), ": no such files"));
+    }
+    const std::vector<int> holes = HolesIn(numbers);
+    if (!holes.empty() && !job.options.skipMissing) {
+      throw RenderError(MissingFramesText(counted->name.Pattern(), holes));
     }
     return numbers;
   }

@@ -42,8 +42,12 @@ Media OutputMedia(const std::string& path);
 /// Runs a job to its end. Throws Error.
 void RunJob(const RenderJob& job);
 
-/// The frame numbers of a job: --frames, or those that the input sequences have on disk; one
-/// frame when nothing counts. Throws UsageError when it cannot be told.
+/// "in.####.png: 2 frames missing: 3, 5 (...)", with the way out.
+std::string MissingFramesText(const std::string& pattern, const std::vector<int>& missing);
+
+/// The frame numbers of a job: --frames, or those that the input sequence has on disk; one frame
+/// when nothing counts. Throws UsageError when it cannot be told, and RenderError when what is on
+/// disk has holes that nobody asked to skip.
 std::vector<int> FrameNumbers(const RenderJob& job, const Media& frame,
                               const std::map<PF_ParamIndex, Media>& layers, const Media& output);
 

@@ -385,8 +385,7 @@ void JobRun::CheckInputs() {
       continue;
     }
     if (!job_.options.skipMissing) {
-      throw RenderError(Text(sequence.name.Pattern(), ": ", Count(missing.size(), "frame"),
-                             " missing: ", RunsText(missing), " (--skip-missing leaves them out)"));
+      throw RenderError(MissingFramesText(sequence.name.Pattern(), missing));
     }
     if (there.empty()) {
       throw RenderError(Text(sequence.name.Pattern(), ": no such files"));

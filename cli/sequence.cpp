@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdint>
 #include <filesystem>
+#include <numeric>
 
 #include "cli/error.h"
 #include "cli/text.h"
@@ -110,6 +112,24 @@ std::vector<int> FramesOnDisk(const FileName& name) {
   }
   std::sort(numbers.begin(), numbers.end());
   return numbers;
+}
+
+std::vector<int> HolesIn(const std::vector<int>& numbers) {
+  constexpr std::int64_t kMost = 1'000'000;
+  std::int64_t step = 0;
+  for (std::size_t i = 1; i < numbers.size(); ++i) {
+    step = std::gcd(step, std::int64_t{numbers[i]} - numbers[i - 1]);
+  }
+  std::vector<int> holes;
+  if (step == 0 || (std::int64_t{numbers.back()} - numbers.front()) / step > kMost) {
+    return holes;
+  }
+  for (std::size_t i = 1; i < numbers.size(); ++i) {
+    for (std::int64_t hole = numbers[i - 1] + step; hole < numbers[i]; hole += step) {
+      holes.push_back(static_cast<int>(hole));
+    }
+  }
+  return holes;
 }
 
 std::string RunsText(const std::vector<int>& numbers, std::size_t most) {

@@ -36,6 +36,11 @@ class FileName {
 /// The frame numbers for which a sequence has files, ascending.
 std::vector<int> FramesOnDisk(const FileName& name);
 
+/// The numbers that are left out between the first and the last of ascending ones, going by the
+/// largest step that meets them all: none in 1, 4, 7, and 5 in 1, 3, 7. None either where
+/// there would be more than a million.
+std::vector<int> HolesIn(const std::vector<int>& numbers);
+
 /// "3, 7-12 and 20": numbers in ascending order for people; at most `most` runs, then "...".
 std::string RunsText(const std::vector<int>& numbers, std::size_t most = 8);
 

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <vector>
+
 #include "cli/error.h"
 
 namespace veltra::cli {
@@ -30,6 +33,17 @@ TEST(Sequences, WhatIsNoPatternStaysAsItIs) {
   EXPECT_EQ(FileName("a.%99999d.png").At(1), "a.%99999d.png");
   EXPECT_EQ(FileName::Literal("a#.png").At(1), "a#.png");
   EXPECT_THROW(FileName("a#b#.png"), UsageError);
+}
+
+TEST(Sequences, HolesAreWhatBreaksTheStep) {
+  EXPECT_EQ(HolesIn({}), std::vector<int>());
+  EXPECT_EQ(HolesIn({7}), std::vector<int>());
+  EXPECT_EQ(HolesIn({-3, 0, 3}), std::vector<int>());
+  EXPECT_EQ(HolesIn({2, 4, 10}), (std::vector<int>{6, 8}));
+  EXPECT_EQ(HolesIn({2, 4, 7}), (std::vector<int>{3, 5, 6}));
+  // Numbers that are dates or stray names are no sequence with millions of holes.
+  EXPECT_EQ(HolesIn({std::numeric_limits<int>::min(), 1, std::numeric_limits<int>::max()}),
+            std::vector<int>());
 }
 
 TEST(Sequences, NumbersAreListedAsRuns) {

@@ -67,6 +67,15 @@ class Sequences(ProgramTest):
         self.assertEqual(len(self.outputs()), 4)
         self.assert_fails(FAILED, "no such files", "render", "-f", "gone.#.png", "-o", "out.#.png")
 
+    def test_hole_in_what_is_on_disk_is_missing_too(self):
+        self.write_frames("in.%d.png", (1, 2, 6, 8))
+        self.assert_fails(FAILED, "in.#.png: 4 frames missing: 3-5, 7 (", "render", "-f",
+                          "in.#.png", "-o", "out.#.png")
+        self.assertEqual(self.outputs(), [])
+        self.write_frames("every_third.%d.png", (1, 4, 10, 7))
+        self.run_well("render", "-f", "every_third.#.png", "-o", "out.#.png")
+        self.assertEqual(len(self.outputs()), 4)
+
     def test_resume_renders_only_what_is_not_there(self):
         self.write_frames("in.%d.png", (1, 2, 3))
         (self.folder / "out.2.png").write_text("kept")
