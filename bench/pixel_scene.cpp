@@ -143,26 +143,6 @@ reference::Placement PlacementOf(const SceneSettings& scene) {
   return reference::ComputePlacement(input, reference::StandardMaths()).value();
 }
 
-PlacementRecord RecordFrom(const reference::Placement& placement) {
-  const auto vector = [](const reference::Vector& v) { return Vector3{v.x, v.y, v.z}; };
-  PlacementRecord record{};
-  record.normScaleX = placement.normScaleX;
-  record.normScaleY = placement.normScaleY;
-  record.halfBandAngle = placement.halfBandAngle;
-  record.opacity = placement.opacity;
-  record.spanStart = vector(placement.spanStart);
-  record.spanEnd = vector(placement.spanEnd);
-  record.spanAngle = placement.spanAngle;
-  record.spanNormal = vector(placement.spanNormal);
-  record.layerPixelsPerRadian = placement.layerPixelsPerRadian;
-  record.layerHalfHeight = placement.layerHalfHeight;
-  record.radiansPerPixel = placement.radiansPerPixel;
-  record.tileMode = placement.tileMode ? 1 : 0;
-  record.tilePeriod = placement.tilePeriod;
-  record.tileOffset = placement.tileOffset;
-  return record;
-}
-
 }  // namespace
 
 template <class Pixel>
@@ -180,7 +160,7 @@ PixelScene<Pixel>::PixelScene(const SceneSettings& settings, Family family)
   const bool filtered = family == Family::kFiltered;
   const PF_SampleFn<Pixel> subpixel = host::SubpixelCallback<Pixel>;
   const PF_SampleFn<Pixel> area = host::AreaCallback<Pixel>;
-  PlacementRecord record = RecordFrom(placement_);
+  auto record = reference::RecordFrom<PlacementRecord>(placement_);
   record.samplingParams.src = &layerView_;
   record.inData = &session_.InData();
   record.effectRef = session_.InData().effect_ref;

@@ -86,6 +86,34 @@ Placement PlacementFrom(const Record& record) {
   return placement;
 }
 
+/// The other way round: a record with the placement's numbers, everything else zero.
+template <class Record>
+Record RecordFrom(const Placement& placement) {
+  Record record{};
+  const auto set = [](const Vector& from, auto& to) {
+    to.x = from.x;
+    to.y = from.y;
+    to.z = from.z;
+  };
+  record.normScaleX = placement.normScaleX;
+  record.normScaleY = placement.normScaleY;
+  record.originOffsetX = placement.originOffsetX;
+  record.originOffsetY = placement.originOffsetY;
+  record.halfBandAngle = placement.halfBandAngle;
+  record.opacity = placement.opacity;
+  set(placement.spanStart, record.spanStart);
+  set(placement.spanEnd, record.spanEnd);
+  record.spanAngle = placement.spanAngle;
+  set(placement.spanNormal, record.spanNormal);
+  record.layerPixelsPerRadian = placement.layerPixelsPerRadian;
+  record.layerHalfHeight = placement.layerHalfHeight;
+  record.radiansPerPixel = placement.radiansPerPixel;
+  record.tileMode = placement.tileMode ? 1 : 0;
+  record.tilePeriod = placement.tilePeriod;
+  record.tileOffset = placement.tileOffset;
+  return record;
+}
+
 /// Resolution and pixel aspect of the effect's frame, as the in-data gives them.
 struct Resolution {
   PF_RationalScale downsampleX{1, 1};

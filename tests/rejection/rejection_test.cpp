@@ -155,20 +155,9 @@ bool MakeFrame(Source& source, PlacementRecord* record, A_long* width, A_long* h
   if (!placement) {
     return false;
   }
-  const auto vector = [](const reference::Vector& v) { return Vector3{v.x, v.y, v.z}; };
-  *record = {};
-  record->normScaleX = placement->normScaleX;
-  record->normScaleY = placement->normScaleY;
+  *record = reference::RecordFrom<PlacementRecord>(*placement);
   record->originOffsetX = source.OneIn(4) ? source.Below(2000) - 1000 : 0;
   record->originOffsetY = source.OneIn(4) ? source.Below(2000) - 1000 : 0;
-  record->halfBandAngle = placement->halfBandAngle;
-  record->spanStart = vector(placement->spanStart);
-  record->spanEnd = vector(placement->spanEnd);
-  record->spanAngle = placement->spanAngle;
-  record->spanNormal = vector(placement->spanNormal);
-  record->layerPixelsPerRadian = placement->layerPixelsPerRadian;
-  record->layerHalfHeight = placement->layerHalfHeight;
-  record->radiansPerPixel = placement->radiansPerPixel;
   return true;
 }
 

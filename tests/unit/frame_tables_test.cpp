@@ -67,22 +67,10 @@ PlacementRecord SlantedRecord() {
   input.frameHeight = kHeight;
   input.layerWidth = 64;
   input.layerHeight = 32;
-  const auto placement = reference::ComputePlacement(input, reference::StandardMaths()).value();
-  const auto vector = [](const reference::Vector& v) { return Vector3{v.x, v.y, v.z}; };
-  PlacementRecord record{};
-  record.normScaleX = placement.normScaleX;
-  record.normScaleY = placement.normScaleY;
-  record.halfBandAngle = placement.halfBandAngle;
-  record.opacity = 1.0F;
-  record.spanStart = vector(placement.spanStart);
-  record.spanEnd = vector(placement.spanEnd);
-  record.spanAngle = placement.spanAngle;
-  record.spanNormal = vector(placement.spanNormal);
-  record.layerPixelsPerRadian = placement.layerPixelsPerRadian;
-  record.layerHalfHeight = placement.layerHalfHeight;
-  record.radiansPerPixel = placement.radiansPerPixel;
-  record.tilePeriod = placement.tilePeriod;
-  return record;
+  reference::Placement placement =
+      reference::ComputePlacement(input, reference::StandardMaths()).value();
+  placement.opacity = 1.0F;
+  return reference::RecordFrom<PlacementRecord>(placement);
 }
 
 template <class Pixel>
