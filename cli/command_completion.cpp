@@ -3,6 +3,7 @@
 // `veltra completion`: the script for bash, from the same lists as the options.
 #include <CLI/CLI.hpp>
 
+#include "cli/check/test_list.h"
 #include "cli/commands.h"
 #include "cli/controls.h"
 #include "cli/error.h"
@@ -71,6 +72,18 @@ void AddControlsTo(Script& script) {
   }
 }
 
+/// Returns the options of `veltra check`.
+std::string AddCheckTo(Script& script) {
+  std::string tests;
+  for (const check::Test& test : check::AllTests()) {
+    tests += Text(tests.empty() ? "" : " ", test.name);
+  }
+  script.arms += Arm("--only", tests, false);
+  script.arms += Arm("--resource", "", true);
+  script.arms += Arm("--strictness|--seed|--timeout", "", false);
+  return "--strictness --seed --timeout --only --resource --json --list --verbose";
+}
+
 constexpr const char* kHead = R"(# bash completion for veltra; made by: veltra completion
 _veltra_files() {
   local IFS=$'\n'
@@ -95,6 +108,7 @@ constexpr const char* kMiddle = R"(  esac
   esac
   case ${COMP_WORDS[1]} in
     render) COMPREPLY=($(compgen -W 'OPTIONS --help' -- "$cur")) ;;
+    check) COMPREPLY=($(compgen -W 'CHECKS --help' -- "$cur")) ;;
     controls|about) COMPREPLY=($(compgen -W '--effect --json --help' -- "$cur")) ;;
     sample) COMPREPLY=($(compgen -W '--size --help' -- "$cur")) ;;
     *) COMPREPLY=($(compgen -W '--help' -- "$cur")) ;;
@@ -124,12 +138,13 @@ int RunCompletion(const Arguments& arguments) {
   Script script;
   AddOptionsTo(script);
   AddControlsTo(script);
+  const std::string checks = AddCheckTo(script);
   std::string commands;
   for (const Command& command : Commands()) {
     commands += Text(commands.empty() ? "" : " ", command.name);
   }
   Print(stdout, Filled(kHead, "COMMANDS", commands), script.arms,
-        Filled(kMiddle, "OPTIONS", script.words.substr(1)));
+        Filled(Filled(kMiddle, "OPTIONS", script.words.substr(1)), "CHECKS", checks));
   return kExitDone;
 }
 

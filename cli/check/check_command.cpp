@@ -39,7 +39,7 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
                  Text("how much is asked for, from ", check::kLowestStrictness, " to ",
                       check::kHighestStrictness, " (default ", check::kDefaultStrictness, ")"))
       ->type_name("N")
-      ->check(CLI::Range(check::kLowestStrictness, check::kHighestStrictness));
+      ->check(CLI::Range(check::kLowestStrictness, check::kHighestStrictness).description(""));
   app.add_option("--seed", options.tests.seed,
                  Text("where the random numbers start (default ", check::kDefaultSeed, ")"))
       ->type_name("N");

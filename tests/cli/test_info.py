@@ -3,6 +3,7 @@
 """What the program tells: help, version, controls, about, completion, sample."""
 
 import json
+import re
 import subprocess
 
 import numpy as np
@@ -86,6 +87,11 @@ class Info(ProgramTest):
         self.assertEqual(complete("veltra", "render", "--placement", "s"), ["stretch", "solo"])
         self.assertEqual(complete("veltra", "render", "--depth", "fl"), ["float"])
         self.assertEqual(complete("veltra", "render", "--layer", "comp"), ["completion.sh"])
+        self.assertEqual(complete("veltra", "check", "--only", "reg"), ["registration", "regions"])
+        for command in ("render", "controls", "about", "check", "sample"):
+            options = re.findall(r"(?<![\w-])--[a-z-]+", self.run_well(command, "--help").stdout)
+            self.assertGreater(len(options), 1)
+            self.assertEqual(set(options) - set(complete("veltra", command, "--")), set())
         self.assert_fails(USAGE, "expected bash", "completion", "fish")
 
     def test_sample_draws_a_scene_that_renders(self):
