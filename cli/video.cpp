@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <utility>
 
 #include "cli/error.h"
 #include "cli/picture_rows.h"
@@ -101,6 +102,21 @@ int FramesOf(const Json& stream, PF_RationalScale rate) {
   return 0;
 }
 
+/// Whether the picture is shown lying on its side, which ffmpeg turns upright on reading.
+bool IsTurnedSideways(const Json& stream) {
+  const auto list = stream.find("side_data_list");
+  if (list == stream.end() || !list->is_array()) {
+    return false;
+  }
+  constexpr double kHalfTurn = 180.0;
+  constexpr double kNearlyAQuarter = 89.0;
+  return std::any_of(list->begin(), list->end(), [](const Json& data) {
+    const auto degrees = data.is_object() ? data.find("rotation") : data.end();
+    return degrees != data.end() && degrees->is_number() &&
+           std::abs(std::remainder(degrees->get<double>(), kHalfTurn)) > kNearlyAQuarter;
+  });
+}
+
 /// The boxes themselves where the file has them, or made from what ffprobe found otherwise.
 SphericalBoxes SphericalOf(const std::string& path, const Json& stream) {
   SphericalBoxes boxes = ReadSpherical(*OpenFileSource(path));
@@ -127,13 +143,14 @@ Words ReadCommand(const VideoInfo& info, PF_RationalScale rate) {
           "-v",
           "error",
           "-nostdin",
-          "-noautorotate",
           "-i",
           FileUrl(info.path),
           "-map",
           "0:v:0",
           "-r",
           RateText(rate),
+          "-s",  // whatever changes on the way
+          Text(info.picture.width, "x", info.picture.height),
           "-sws_flags",
           kConversion,
           "-f",
@@ -270,6 +287,9 @@ VideoInfo ProbeVideo(const std::string& path) {
     found = true;
     info.picture.width = stream.value("width", 0);
     info.picture.height = stream.value("height", 0);
+    if (IsTurnedSideways(stream)) {
+      std::swap(info.picture.width, info.picture.height);
+    }
     info.picture.channels = 4;
     info.picture.stored = BitsOf(stream) > 8 ? SampleType::kUint16 : SampleType::kUint8;
     info.picture.rowType = info.picture.stored;

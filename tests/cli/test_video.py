@@ -75,6 +75,20 @@ def add_projection(source, target, uuid=False):
         file.write(data)
 
 
+def turn(source, target, matrix):
+    """Tags a video to be shown turned: the first four entries of its track's matrix."""
+    a, b, c, d = matrix
+    entries = struct.pack(">9i", a << 16, b << 16, 0, c << 16, d << 16, 0, 0, 0, 1 << 30)
+
+    def tag(content):
+        return content[:40] + entries + content[76:]
+
+    with open(source, "rb") as file:
+        data = file.read()
+    with open(target, "wb") as file:
+        file.write(changed(data, [b"moov", b"trak", b"tkhd"], tag))
+
+
 @unittest.skipUnless(shutil.which("ffmpeg") and shutil.which("ffprobe"), "ffmpeg is not installed")
 class Videos(ProgramTest):
 
@@ -101,11 +115,15 @@ class Videos(ProgramTest):
         return {stream["codec_type"]: stream for stream in streams}
 
     def frames(self, name):
-        self.ffmpeg("-i", name, "-f", "rawvideo", "-pix_fmt", "rgb24", "raw")
         info = self.probe(name)["video"]
+        return self.upright_frames(name, (info["height"], info["width"]))
+
+    def upright_frames(self, name, size):
+        """As they are shown, whatever way the camera was held."""
+        self.ffmpeg("-i", name, "-f", "rawvideo", "-pix_fmt", "rgb24", "raw")
         data = np.fromfile(self.path("raw"), np.uint8)
         os.remove(self.path("raw"))
-        return data.reshape(-1, info["height"], info["width"], 3)
+        return data.reshape(-1, *size, 3)
 
     def bar(self, picture):
         """The frame number that a picture's bar shows."""
@@ -210,6 +228,20 @@ class Videos(ProgramTest):
         self.make_video(frames=2)
         self.run_well("render", "-f", "in.mp4", "-o", "out.mp4", "--region", "0,0,33,21")
         self.assertEqual(self.frames("out.mp4").shape[1:3], (21, 33))
+
+    def test_turned_video_is_upright(self):
+        self.make_video(frames=3)
+        for matrix, size in (((0, 1, -1, 0), (128, 64)), ((0, -1, 1, 0), (128, 64)),
+                             ((-1, 0, 0, -1), (64, 128))):
+            with self.subTest(matrix=matrix):
+                turn(self.path("in.mp4"), self.path("turned.mp4"), matrix)
+                shown = self.upright_frames("turned.mp4", size)
+                self.run_well("render", "-f", "turned.mp4", "-o", "out.mp4", "--video-options",
+                              "-crf 1")
+                self.assertEqual(self.side_data("out.mp4"), {})
+                after = self.frames("out.mp4")
+                self.assertEqual(after.shape[1:3], size)
+                np.testing.assert_allclose(after.astype(int), shown, atol=24)
 
     def test_what_is_no_video_is_one_line(self):
         (self.folder / "bad.mp4").write_text("no video")
