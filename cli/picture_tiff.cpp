@@ -236,8 +236,10 @@ class TiffReader : public PictureReader {
       CheckPictureSize(tileWidth, tileHeight);
       tileWidth_ = static_cast<int>(tileWidth);
       tileHeight_ = static_cast<int>(tileHeight);
-      buffer_.resize(CheckedBytes(TIFFTileSize(tiff_.get()),
-                                  static_cast<std::uint64_t>(tileWidth) * tileHeight));
+      const std::size_t bytes = CheckedBytes(TIFFTileSize(tiff_.get()),
+                                             static_cast<std::uint64_t>(tileWidth) * tileHeight);
+      CheckTileBytes(bytes);
+      buffer_.resize(bytes);
       return;
     }
     std::uint32_t rowsPerStrip = 0;
@@ -264,6 +266,16 @@ class TiffReader : public PictureReader {
       ThrowDamaged("TIFF", "inconsistent sizes");
     }
     return static_cast<std::size_t>(told);
+  }
+
+  /// A tile may be larger than a small picture, but not so large that only memory comes of it.
+  void CheckTileBytes(std::size_t bytes) const {
+    constexpr std::size_t kAnyPicture = std::size_t{1} << 26;
+    const std::size_t picture = info_.RowBytes() * static_cast<std::size_t>(info_.height);
+    if (bytes > std::max(kAnyPicture, 4 * picture) ||
+        (compression_ == COMPRESSION_NONE && bytes > file_.source->Size())) {
+      ThrowDamaged("TIFF", "inconsistent sizes");
+    }
   }
 
   // ---- Rows ----

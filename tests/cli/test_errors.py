@@ -2,9 +2,11 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Bad input: one clear line, the right exit code, and nothing touched."""
 
+import ctypes
 import os
 import struct
 import unittest
+import zlib
 
 import numpy as np
 
@@ -137,6 +139,59 @@ class Errors(ProgramTest):
                            display_window=(0, 0, 2000000000, 2000000000))
         self.refuse(FAILED, "huge.exr", frame="huge.exr")
 
+    def refuse_early(self, name, data, message):
+        """One line, without the memory that the file asks for."""
+        def limit():
+            import resource
+            resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
+
+        (self.folder / name).write_bytes(data)
+        with self.subTest(name=name):
+            self.assert_fails(FAILED, f"{name}: damaged or cut short {message}", "render", "-f",
+                              name, "-o", "out.png",
+                              preexec_fn=None if os.environ.get("VELTRA_SANITIZE") else limit)
+
+    def png(self, width, height, depth, interlaced, chunk, data):
+        head = struct.pack(">IIBBBBB", width, height, depth, 6, 0, 0, interlaced)
+        return (b"\x89PNG\r\n\x1a\n" + pictures.png_chunk(b"IHDR", head) + chunk +
+                pictures.png_chunk(b"IDAT", data) + pictures.png_chunk(b"IEND", b""))
+
+    def test_png_that_claims_more_than_it_has_is_left_at_once(self):
+        self.refuse_early("interlaced.png", self.png(8000, 8000, 16, 1, b"", b"\0"),
+                          "PNG file (the file ends early)")
+        self.refuse_early("chunk.png", self.png(8, 8, 8, 0, b"\x7f\xff\xff\xf0tEXtabc", b"\0"),
+                          "PNG file (the file ends early)")
+
+    def test_png_with_a_profile_that_unpacks_without_end_is_only_a_picture(self):
+        packer = zlib.compressobj(9)
+        profile = b"icc\0\0" + b"".join(packer.compress(bytes(1 << 24)) for _ in range(16))
+        chunk = pictures.png_chunk(b"iCCP", profile + packer.flush())
+        (self.folder / "bomb.png").write_bytes(
+            self.png(1, 1, 8, 0, chunk, zlib.compress(bytes([0, 1, 2, 3, 4]))))
+        self.run_well("render", "-f", "bomb.png", "-o", "small.png")
+        np.testing.assert_array_equal(pictures.read_png(self.path("small.png")), [[[1, 2, 3, 4]]])
+        self.assertLess(os.path.getsize(self.path("small.png")), 1000)
+
+    def test_hdr_without_an_end_ends(self):
+        start = b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe"
+        self.refuse_early("header.hdr", start, "Radiance HDR file")
+        self.refuse_early("large.hdr", start + b"\n\n-Y 30000 +X 30000\n\2\2\x75\x30",
+                          "Radiance HDR file (the file ends early)")
+        # A run of none, over and over, in a row of sixteen.
+        self.refuse_early("run.hdr", start + b"\n\n-Y 1 +X 16\n\2\2\0\x10" + bytes(40),
+                          "Radiance HDR file")
+
+    def test_tiff_of_one_huge_tile_takes_no_memory(self):
+        pictures.write_tiff(self.path("tile.tif"), gradient(16, 16, 4, np.float32), tile=16)
+        whole = (self.folder / "tile.tif").read_bytes()
+        self.run_well("render", "-f", "tile.tif", "-o", "other.png")
+        for compression in (1, 8):
+            data = whole
+            for tag, kind, value in ((322, 4, 29984), (323, 4, 29984), (259, 3, compression)):
+                at = data.index(struct.pack("<HHI", tag, kind, 1)) + 8
+                data = data[:at] + struct.pack("<I", value) + data[at + 4:]
+            self.refuse_early("tile.tif", data, "TIFF file (inconsistent sizes)")
+
     def test_one_failing_picture_spoils_no_other_output(self):
         for number in (1, 2, 3):
             pictures.write_png(self.path(f"in.{number}.png"), gradient(8, 8, 4, np.uint8))
@@ -168,11 +223,20 @@ class Errors(ProgramTest):
         self.assert_fails(FAILED, "dir.png: is a directory", "render", "-f", "frame.png", "-o",
                           "dir.png")
 
-    @unittest.skipIf(os.geteuid() == 0, "root may write anywhere")
-    def test_unwritable_folder(self):
+    def test_unwritable_folder_and_file(self):
+        def obey_permissions():
+            # Root writes anywhere until it gives up the right to.
+            drop_from_bounding_set, override = 24, 1
+            libc = ctypes.CDLL(None, use_errno=True)
+            if os.geteuid() == 0 and libc.prctl(drop_from_bounding_set, override, 0, 0, 0) != 0:
+                raise OSError(ctypes.get_errno(), "prctl")
+
         os.mkdir(self.path("locked"), 0o500)
-        self.assert_fails(FAILED, "permission denied", "render", "-f", "frame.png", "-o",
-                          "locked/out.png")
+        self.assert_fails(FAILED, "locked/out.png: permission denied", "render", "-f", "frame.png",
+                          "-o", "locked/out.png", preexec_fn=obey_permissions)
+        os.chmod(self.path("out.png"), 0o400)
+        self.assert_fails(FAILED, "out.png: permission denied", "render", "-f", "frame.png", "-o",
+                          "out.png", preexec_fn=obey_permissions)
 
     @unittest.skipUnless(os.path.exists("/dev/full"), "no full device here")
     def test_full_disk_is_reported_for_every_format(self):
