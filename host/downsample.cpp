@@ -59,7 +59,7 @@ A_long DownsampledLength(A_long length, int factor) {
   return static_cast<A_long>(std::max<std::int64_t>(1, rounded));
 }
 
-Expected<World> BoxDownsample(const World& source, int factor) {
+Expected<World> BoxDownsample(const World& source, int factor, const RowWork& work) {
   if (source.Empty() || factor < 1) {
     return Error{"an image and a factor of at least 1 are needed to reduce it"};
   }
@@ -72,13 +72,20 @@ Expected<World> BoxDownsample(const World& source, int factor) {
   result.SetPixelAspect(source.PixelAspect());
   // A factor beyond the image's own size is one box over all of it.
   const int step = std::min<int>(factor, std::max(source.Width(), source.Height()));
-  WithPixelType(source.PixelDepth(), [&](auto pixel) {
+  const std::int64_t bytesPerRow = std::int64_t{source.View().rowbytes} * step;
+  const PF_Err error = WithPixelType(source.PixelDepth(), [&](auto pixel) {
     using Pixel = decltype(pixel);
-    BoxRow<Pixel> boxes(source, step, result.Width());
-    for (A_long y = 0; y < result.Height(); ++y) {
-      boxes.Reduce(y * step, result.Row<Pixel>(y));
-    }
+    return work.Run(result.Height(), bytesPerRow, [&](A_long first, A_long last) {
+      BoxRow<Pixel> boxes(source, step, result.Width());
+      for (A_long y = first; y < last; ++y) {
+        boxes.Reduce(y * step, result.Row<Pixel>(y));
+      }
+    });
   });
+  if (error != PF_Err_NONE) {
+    return Error{error == PF_Interrupt_CANCEL ? "interrupted"
+                                              : "not enough memory to reduce an image"};
+  }
   return created;
 }
 

@@ -4,8 +4,9 @@
 
 #include "host/iterate.h"
 
-#include <atomic>
+#include <mutex>
 
+#include "host/row_work.h"
 #include "host/session.h"
 #include "host/world_view.h"
 
@@ -28,38 +29,21 @@ class Iteration {
   PF_Err Run(A_long progressBase, A_long progressFinal) {
     progressBase_ = progressBase;
     progressFinal_ = progressFinal;
-    const int rows = area_.bottom - area_.top;
-    const auto row = [this](int index) { RunRow(index); };
     ThreadPool* pool = session_.Settings() != nullptr ? session_.Settings()->pool : nullptr;
-    if (pool != nullptr) {
-      pool->ForEach(rows, row);
-    } else {
-      for (int index = 0; index < rows; ++index) {
-        row(index);
-      }
-    }
-    return result_.load();
+    return ForEachPiece(pool, area_.bottom - area_.top, [this](int index) { return Row(index); });
   }
 
  private:
-  /// One row, unless the iteration has ended already. A foreign exception ends it too.
-  void RunRow(int index) {
-    if (result_.load(std::memory_order_relaxed) != PF_Err_NONE) {
-      return;
-    }
+  PF_Err Row(int index) {
     const SessionScope scope(&session_);
-    const PF_Err error = Guarded([&]() -> PF_Err {
-      if (session_.AbortedAtRow(index)) {
-        return PF_Interrupt_CANCEL;
-      }
-      return CallRow(area_.top + index);
-    });
-    if (error != PF_Err_NONE) {
-      PF_Err none = PF_Err_NONE;
-      result_.compare_exchange_strong(none, error);
-    } else if (session_.WantsProgress()) {
+    if (session_.AbortedAtRow(index)) {
+      return PF_Interrupt_CANCEL;
+    }
+    const PF_Err error = CallRow(area_.top + index);
+    if (error == PF_Err_NONE && session_.WantsProgress()) {
       Report();
     }
+    return error;
   }
 
   PF_Err CallRow(A_long y) const {
@@ -90,7 +74,6 @@ class Iteration {
   PF_EffectWorld destination_;
   A_long progressBase_ = 0;
   A_long progressFinal_ = 0;
-  std::atomic<PF_Err> result_{PF_Err_NONE};
   std::mutex reportMutex_;
   A_long rowsDone_ = 0;
 };

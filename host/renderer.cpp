@@ -205,7 +205,14 @@ class FrameRender {
                         whole.top + region_.top - canvas.OriginY(),
                         whole.right + region_.left - canvas.OriginX(),
                         whole.bottom + region_.top - canvas.OriginY()};
-    CopyWorld(canvas.View(), &from, to, &whole, true);
+    // An abort that the effect has seen already is for it to answer.
+    const bool cancelledBefore = session_.WasCancelled();
+    const PF_Err error = session_.WorkThrough([&](const RowWork& work) {
+      return CopyWorld(canvas.View(), &from, to, &whole, true, work);
+    });
+    if (error != PF_Err_NONE && !cancelledBefore) {
+      Fail(error, "the region could not be cut out");
+    }
     result_.output = std::move(picture);
   }
 

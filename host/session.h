@@ -14,7 +14,9 @@
 #include <vector>
 
 #include "host/area_sums.h"
+#include "host/guarded.h"
 #include "host/renderer.h"
+#include "host/row_work.h"
 #include "host_api/entry_points.h"
 
 namespace veltra::host {
@@ -72,6 +74,20 @@ class Session {
   bool AbortedAtRow(A_long row);
   bool WasCancelled() const { return cancelled_.load(std::memory_order_relaxed); }
   void MarkCancelled() { cancelled_.store(true, std::memory_order_relaxed); }
+  /// Works through whole images, as work(RowWork) does on this session's threads, until it is done
+  /// or the user gives up.
+  template <class Work>
+  PF_Err WorkThrough(Work work) {
+    if (Aborted()) {
+      return PF_Interrupt_CANCEL;
+    }
+    const PF_Err error =
+        work(settings_ == nullptr ? RowWork{} : RowWork{settings_->pool, settings_->abort});
+    if (error == PF_Interrupt_CANCEL) {
+      MarkCancelled();
+    }
+    return error;
+  }
   bool WantsProgress() const { return settings_ != nullptr && settings_->progress; }
   void ReportProgress(A_long current, A_long total);
 
@@ -151,18 +167,6 @@ class SessionScope {
  private:
   Session* before_;
 };
-
-/// Runs the body of a callback: no exception crosses into the effect.
-template <class Body>
-PF_Err Guarded(Body&& body) noexcept {
-  try {
-    return body();
-  } catch (const std::bad_alloc&) {
-    return PF_Err_OUT_OF_MEMORY;
-  } catch (...) {
-    return PF_Err_INTERNAL_STRUCT_DAMAGED;
-  }
-}
 
 // The tables that a session's in-data points at.
 const PF_InteractCallbacks& InteractCallbacks();

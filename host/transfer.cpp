@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/sampling.h"
+#include "host/world.h"
 #include "host/world_view.h"
 
 namespace veltra::host {
@@ -36,19 +37,24 @@ bool IsZero(const PF_Pixel8& color) {
 }
 
 template <class Pixel>
-void FillPart(const PF_Pixel8& color, const PF_LRect& part, PF_EffectWorld& world) {
+PF_Err FillPart(const PF_Pixel8& color, const PF_LRect& part, const PF_EffectWorld& world,
+                const RowWork& work) {
   Pixel value{};
   ConvertColor(color, value);
   const bool zero = IsZero(color);
   const auto count = static_cast<std::size_t>(part.right - part.left);
-  for (A_long y = part.top; y < part.bottom; ++y) {
-    auto* first = RowOf<Pixel>(world, y) + part.left;
-    if (zero) {
-      std::memset(static_cast<void*>(first), 0, count * sizeof(Pixel));
-    } else {
-      std::fill_n(first, count, value);
-    }
-  }
+  const std::size_t bytes = count * sizeof(Pixel);
+  return work.Run(part.bottom - part.top, static_cast<std::int64_t>(bytes),
+                  [&](A_long firstRow, A_long lastRow) {
+                    for (A_long y = part.top + firstRow; y < part.top + lastRow; ++y) {
+                      auto* first = RowOf<Pixel>(world, y) + part.left;
+                      if (zero) {
+                        std::memset(static_cast<void*>(first), 0, bytes);
+                      } else {
+                        std::fill_n(first, count, value);
+                      }
+                    }
+                  });
 }
 
 /// A copy of one size after clipping: where it starts on both sides, and how large it is.
@@ -87,20 +93,50 @@ ClippedCopy Clip(const PF_EffectWorld& source, const PF_LRect& from,
           static_cast<A_long>(dy), static_cast<A_long>(width), static_cast<A_long>(height)};
 }
 
-void CopySameSize(const PF_EffectWorld& source, PF_EffectWorld& destination,
-                  const ClippedCopy& copy, A_long bytesPerPixel) {
+/// The addresses that a part of some rows lies between.
+struct ByteRange {
+  std::uintptr_t first;
+  std::uintptr_t last;
+};
+
+ByteRange BytesOf(const PF_EffectWorld& world, A_long x, A_long y, A_long width, A_long height,
+                  A_long bytesPerPixel) {
+  const auto at = [&](A_long column, A_long row) {
+    return reinterpret_cast<std::uintptr_t>(RowOf<std::byte>(world, row) +
+                                            static_cast<std::ptrdiff_t>(column) * bytesPerPixel);
+  };
+  return {at(x, y), at(x + width, y + height - 1)};
+}
+
+bool Overlap(const ByteRange& a, const ByteRange& b) {
+  return a.first < b.last && b.first < a.last;
+}
+
+PF_Err CopySameSize(const PF_EffectWorld& source, const PF_EffectWorld& destination,
+                    const ClippedCopy& copy, A_long bytesPerPixel, const RowWork& work) {
+  if (copy.height == 0) {
+    return PF_Err_NONE;
+  }
   const auto address = [bytesPerPixel](const PF_EffectWorld& world, A_long x, A_long y) {
     return RowOf<std::byte>(world, y) + static_cast<std::ptrdiff_t>(x) * bytesPerPixel;
   };
   const auto bytes = static_cast<std::size_t>(copy.width) * static_cast<std::size_t>(bytesPerPixel);
-  // Within one world a copy downwards runs from its last row, so that no row is overwritten
-  // before it has been read.
-  const bool upwards = copy.sourceY >= copy.destinationY;
-  for (A_long i = 0; i < copy.height; ++i) {
-    const A_long row = upwards ? i : copy.height - 1 - i;
-    std::memmove(address(destination, copy.destinationX, copy.destinationY + row),
-                 address(source, copy.sourceX, copy.sourceY + row), bytes);
-  }
+  const ByteRange from =
+      BytesOf(source, copy.sourceX, copy.sourceY, copy.width, copy.height, bytesPerPixel);
+  const ByteRange to = BytesOf(destination, copy.destinationX, copy.destinationY, copy.width,
+                               copy.height, bytesPerPixel);
+  // Within the same pixels rows go one after the other, and a copy downwards from its last row, so
+  // that no row is overwritten before it has been read.
+  const bool shared = Overlap(from, to);
+  const bool downwards = shared && to.first > from.first;
+  return (shared ? work.InOrder() : work)
+      .Run(copy.height, static_cast<std::int64_t>(bytes), [&](A_long first, A_long last) {
+        for (A_long i = first; i < last; ++i) {
+          const A_long row = downwards ? copy.height - 1 - i : i;
+          std::memmove(address(destination, copy.destinationX, copy.destinationY + row),
+                       address(source, copy.sourceX, copy.sourceY + row), bytes);
+        }
+      });
 }
 
 /// The 16.16 source position of a destination pixel's centre, held inside the rectangle's pixel
@@ -121,49 +157,86 @@ std::vector<PF_Fixed> StretchedPositions(A_long first, A_long last, A_long sourc
   return positions;
 }
 
+/// The places in a source that the columns and rows of a destination's part are taken from.
+struct StretchGrid {
+  PF_LRect part;
+  std::vector<PF_Fixed> xs;
+  std::vector<PF_Fixed> ys;
+};
+
 template <class Pixel>
-void Stretch(const PF_EffectWorld& source, const PF_LRect& from, PF_EffectWorld& destination,
-             const PF_LRect& to, bool draft) {
+PF_Err StretchInto(const PF_EffectWorld& source, const StretchGrid& grid,
+                   const PF_EffectWorld& destination, bool draft, const RowWork& work) {
+  const A_long width = grid.part.right - grid.part.left;
+  return work.Run(grid.part.bottom - grid.part.top, std::int64_t{width} * A_long{sizeof(Pixel)},
+                  [&](A_long first, A_long last) {
+                    for (A_long row = first; row < last; ++row) {
+                      Pixel* out = RowOf<Pixel>(destination, grid.part.top + row) + grid.part.left;
+                      const PF_Fixed y = grid.ys[static_cast<std::size_t>(row)];
+                      for (const PF_Fixed x : grid.xs) {
+                        *out++ = draft ? SampleNearest<Pixel>(source, x, y)
+                                       : SampleBetween<Pixel>(source, x, y);
+                      }
+                    }
+                  });
+}
+
+/// Through a picture of its own where source and destination are the same pixels.
+template <class Pixel>
+PF_Err StretchWithin(const PF_EffectWorld& source, const StretchGrid& grid,
+                     PF_EffectWorld& destination, bool draft, const RowWork& work) {
+  const A_long width = grid.part.right - grid.part.left;
+  const A_long height = grid.part.bottom - grid.part.top;
+  auto between = World::Create(width, height, kDepthOf<Pixel>);
+  if (!between) {
+    return PF_Err_OUT_OF_MEMORY;
+  }
+  const PF_EffectWorld view = between->View();
+  if (const PF_Err error =
+          StretchInto<Pixel>(source, {BoundsOf(view), grid.xs, grid.ys}, view, draft, work)) {
+    return error;
+  }
+  return CopySameSize(view, destination, {0, 0, grid.part.left, grid.part.top, width, height},
+                      sizeof(Pixel), work);
+}
+
+template <class Pixel>
+PF_Err Stretch(const PF_EffectWorld& source, const PF_LRect& from, PF_EffectWorld& destination,
+               const PF_LRect& to, bool draft, const RowWork& work) {
   const PF_LRect part = Intersection(to, BoundsOf(destination));
   if (IsEmpty(part) || IsEmpty(from)) {
-    return;
+    return PF_Err_NONE;
   }
-  const auto xs = StretchedPositions(to.left, to.right, from.left, from.right, part.left,
-                                     part.right - part.left);
-  const auto ys = StretchedPositions(to.top, to.bottom, from.top, from.bottom, part.top,
-                                     part.bottom - part.top);
-  std::vector<Pixel> stretched(xs.size() * ys.size());
-  auto out = stretched.begin();
-  for (const PF_Fixed y : ys) {
-    for (const PF_Fixed x : xs) {
-      *out++ = draft ? SampleNearest<Pixel>(source, x, y) : SampleBetween<Pixel>(source, x, y);
-    }
-  }
-  // Written only now: source and destination may be the same pixels.
-  auto row = stretched.begin();
-  for (A_long y = part.top; y < part.bottom; ++y) {
-    std::copy_n(row, xs.size(), RowOf<Pixel>(destination, y) + part.left);
-    row += static_cast<std::ptrdiff_t>(xs.size());
-  }
+  const A_long width = part.right - part.left;
+  const A_long height = part.bottom - part.top;
+  const StretchGrid grid{
+      part, StretchedPositions(to.left, to.right, from.left, from.right, part.left, width),
+      StretchedPositions(to.top, to.bottom, from.top, from.bottom, part.top, height)};
+  constexpr A_long bytes = sizeof(Pixel);
+  return Overlap(BytesOf(source, 0, 0, source.width, source.height, bytes),
+                 BytesOf(destination, part.left, part.top, width, height, bytes))
+             ? StretchWithin<Pixel>(source, grid, destination, draft, work)
+             : StretchInto<Pixel>(source, grid, destination, draft, work);
 }
 
 }  // namespace
 
-PF_Err FillWorld(const PF_Pixel8* color, const PF_LRect* rect, PF_EffectWorld& world) {
+PF_Err FillWorld(const PF_Pixel8* color, const PF_LRect* rect, PF_EffectWorld& world,
+                 const RowWork& work) {
   const Depth depth = DepthOf(world);
   if (!IsReadableAs(world, BytesPerPixel(depth))) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   const PF_LRect bounds = BoundsOf(world);
   const PF_LRect part = rect != nullptr ? Intersection(*rect, bounds) : bounds;
-  WithPixelType(depth, [&](auto pixel) {
-    FillPart<decltype(pixel)>(color != nullptr ? *color : PF_Pixel8{}, part, world);
+  return WithPixelType(depth, [&](auto pixel) {
+    return FillPart<decltype(pixel)>(color != nullptr ? *color : PF_Pixel8{}, part, world, work);
   });
-  return PF_Err_NONE;
 }
 
 PF_Err CopyWorld(const PF_EffectWorld& source, const PF_LRect* sourceRect,
-                 PF_EffectWorld& destination, const PF_LRect* destinationRect, bool draft) {
+                 PF_EffectWorld& destination, const PF_LRect* destinationRect, bool draft,
+                 const RowWork& work) {
   const Depth depth = DepthOf(source);
   const A_long bytesPerPixel = BytesPerPixel(depth);
   if (depth != DepthOf(destination) || !IsReadableAs(source, bytesPerPixel) ||
@@ -175,12 +248,12 @@ PF_Err CopyWorld(const PF_EffectWorld& source, const PF_LRect* sourceRect,
   const auto length = [](A_long first, A_long last) { return std::int64_t{last} - first; };
   if (length(from.left, from.right) == length(to.left, to.right) &&
       length(from.top, from.bottom) == length(to.top, to.bottom)) {
-    CopySameSize(source, destination, Clip(source, from, destination, to), bytesPerPixel);
-    return PF_Err_NONE;
+    return CopySameSize(source, destination, Clip(source, from, destination, to), bytesPerPixel,
+                        work);
   }
-  WithPixelType(
-      depth, [&](auto pixel) { Stretch<decltype(pixel)>(source, from, destination, to, draft); });
-  return PF_Err_NONE;
+  return WithPixelType(depth, [&](auto pixel) {
+    return Stretch<decltype(pixel)>(source, from, destination, to, draft, work);
+  });
 }
 
 }  // namespace veltra::host

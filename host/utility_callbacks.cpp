@@ -32,7 +32,9 @@ PF_Err Copy(PF_ProgPtr ref, PF_EffectWorld* source, PF_EffectWorld* destination,
     if (const PF_Err refused = session->Ask(HostCall::kCopy)) {
       return refused;
     }
-    return CopyWorld(*source, sourceRect, *destination, destinationRect, session->Draft());
+    return session->WorkThrough([&](const RowWork& work) {
+      return CopyWorld(*source, sourceRect, *destination, destinationRect, session->Draft(), work);
+    });
   });
 }
 
@@ -46,7 +48,8 @@ PF_Err Fill(PF_ProgPtr ref, const PF_Pixel8* color, const PF_LRect* rect,
     if (const PF_Err refused = session->Ask(HostCall::kFill)) {
       return refused;
     }
-    return FillWorld(color, rect, *world);
+    return session->WorkThrough(
+        [&](const RowWork& work) { return FillWorld(color, rect, *world, work); });
   });
 }
 

@@ -6,6 +6,7 @@
 
 #include <limits>
 
+#include "host/session.h"
 #include "host/world_view.h"
 #include "images.h"
 
@@ -100,6 +101,118 @@ TYPED_TEST(Transfer, OtherSizesAreStretchedWithoutFadingAtTheEdges) {
   EXPECT_TRUE(Same(target.Row<TypeParam>(0)[0], left));
   EXPECT_TRUE(Same(target.Row<TypeParam>(0)[7], right));
   EXPECT_GT(target.Row<TypeParam>(1)[3].red, target.Row<TypeParam>(1)[4].red);
+}
+
+TYPED_TEST(Transfer, CopiesBetweenTwoViewsOfOneWorldReadBeforeTheyWrite) {
+  for (const A_long shift : {-2, 3}) {
+    World wanted = RandomWorld<TypeParam>(9, 12, 4);
+    World got = RandomWorld<TypeParam>(9, 12, 4);
+    PlainCopy<TypeParam>(RandomWorld<TypeParam>(9, 12, 4), {0, 3, 9, 9}, wanted, 0, 3 + shift);
+    PF_EffectWorld to = got.View({0, 3 + shift, 9, 9 + shift});
+    ASSERT_EQ(CopyWorld(got.View({0, 3, 9, 9}), nullptr, to, nullptr, false), PF_Err_NONE);
+    EXPECT_EQ(FirstDifference<TypeParam>(wanted, got), "") << "by " << shift;
+  }
+}
+
+TYPED_TEST(Transfer, StretchingWithinOneWorldReadsBeforeItWrites) {
+  const World original = RandomWorld<TypeParam>(40, 30, 5);
+  World wanted = RandomWorld<TypeParam>(40, 30, 5);
+  World got = RandomWorld<TypeParam>(40, 30, 5);
+  const PF_LRect from{3, 2, 20, 17};
+  const PF_LRect to{1, 1, 39, 28};
+  PF_EffectWorld apart = wanted.View();
+  PF_EffectWorld within = got.View();
+  ASSERT_EQ(CopyWorld(original.View(), &from, apart, &to, false), PF_Err_NONE);
+  ASSERT_EQ(CopyWorld(got.View(), &from, within, &to, false), PF_Err_NONE);
+  EXPECT_EQ(FirstDifference<TypeParam>(wanted, got), "");
+}
+
+/// Large enough for several stretches of rows at every depth.
+constexpr A_long kLargeSide = 1100;
+
+TYPED_TEST(Transfer, ManyThreadsGiveTheSameAsOne) {
+  ThreadPool pool(4);
+  const RowWork work{&pool, nullptr};
+  const World source = RandomWorld<TypeParam>(kLargeSide, kLargeSide, 6);
+  World alone = MakeWorld(kLargeSide, kLargeSide, kDepthOf<TypeParam>);
+  World together = MakeWorld(kLargeSide, kLargeSide, kDepthOf<TypeParam>);
+  PF_EffectWorld one = alone.View();
+  PF_EffectWorld many = together.View();
+  const PF_Pixel8 color{255, 1, 2, 3};
+  const PF_LRect third{7, 5, 900, 1090};
+  const PF_LRect shifted{20, 9, 913, 1094};
+  const PF_LRect larger{1, 2, 1099, 1095};
+  const auto both = [&](auto step) {
+    ASSERT_EQ(step(one, RowWork{}), PF_Err_NONE);
+    ASSERT_EQ(step(many, work), PF_Err_NONE);
+    ASSERT_EQ(FirstDifference<TypeParam>(alone, together), "");
+  };
+  both([&](PF_EffectWorld& to, const RowWork& how) { return FillWorld(&color, &third, to, how); });
+  both([&](PF_EffectWorld& to, const RowWork& how) {
+    return CopyWorld(source.View(), &third, to, &shifted, false, how);
+  });
+  both([&](PF_EffectWorld& to, const RowWork& how) {
+    return CopyWorld(to, &third, to, &shifted, false, how);
+  });
+  both([&](PF_EffectWorld& to, const RowWork& how) {
+    return CopyWorld(source.View(), &third, to, &larger, false, how);
+  });
+}
+
+/// The user gives up while the host prepares a call.
+class GivingUp : public RenderHooks {
+ public:
+  PF_Err BeforeCall(const HostCallDetails&) override {
+    abort = true;
+    return PF_Err_NONE;
+  }
+  std::atomic<bool> abort{false};
+};
+
+TEST(TransferCallbacks, TheUsersAbortEndsFillAndCopyWithCancel) {
+  GivingUp user;
+  RenderSettings settings;
+  settings.width = 64;
+  settings.height = 64;
+  settings.hooks = &user;
+  settings.abort = &user.abort;
+  const std::vector<ControlDeclaration> controls;
+  World source = RandomWorld<PF_Pixel8>(64, 64, 7);
+  World target = MakeWorld(64, 64, Depth::k8);
+  PF_EffectWorld from = source.View();
+  PF_EffectWorld to = target.View();
+  const PF_Pixel8 color{255, 1, 2, 3};
+  PF_LRect half{0, 0, 32, 32};
+  const auto expectCancel = [&](auto call) {
+    user.abort = false;
+    Session session(controls, nullptr, &settings);
+    const PF_InData& in = session.InData();
+    EXPECT_EQ(call(*in.utils, in.effect_ref), PF_Interrupt_CANCEL);
+    EXPECT_TRUE(session.WasCancelled());
+  };
+  expectCancel([&](const PF_UtilCallbacks& utils, PF_ProgPtr ref) {
+    return utils.fill(ref, &color, nullptr, &to);
+  });
+  expectCancel([&](const PF_UtilCallbacks& utils, PF_ProgPtr ref) {
+    return utils.copy(ref, &from, &to, nullptr, nullptr);
+  });
+  expectCancel([&](const PF_UtilCallbacks& utils, PF_ProgPtr ref) {
+    return utils.copy(ref, &from, &to, &half, nullptr);
+  });
+  EXPECT_TRUE(IsEmpty(VisibleExtent(to, Depth::k8))) << "something was written after the abort";
+}
+
+TYPED_TEST(Transfer, AnAbortOnTheWayEndsItWithCancel) {
+  const std::atomic<bool> abort{true};
+  const RowWork work{nullptr, &abort};
+  const World source = RandomWorld<TypeParam>(8, 8, 8);
+  World target = MakeWorld(8, 8, kDepthOf<TypeParam>);
+  PF_EffectWorld view = target.View();
+  const PF_LRect half{0, 0, 4, 4};
+  EXPECT_EQ(FillWorld(nullptr, nullptr, view, work), PF_Interrupt_CANCEL);
+  EXPECT_EQ(CopyWorld(source.View(), nullptr, view, nullptr, false, work), PF_Interrupt_CANCEL);
+  EXPECT_EQ(CopyWorld(source.View(), &half, view, nullptr, false, work), PF_Interrupt_CANCEL);
+  EXPECT_EQ(CopyWorld(view, &half, view, nullptr, false, work), PF_Interrupt_CANCEL);
 }
 
 TEST(TransferRefusals, DepthsMustAgreeAndPixelsBeThere) {

@@ -118,5 +118,17 @@ TYPED_TEST(Worlds, ReductionByMoreThanTheImageIsOnePixel) {
   EXPECT_EQ(reduced->Height(), 1);
 }
 
+TYPED_TEST(Worlds, ReductionIsTheSameOnManyThreadsAndEndsWhenTheUserGivesUp) {
+  const World world = RandomWorld<TypeParam>(1500, 1301, 3);
+  ThreadPool pool(4);
+  std::atomic<bool> abort{false};
+  const auto alone = BoxDownsample(world, 3);
+  const auto together = BoxDownsample(world, 3, {&pool, &abort});
+  ASSERT_TRUE(alone && together);
+  EXPECT_EQ(FirstDifference<TypeParam>(*alone, *together), "");
+  abort = true;
+  EXPECT_EQ(BoxDownsample(world, 3, {&pool, &abort}).ErrorText(), "interrupted");
+}
+
 }  // namespace
 }  // namespace veltra::host
