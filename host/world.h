@@ -113,8 +113,8 @@ PF_LRect VisibleExtent(const PF_EffectWorld& view, Depth depth);
 A_long DownsampledLength(A_long length, int factor);
 
 /// The image at 1/factor resolution: alpha is the plain average of factor x factor boxes (the
-/// last ones may be cut), colour the average weighted by alpha. Keeps the pixel aspect. Fails with "interrupted" when the
-/// work's abort is seen.
+/// last ones may be cut), colour the average weighted by alpha. Keeps the pixel aspect. Fails with
+/// "interrupted" when the work's abort is seen.
 Expected<World> BoxDownsample(const World& source, int factor, const RowWork& work = {});
 
 }  // namespace veltra::host
