@@ -11,8 +11,10 @@
 #include <new>
 #include <vector>
 
+#include "host/large_pages.h"
 #include "host/pixel_sum.h"
 #include "host/world_view.h"
+#include "numerics/compiler.h"
 
 namespace veltra::host {
 
@@ -37,8 +39,9 @@ class AreaSumsBase {
 /// of that for a float one. Blocks rather than running sums: those would need as much again as the
 /// image, lose small floats beside large ones, and carry one infinite pixel into every later
 /// box. With two sizes of block the cost of a box grows with its edge, not with its area.
-/// Bands of 32 rows are summed when first asked for, by whichever thread asks; the order of every
-/// addition is fixed, so the result does not depend on who came first.
+/// Tiles of 32 rows are summed when first asked for, by whichever thread asks, and are small enough
+/// that the pixels around a box are still near when it adds those; the order of every addition is
+/// fixed, so the result does not depend on who came first.
 template <class Pixel>
 class AreaSums : public AreaSumsBase {
  public:
@@ -48,13 +51,16 @@ class AreaSums : public AreaSumsBase {
   /// blocks would have to read as well.
   static constexpr A_long kLeastBlocks = 3;
   static constexpr A_long kBand = kBlock * kLargeBlock;
+  static constexpr A_long kTile = 64;  ///< columns of a tile, in blocks; whole large blocks
 
   explicit AreaSums(const PF_EffectWorld& image)
       : AreaSumsBase(image),
         columns_(image.width / kBlock),
         rows_(image.height / kBlock),
         largeColumns_(columns_ / kLargeBlock),
-        bandReady_(static_cast<std::size_t>((image.height + kBand - 1) / kBand)),
+        tileColumns_((columns_ + kTile - 1) / kTile),
+        tileReady_(static_cast<std::size_t>((image.height + kBand - 1) / kBand) *
+                   static_cast<std::size_t>(tileColumns_)),
         blocks_(AllocateSums(columns_, rows_)),
         largeBlocks_(AllocateSums(largeColumns_, rows_ / kLargeBlock)) {}
 
@@ -63,7 +69,7 @@ class AreaSums : public AreaSumsBase {
 
   /// Adds the blocks of `rect`, counted in blocks.
   void AddBlocks(const PF_LRect& rect, PixelSum<Pixel>& sum) {
-    MakeReady(rect.top / kLargeBlock, (rect.bottom - 1) / kLargeBlock);
+    MakeReady(rect);
     AddFramed(
         rect, kLargeBlock, 2,
         [this, &sum](A_long row, A_long left, A_long right) {
@@ -110,9 +116,12 @@ class AreaSums : public AreaSumsBase {
 
   static SumArray AllocateSums(A_long columns, A_long rows) {
     const std::size_t count = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
-    // Left unwritten: pages that no band needs never become real memory.
-    void* block = ::operator new (std::max<std::size_t>(count, 1) * sizeof(Sum),
-                                  std::align_val_t{alignof(Sum)}, std::nothrow);
+    // Left unwritten: pages that no tile needs never become real memory.
+    const std::size_t bytes = std::max<std::size_t>(count, 1) * sizeof(Sum);
+    void* block = ::operator new (bytes, std::align_val_t{alignof(Sum)}, std::nothrow);
+    if (block != nullptr) {
+      PreferLargePages(block, bytes);
+    }
     return SumArray(static_cast<Sum*>(block));
   }
 
@@ -123,38 +132,43 @@ class AreaSums : public AreaSumsBase {
     return largeBlocks_.get() + static_cast<std::ptrdiff_t>(row) * largeColumns_ + column;
   }
 
-  void MakeReady(A_long firstBand, A_long lastBand) {
-    for (A_long band = firstBand; band <= lastBand; ++band) {
-      if (!bandReady_[static_cast<std::size_t>(band)].load(std::memory_order_acquire)) {
-        BuildBand(band);
+  void MakeReady(const PF_LRect& rect) {
+    for (A_long band = rect.top / kLargeBlock; band <= (rect.bottom - 1) / kLargeBlock; ++band) {
+      for (A_long column = rect.left / kTile; column <= (rect.right - 1) / kTile; ++column) {
+        const std::size_t tile =
+            static_cast<std::size_t>(band) * static_cast<std::size_t>(tileColumns_) +
+            static_cast<std::size_t>(column);
+        if (!tileReady_[tile].load(std::memory_order_acquire)) {
+          BuildTile(band, column, tile);
+        }
       }
     }
   }
 
-  void BuildBand(A_long band) {
-    // A few locks, so that threads on different bands do not wait for each other.
-    const std::lock_guard lock(locks_[static_cast<std::size_t>(band) % kLocks]);
-    std::atomic<bool>& ready = bandReady_[static_cast<std::size_t>(band)];
-    if (ready.load(std::memory_order_relaxed)) {
+  VELTRA_NOINLINE void BuildTile(A_long band, A_long tileColumn, std::size_t tile) {
+    // A few locks, so that threads on different tiles do not wait for each other.
+    const std::lock_guard lock(locks_[tile % kLocks]);
+    if (tileReady_[tile].load(std::memory_order_relaxed)) {
       return;
     }
-    const A_long firstRow = band * kLargeBlock;
-    const A_long lastRow = std::min(firstRow + kLargeBlock, rows_);
-    for (A_long row = firstRow; row < lastRow; ++row) {
-      BuildBlockRow(row);
+    const PF_LRect blocks{tileColumn * kTile, band * kLargeBlock,
+                          std::min((tileColumn + 1) * kTile, columns_),
+                          std::min((band + 1) * kLargeBlock, rows_)};
+    for (A_long row = blocks.top; row < blocks.bottom; ++row) {
+      BuildBlocks(row, blocks.left, blocks.right);
     }
-    if (lastRow - firstRow == kLargeBlock) {
-      BuildLargeRow(band);
+    if (blocks.bottom - blocks.top == kLargeBlock) {
+      BuildLargeBlocks(band, blocks.left / kLargeBlock, blocks.right / kLargeBlock);
     }
-    ready.store(true, std::memory_order_release);
+    tileReady_[tile].store(true, std::memory_order_release);
   }
 
-  void BuildBlockRow(A_long row) {
+  void BuildBlocks(A_long row, A_long firstColumn, A_long lastColumn) {
     const Pixel* lines[kBlock];
     for (A_long i = 0; i < kBlock; ++i) {
-      lines[i] = RowOf<const Pixel>(image_, row * kBlock + i);
+      lines[i] = RowOf<const Pixel>(image_, row * kBlock + i) + firstColumn * kBlock;
     }
-    for (A_long column = 0; column < columns_; ++column) {
+    for (A_long column = firstColumn; column < lastColumn; ++column) {
       PixelSum<Pixel> sum;
       for (const Pixel*& line : lines) {
         sum.AddRun(line, line + kBlock);
@@ -164,8 +178,8 @@ class AreaSums : public AreaSumsBase {
     }
   }
 
-  void BuildLargeRow(A_long band) {
-    for (A_long column = 0; column < largeColumns_; ++column) {
+  void BuildLargeBlocks(A_long band, A_long firstColumn, A_long lastColumn) {
+    for (A_long column = firstColumn; column < lastColumn; ++column) {
       PixelSum<Pixel> sum;
       for (A_long i = 0; i < kLargeBlock; ++i) {
         const Sum* first = Block(column * kLargeBlock, band * kLargeBlock + i);
@@ -180,7 +194,8 @@ class AreaSums : public AreaSumsBase {
   A_long columns_;
   A_long rows_;
   A_long largeColumns_;
-  std::vector<std::atomic<bool>> bandReady_;
+  A_long tileColumns_;
+  std::vector<std::atomic<bool>> tileReady_;
   SumArray blocks_;
   SumArray largeBlocks_;
   std::mutex locks_[kLocks];

@@ -52,6 +52,9 @@ class PixelSum<PF_Pixel8> {
 
   void AddRun(const PF_Pixel8* first, const PF_Pixel8* last) {
     const __m128i zero = _mm_setzero_si128();
+    for (; last - first >= 8; first += 8) {
+      AddEight(LoadUnaligned(first), LoadUnaligned(first + 4));
+    }
     for (; last - first >= 4; first += 4) {
       const __m128i four = LoadUnaligned(first);
       AddPair(SideBySide(_mm_unpacklo_epi8(four, zero)));
@@ -78,6 +81,28 @@ class PixelSum<PF_Pixel8> {
   Lanes ToLanes() const { return LanesOfUnsigned(sums_); }
 
  private:
+  /// Takes eight pixels, four in each.
+  void AddEight(__m128i a, __m128i b) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i low = _mm_unpacklo_epi8(a, b);
+    const __m128i high = _mm_unpackhi_epi8(a, b);
+    const int opaque = _mm_movemask_epi8(
+        _mm_cmpeq_epi8(_mm_and_si128(a, b), _mm_set1_epi8(static_cast<char>(0xFF))));
+    if ((opaque & 0x1111) == 0x1111) {
+      // Every product is 255 times the channel: add the channels first.
+      const __m128i words =
+          _mm_add_epi16(_mm_add_epi16(_mm_unpacklo_epi8(a, zero), _mm_unpackhi_epi8(a, zero)),
+                        _mm_add_epi16(_mm_unpacklo_epi8(b, zero), _mm_unpackhi_epi8(b, zero)));
+      const __m128i factors = _mm_set_epi32(0x00FF00FF, 0x00FF00FF, 0x00FF00FF, 0x00010001);
+      sums_ = _mm_add_epi32(sums_, _mm_madd_epi16(SideBySide(words), factors));
+      return;
+    }
+    AddPair(_mm_unpacklo_epi8(low, zero));
+    AddPair(_mm_unpackhi_epi8(low, zero));
+    AddPair(_mm_unpacklo_epi8(high, zero));
+    AddPair(_mm_unpackhi_epi8(high, zero));
+  }
+
   /// Takes two pixels with their channels side by side and adds A0 + A1, R0 A0 + R1 A1 and so on.
   void AddPair(__m128i channels) {
     const __m128i notAlpha = _mm_set_epi32(-1, -1, -1, 0);
@@ -106,14 +131,17 @@ class PixelSum<PF_Pixel16> {
     std::int64_t word = 0;
     std::memcpy(&word, &pixel, sizeof word);
     // The missing second pixel is all zero after the shift, so that it adds nothing.
-    AddPair(_mm_move_epi64(Shifted(_mm_cvtsi64_si128(word))));
+    AddPair(SideBySide(_mm_move_epi64(Shifted(_mm_cvtsi64_si128(word)))));
     ++count_;
   }
 
   void AddRun(const PF_Pixel16* first, const PF_Pixel16* last) {
     count_ += static_cast<std::int32_t>((last - first) & ~std::ptrdiff_t{1});
+    for (; last - first >= 8; first += 8) {
+      AddEight(first);
+    }
     for (; last - first >= 2; first += 2) {
-      AddPair(Shifted(LoadUnaligned(first)));
+      AddPair(SideBySide(Shifted(LoadUnaligned(first))));
     }
     if (first != last) {
       Add(*first);
@@ -148,8 +176,39 @@ class PixelSum<PF_Pixel16> {
     return _mm_sub_epi16(_mm_sub_epi16(channels, excess), _mm_set1_epi16(16384));
   }
 
-  void AddPair(__m128i twoPixels) {
-    const __m128i channels = SideBySide(twoPixels);
+  /// Of opaque pixels a' = h, so that sum(c' a') = h sum(c'): whole numbers either way.
+  void AddEight(const PF_Pixel16* eight) {
+    const __m128i a = Shifted(LoadUnaligned(eight));
+    const __m128i b = Shifted(LoadUnaligned(eight + 2));
+    const __m128i c = Shifted(LoadUnaligned(eight + 4));
+    const __m128i d = Shifted(LoadUnaligned(eight + 6));
+    const __m128i least = _mm_min_epi16(_mm_min_epi16(a, b), _mm_min_epi16(c, d));
+    const int opaque = _mm_movemask_epi8(_mm_cmpeq_epi16(least, _mm_set1_epi16(16384)));
+    const __m128i left = _mm_unpacklo_epi16(a, b);
+    const __m128i right = _mm_unpackhi_epi16(a, b);
+    const __m128i nextLeft = _mm_unpacklo_epi16(c, d);
+    const __m128i nextRight = _mm_unpackhi_epi16(c, d);
+    if ((opaque & 0x0303) != 0x0303) {
+      AddPair(left);
+      AddPair(right);
+      AddPair(nextLeft);
+      AddPair(nextRight);
+      return;
+    }
+    const __m128i ones = _mm_set1_epi16(1);
+    const __m128i sums = _mm_add_epi32(
+        _mm_add_epi32(_mm_madd_epi16(left, ones), _mm_madd_epi16(right, ones)),
+        _mm_add_epi32(_mm_madd_epi16(nextLeft, ones), _mm_madd_epi16(nextRight, ones)));
+    shifted_ = _mm_add_epi32(shifted_, sums);
+    const __m128i notAlpha = _mm_set_epi32(-1, -1, -1, 0);
+    const __m128i colour = _mm_and_si128(sums, notAlpha);
+    const __m128i signs = _mm_srai_epi32(colour, 31);
+    red_ = _mm_add_epi64(red_, _mm_slli_epi64(_mm_unpacklo_epi32(colour, signs), 14));
+    greenBlue_ = _mm_add_epi64(greenBlue_, _mm_slli_epi64(_mm_unpackhi_epi32(colour, signs), 14));
+  }
+
+  /// Takes two shifted pixels with their channels side by side.
+  void AddPair(__m128i channels) {
     const __m128i notAlpha = _mm_set_epi32(-1, -1, -1, 0);
     const __m128i alphas = _mm_and_si128(_mm_shuffle_epi32(channels, 0), notAlpha);
     shifted_ = _mm_add_epi32(shifted_, _mm_madd_epi16(channels, _mm_set1_epi16(1)));
@@ -185,8 +244,7 @@ class PixelSum<PF_PixelFloat> {
 
   void AddRun(const PF_PixelFloat* first, const PF_PixelFloat* last) {
     for (; last - first >= 2; first += 2) {
-      even_ = even_ + LoadPremultiplied(first[0]);
-      odd_ = odd_ + LoadPremultiplied(first[1]);
+      AddTwo(first);
     }
     if (first != last) {
       Add(*first);
@@ -203,6 +261,18 @@ class PixelSum<PF_PixelFloat> {
   Lanes ToLanes() const { return even_ + odd_; }
 
  private:
+  void AddTwo(const PF_PixelFloat* two) {
+    const __m128 alphas = _mm_unpacklo_ps(_mm_set_ss(two[0].alpha), _mm_set_ss(two[1].alpha));
+    if ((_mm_movemask_ps(_mm_cmpeq_ps(alphas, _mm_set1_ps(1.0F))) & 3) == 3) {
+      // Times one is the same number, bit for bit.
+      even_ = even_ + Load(two[0]);
+      odd_ = odd_ + Load(two[1]);
+    } else {
+      even_ = even_ + LoadPremultiplied(two[0]);
+      odd_ = odd_ + LoadPremultiplied(two[1]);
+    }
+  }
+
   Lanes even_ = ZeroLanes();
   Lanes odd_ = ZeroLanes();
 };

@@ -4,13 +4,10 @@
 
 #include "host/world.h"
 
-#ifdef __linux__
-#include <sys/mman.h>
-#endif
-
 #include <algorithm>
 #include <cstring>
 
+#include "host/large_pages.h"
 #include "host/world_view.h"
 
 namespace veltra::host {
@@ -19,20 +16,6 @@ namespace {
 constexpr std::size_t kRowAlignment = 64;
 constexpr std::size_t kGuardBytes = 4096;
 constexpr std::byte kGuardPattern{0xC5};
-
-/// Asks the system for large pages, where it has them: the first touch of a large image is
-/// otherwise dearer than any pass over it. Only a wish, so the answer does not matter.
-void PreferLargePages([[maybe_unused]] std::byte* block, [[maybe_unused]] std::size_t bytes) {
-#ifdef __linux__
-  constexpr std::size_t kLargePage = std::size_t{2} << 20;
-  const auto address = reinterpret_cast<std::uintptr_t>(block);
-  const std::size_t toAligned = (kLargePage - address % kLargePage) % kLargePage;
-  if (bytes >= toAligned + 2 * kLargePage) {
-    // Whole large pages only: what lies around the block is not ours.
-    madvise(block + toAligned, (bytes - toAligned) / kLargePage * kLargePage, MADV_HUGEPAGE);
-  }
-#endif
-}
 
 /// Memory that reads as zero; large blocks come untouched from the system and cost nothing until
 /// they are used.

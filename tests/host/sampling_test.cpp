@@ -183,6 +183,45 @@ TYPED_TEST(Sampling, LargeBoxesFromTheBlockSumsMatchTheSameBoxesPixelByPixel) {
   }
 }
 
+TYPED_TEST(Sampling, BoxesOverOpaquePixelsMatchThePlainAverageToo) {
+  World image = RandomWorld<TypeParam>(150, 140, 10);
+  for (A_long y = 0; y < 140; ++y) {
+    A_long x = 0;
+    for (TypeParam& pixel : image.Row<TypeParam>(y)) {
+      // Opaque but for a slope of single pixels.
+      if ((x++ + y) % 37 != 0) {
+        pixel.alpha = MakePixel<TypeParam>(1, 0, 0, 0).alpha;
+      }
+    }
+  }
+  const PF_EffectWorld view = image.View();
+  AreaSums<TypeParam> sums(view);
+  std::mt19937 random(11);
+  for (int i = 0; i < 200; ++i) {
+    const auto x = static_cast<PF_Fixed>(random() % (150U << 16));
+    const auto y = static_cast<PF_Fixed>(random() % (140U << 16));
+    const auto rx = static_cast<PF_Fixed>(random() % (60U << 16)) + 1;
+    const auto ry = static_cast<PF_Fixed>(random() % (60U << 16)) + 1;
+    const Exact exact = PlainArea<TypeParam>(image, x, y, rx, ry);
+    ExpectRounded(SampleArea<TypeParam>(view, &sums, x, y, rx, ry), exact, Place(x, y, rx, ry));
+    ExpectRounded(SampleArea<TypeParam>(view, nullptr, x, y, rx, ry), exact, Place(x, y, rx, ry));
+  }
+}
+
+TYPED_TEST(Sampling, TilesOfTheSumsMeetWithoutASeam) {
+  // Wider than several tiles and no whole number of blocks.
+  const World image = RandomWorld<TypeParam>(1203, 101, 12);
+  const PF_EffectWorld view = image.View();
+  AreaSums<TypeParam> sums(view);
+  for (A_long x = 1190; x > 0; x -= 13) {
+    const PF_Fixed at = (x << 16) + 12345;
+    const PF_Fixed radius = 40 << 16;
+    ExpectRounded(SampleArea<TypeParam>(view, &sums, at, 50 << 16, radius, radius),
+                  PlainArea<TypeParam>(image, at, 50 << 16, radius, radius),
+                  Place(at, 50 << 16, radius, radius));
+  }
+}
+
 TYPED_TEST(Sampling, TheLargestBoxOfFullWhiteIsFullWhite) {
   World image = MakeWorld(260, 260, kDepthOf<TypeParam>);
   for (A_long y = 0; y < 260; ++y) {
