@@ -147,6 +147,25 @@ Pixel StraightAverage(Lanes sum, double totalWeight) {
   return out;
 }
 
+/// As StraightAverage over a weight of 2^32, which makes the division of opaque pixels of 16 bit
+/// and float one by a power of two: its reciprocal gives the same bits sooner.
+template <class Pixel>
+Pixel StraightAverageOfFour(Lanes sum) {
+  constexpr double kWeight = 4294967296.0;
+  if constexpr (!std::is_same_v<Pixel, PF_Pixel8>) {
+    constexpr double kOpaque =
+        kWeight * (std::is_same_v<Pixel, PF_Pixel16> ? double{PF_MAX_CHAN16} : 1.0);
+    if (_mm_cvtsd_f64(sum.alphaRed) == kOpaque) {
+      Pixel out{};
+      Store(Lanes{_mm_mul_pd(sum.alphaRed, _mm_set_pd(1 / kOpaque, 1 / kWeight)),
+                  _mm_mul_pd(sum.greenBlue, _mm_set1_pd(1 / kOpaque))},
+            out);
+      return out;
+    }
+  }
+  return StraightAverage<Pixel>(sum, kWeight);
+}
+
 /// Accumulates pixels with weights and gives the straight average back.
 class WeightedSum {
  public:

@@ -68,7 +68,7 @@ Pixel SampleBetween(const PF_EffectWorld& image, PF_Fixed x, PF_Fixed y) {
   const double below = fy;
   const Lanes sum = WeightedPair(upper, fx) * (static_cast<double>(kOnePixel) - below) +
                     WeightedPair(lower, fx) * below;
-  return StraightAverage<Pixel>(sum, static_cast<double>(kOnePixel * kOnePixel));
+  return StraightAverageOfFour<Pixel>(sum);
 }
 
 /// A stretch of one axis that a box covers inside the image: a first and a last pixel with their

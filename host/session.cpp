@@ -12,8 +12,6 @@
 namespace veltra::host {
 namespace {
 
-constexpr std::uint64_t kSessionMagic = 0x56454C5452415345U;
-
 thread_local Session* currentSession = nullptr;
 
 std::string TextOf(const A_char (&text)[kHostMessageCapacity]) {
@@ -25,18 +23,13 @@ std::string TextOf(const A_char (&text)[kHostMessageCapacity]) {
 
 Session::Session(const std::vector<ControlDeclaration>& controls, PF_Handle globalData,
                  const RenderSettings* settings)
-    : magic_(kSessionMagic), controls_(controls), settings_(settings) {
+    : controls_(controls), settings_(settings) {
   SetUpInData();
   inData_.global_data = globalData;
 }
 
 Session::~Session() {
   magic_ = 0;
-}
-
-Session* Session::From(PF_ProgPtr ref) {
-  auto* session = static_cast<Session*>(static_cast<void*>(ref));
-  return session != nullptr && session->magic_ == kSessionMagic ? session : nullptr;
 }
 
 Session* Session::Current() {

@@ -44,7 +44,10 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   /// The session behind a reference; null for null and for what is not one of ours.
-  static Session* From(PF_ProgPtr ref);
+  static Session* From(PF_ProgPtr ref) {  // here, since every sample asks
+    auto* session = static_cast<Session*>(static_cast<void*>(ref));
+    return session != nullptr && session->magic_ == kMagic ? session : nullptr;
+  }
   /// The session whose command or pixel function runs on this thread; null outside of one.
   static Session* Current();
 
@@ -137,7 +140,9 @@ class Session {
   void SetUpInData();
   A_long ReducedPoint(A_long coordinate) const;
 
-  std::uint64_t magic_;
+  static constexpr std::uint64_t kMagic = 0x56454C5452415345U;
+
+  std::uint64_t magic_ = kMagic;
   const std::vector<ControlDeclaration>& controls_;
   const RenderSettings* settings_;
   PF_InData inData_{};

@@ -118,6 +118,22 @@ TYPED_TEST(Sampling, BetweenPixelsMatchesThePlainWeightsEverywhereAroundTheImage
   }
 }
 
+TYPED_TEST(Sampling, OpaqueAveragesHaveTheBitsOfTheDivision) {
+  constexpr double kWeight = 4294967296.0;
+  std::mt19937_64 random(13);
+  for (int i = 0; i < 10000; ++i) {
+    const auto color = [&random] {
+      const double unit = static_cast<double>(random() >> 11) / 9007199254740992.0;
+      return kWeight * FullScale<TypeParam>() * FullScale<TypeParam>() * unit;
+    };
+    const Lanes sum{_mm_set_pd(color(), kWeight * FullScale<TypeParam>()),
+                    _mm_set_pd(color(), color())};
+    const auto divided = StraightAverage<TypeParam>(sum, kWeight);
+    const auto got = StraightAverageOfFour<TypeParam>(sum);
+    ASSERT_TRUE(Same(got, divided)) << Show(got) << " / " << Show(divided);
+  }
+}
+
 TYPED_TEST(Sampling, AWholePositionGivesThePixelItself) {
   World image = RandomWorld<TypeParam>(4, 4, 4);
   image.Row<TypeParam>(2)[1] = MakePixel<TypeParam>(0.5, 0.25, 1.0, 0.0);
