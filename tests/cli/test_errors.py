@@ -177,6 +177,8 @@ class Errors(ProgramTest):
         self.refuse_early("header.hdr", start, "Radiance HDR file")
         self.refuse_early("large.hdr", start + b"\n\n-Y 30000 +X 30000\n\2\2\x75\x30",
                           "Radiance HDR file (the file ends early)")
+        self.refuse_early("ends_in_a_run.hdr", start + b"\n\n-Y 1 +X 16\n\2\2\0\x10\x8f",
+                          "Radiance HDR file")
         # A run of none, over and over, in a row of sixteen.
         self.refuse_early("run.hdr", start + b"\n\n-Y 1 +X 16\n\2\2\0\x10" + bytes(40),
                           "Radiance HDR file")

@@ -128,6 +128,7 @@ class Scenes(ProgramTest):
         refuse("not a scene (nested too deeply)", '{"a":' + "[" * 100000 + "]" * 100000 + "}")
         refuse("version: is missing", "{}")
         refuse("version: 2 is not known", '{"version": 2}')
+        refuse("not a scene (a number in it is too large)", '{"version": 1, "rate": 1e999}')
         refuse("frame: stands twice", '{"version": 1, "frame": "a", "frame": "b"}')
         refuse("fraem: unknown key", fraem="x.png")
         refuse("resume: belongs on the command line", resume=True)
