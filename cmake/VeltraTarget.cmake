@@ -21,6 +21,11 @@ function(veltra_target name)
   else()
     # The same picture from every compiler: no fused multiply-add, no value-changing shortcuts.
     target_compile_options(${name} PRIVATE ${VELTRA_WARNINGS} -ffp-contract=off -fno-fast-math)
+    if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # For Windows gcc lets callers of an inline function keep values in registers that their own
+      # copy of it spares, although the linker may take another file's copy that does not.
+      target_compile_options(${name} PRIVATE -fno-ipa-ra)
+    endif()
   endif()
   if(VELTRA_SANITIZE)
     target_compile_options(${name} PRIVATE -fsanitize=${VELTRA_SANITIZE}
