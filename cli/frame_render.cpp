@@ -42,10 +42,13 @@ PF_LRect ReducedRegion(const PF_LRect& region, int downsample, int width, int he
 
 }  // namespace
 
-SharedWorld AtJobResolution(host::World world, int downsample, PF_RationalScale aspect) {
+SharedWorld AtJobResolution(host::World world, int downsample, PF_RationalScale aspect,
+                            host::ThreadPool* pool) {
   if (downsample > 1) {
-    host::Expected<host::World> reduced = host::BoxDownsample(world, downsample);
+    host::Expected<host::World> reduced =
+        host::BoxDownsample(world, downsample, {pool, &InterruptFlag()});
     if (!reduced) {
+      ThrowIfInterrupted();
       throw RenderError(reduced.ErrorText());
     }
     world = std::move(*reduced);

@@ -30,9 +30,10 @@ struct RenderedFrame {
   std::vector<std::string> warnings;
 };
 
-/// Reduces a world to the job's resolution and gives it its pixel aspect; the full-size one is
-/// let go.
-SharedWorld AtJobResolution(host::World world, int downsample, PF_RationalScale aspect);
+/// Reduces a world to the job's resolution, on the pool's threads, and gives it its pixel aspect;
+/// the full-size one is let go. Throws Interrupted after Ctrl-C.
+SharedWorld AtJobResolution(host::World world, int downsample, PF_RationalScale aspect,
+                            host::ThreadPool* pool);
 
 class FrameRenderer {
  public:

@@ -283,15 +283,15 @@ bool JobRun::ReadVideos(int number, FrameInputs& inputs) {
     if (!world) {
       return false;
     }
-    inputs.frame =
-        AtJobResolution(std::move(*world), job_.options.downsample, job_.options.pixelAspect);
+    inputs.frame = AtJobResolution(std::move(*world), job_.options.downsample,
+                                   job_.options.pixelAspect, pool_.get());
   }
   bool any = frameVideo_.has_value();
   for (auto& [index, reader] : layerReaders_) {
     if (std::optional<host::World> world = advance(reader)) {
       any = true;
       inputs.layers[index] = AtJobResolution(std::move(*world), job_.options.downsample,
-                                             job_.options.layerPixelAspect);
+                                             job_.options.layerPixelAspect, pool_.get());
     }
   }
   videoPosition_ = number + 1;
@@ -457,7 +457,7 @@ SharedWorld JobRun::ReadShared(const std::string& path, PF_RationalScale aspect)
   const OpenedPicture picture = Take(path);
   return Named(path, [&] {
     return AtJobResolution(ReadWorld(*picture.reader, depth_, pool_.get()), job_.options.downsample,
-                           aspect);
+                           aspect, pool_.get());
   });
 }
 
@@ -493,7 +493,7 @@ void JobRun::ReadInputs(int number, const FrameRenderer& renderer, FrameInputs& 
     if (renderer.WantsFrame(number, inputs)) {
       inputs.frame = Named(path, [&] {
         return AtJobResolution(ReadWorld(*picture.reader, depth_, pool_.get()),
-                               job_.options.downsample, job_.options.pixelAspect);
+                               job_.options.downsample, job_.options.pixelAspect, pool_.get());
       });
     }
   }
