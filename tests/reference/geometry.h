@@ -62,27 +62,37 @@ struct Placement {
   double tileOffset = 0;
 };
 
+/// The placement's numbers from anything whose fields have the same names into anything else.
+template <class From, class To>
+void CopyNumbers(const From& from, To& to) {
+  const auto copy = [](const auto& vector, auto& target) {
+    target.x = vector.x;
+    target.y = vector.y;
+    target.z = vector.z;
+  };
+  to.normScaleX = from.normScaleX;
+  to.normScaleY = from.normScaleY;
+  to.originOffsetX = from.originOffsetX;
+  to.originOffsetY = from.originOffsetY;
+  to.halfBandAngle = from.halfBandAngle;
+  to.opacity = from.opacity;
+  copy(from.spanStart, to.spanStart);
+  copy(from.spanEnd, to.spanEnd);
+  to.spanAngle = from.spanAngle;
+  copy(from.spanNormal, to.spanNormal);
+  to.layerPixelsPerRadian = from.layerPixelsPerRadian;
+  to.layerHalfHeight = from.layerHalfHeight;
+  to.radiansPerPixel = from.radiansPerPixel;
+  to.tileMode = from.tileMode != 0;
+  to.tilePeriod = from.tilePeriod;
+  to.tileOffset = from.tileOffset;
+}
+
 /// A Placement from any record whose fields have the same names.
 template <class Record>
 Placement PlacementFrom(const Record& record) {
-  const auto vector = [](const auto& v) { return Vector{v.x, v.y, v.z}; };
   Placement placement;
-  placement.normScaleX = record.normScaleX;
-  placement.normScaleY = record.normScaleY;
-  placement.originOffsetX = record.originOffsetX;
-  placement.originOffsetY = record.originOffsetY;
-  placement.halfBandAngle = record.halfBandAngle;
-  placement.opacity = record.opacity;
-  placement.spanStart = vector(record.spanStart);
-  placement.spanEnd = vector(record.spanEnd);
-  placement.spanAngle = record.spanAngle;
-  placement.spanNormal = vector(record.spanNormal);
-  placement.layerPixelsPerRadian = record.layerPixelsPerRadian;
-  placement.layerHalfHeight = record.layerHalfHeight;
-  placement.radiansPerPixel = record.radiansPerPixel;
-  placement.tileMode = record.tileMode != 0;
-  placement.tilePeriod = record.tilePeriod;
-  placement.tileOffset = record.tileOffset;
+  CopyNumbers(record, placement);
   return placement;
 }
 
@@ -90,27 +100,7 @@ Placement PlacementFrom(const Record& record) {
 template <class Record>
 Record RecordFrom(const Placement& placement) {
   Record record{};
-  const auto set = [](const Vector& from, auto& to) {
-    to.x = from.x;
-    to.y = from.y;
-    to.z = from.z;
-  };
-  record.normScaleX = placement.normScaleX;
-  record.normScaleY = placement.normScaleY;
-  record.originOffsetX = placement.originOffsetX;
-  record.originOffsetY = placement.originOffsetY;
-  record.halfBandAngle = placement.halfBandAngle;
-  record.opacity = placement.opacity;
-  set(placement.spanStart, record.spanStart);
-  set(placement.spanEnd, record.spanEnd);
-  record.spanAngle = placement.spanAngle;
-  set(placement.spanNormal, record.spanNormal);
-  record.layerPixelsPerRadian = placement.layerPixelsPerRadian;
-  record.layerHalfHeight = placement.layerHalfHeight;
-  record.radiansPerPixel = placement.radiansPerPixel;
-  record.tileMode = placement.tileMode ? 1 : 0;
-  record.tilePeriod = placement.tilePeriod;
-  record.tileOffset = placement.tileOffset;
+  CopyNumbers(placement, record);
   return record;
 }
 
