@@ -99,11 +99,14 @@ struct ByteRange {
   std::uintptr_t last;
 };
 
+std::byte* AddressOf(const PF_EffectWorld& world, A_long x, A_long y, A_long bytesPerPixel) {
+  return RowOf<std::byte>(world, y) + static_cast<std::ptrdiff_t>(x) * bytesPerPixel;
+}
+
 ByteRange BytesOf(const PF_EffectWorld& world, A_long x, A_long y, A_long width, A_long height,
                   A_long bytesPerPixel) {
   const auto at = [&](A_long column, A_long row) {
-    return reinterpret_cast<std::uintptr_t>(RowOf<std::byte>(world, row) +
-                                            static_cast<std::ptrdiff_t>(column) * bytesPerPixel);
+    return reinterpret_cast<std::uintptr_t>(AddressOf(world, column, row, bytesPerPixel));
   };
   return {at(x, y), at(x + width, y + height - 1)};
 }
@@ -117,9 +120,6 @@ PF_Err CopySameSize(const PF_EffectWorld& source, const PF_EffectWorld& destinat
   if (copy.height == 0) {
     return PF_Err_NONE;
   }
-  const auto address = [bytesPerPixel](const PF_EffectWorld& world, A_long x, A_long y) {
-    return RowOf<std::byte>(world, y) + static_cast<std::ptrdiff_t>(x) * bytesPerPixel;
-  };
   const auto bytes = static_cast<std::size_t>(copy.width) * static_cast<std::size_t>(bytesPerPixel);
   const ByteRange from =
       BytesOf(source, copy.sourceX, copy.sourceY, copy.width, copy.height, bytesPerPixel);
@@ -133,8 +133,9 @@ PF_Err CopySameSize(const PF_EffectWorld& source, const PF_EffectWorld& destinat
       .Run(copy.height, static_cast<std::int64_t>(bytes), [&](A_long first, A_long last) {
         for (A_long i = first; i < last; ++i) {
           const A_long row = downwards ? copy.height - 1 - i : i;
-          std::memmove(address(destination, copy.destinationX, copy.destinationY + row),
-                       address(source, copy.sourceX, copy.sourceY + row), bytes);
+          std::memmove(
+              AddressOf(destination, copy.destinationX, copy.destinationY + row, bytesPerPixel),
+              AddressOf(source, copy.sourceX, copy.sourceY + row, bytesPerPixel), bytes);
         }
       });
 }
