@@ -73,7 +73,8 @@ FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& wo
     return;
   }
   entries_.reset(new (std::nothrow) SineAndCosine[std::size_t{columns.Count()} + rows.Count()]);
-  if (!entries_) {
+  notes_.reset(new (std::nothrow) NeighbourNote[rows.Count()]);
+  if (!entries_ || !notes_) {
     return;
   }
   const auto longitude = [&](A_long x) { return Longitude(record, x - record.originOffsetX); };
@@ -82,6 +83,8 @@ FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& wo
   Fill(rows, latitude, 1.0, rowEntries);
   rowEntries_ = rowEntries;
   numbers_ = NumbersOf(record);
+  stripNumbers_ = StripNumbersOf(record);
+  tileMode_ = record.tileMode;
   bounds_ = BoundsOf(record);
   firstColumn_ = columns.first;
   firstRow_ = rows.first;

@@ -1,23 +1,25 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// What a frame's pixels share, worked out once per frame: the sines of its columns and rows, and
-// the bounds that reject most pixels.
+// What a frame's pixels share: the sines of its columns and rows and the bounds that reject most
+// pixels, worked out once per frame, and a note in every row from one pixel to the next.
 //
 // A frame of w x h pixels has w longitudes and h latitudes; two sines and two cosines for each of
 // its pixels would find the same values h and w times over.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 
 #include "numerics/convert.h"
+#include "render/pixel/neighbour_note.h"
 #include "render/pixel/span_rejection.h"
 #include "render/pixel/sphere_steps.h"
 
 namespace veltra {
 
-/// Immutable once made; read by all pixels of the frame at once. The values have the bits that the
-/// steps compute without them.
+/// Immutable once made, the notes apart; read by all pixels of the frame at once. The values have
+/// the bits that the steps compute without them.
 class FrameTables {
  public:
   using SineAndCosine = SineAndCosineOf<double>;
@@ -26,7 +28,7 @@ class FrameTables {
   FrameTables() = default;
 
   /// For the pixels of `area` and their neighbours, as far as `world` has them. Stays empty when
-  /// there are none, when memory is short (16 bytes per column and row) or when the record's
+  /// there are none, when memory is short (16 bytes per column, 80 per row) or when the record's
   /// offsets are no whole numbers, where a neighbour's position depends on how it is reached.
   FrameTables(const PlacementRecord& record, const PF_EffectWorld& world, const PF_LRect& area);
 
@@ -46,34 +48,53 @@ class FrameTables {
 
   const SpanBounds& Bounds() const { return bounds_; }
 
- private:
-  /// Everything of a record that the tables depend on, in pairs for the comparison.
-  struct Numbers {
-    __m128d scales;
-    __m128d offsets;
-    __m128d limits;
-    __m128d ramp;
-  };
+  /// The note in a held row.
+  NeighbourNote& Note(A_long y) const { return notes_[Offset(y, firstRow_)]; }
+  /// Whether the notes are for a record with these numbers, beyond those that Cover looks at.
+  bool NotesAreFor(const PlacementRecord& record) const {
+    return AllEqual(StripNumbersOf(record), stripNumbers_) && record.tileMode == tileMode_;
+  }
 
-  static VELTRA_FORCE_INLINE Numbers NumbersOf(const PlacementRecord& record) {
-    return {_mm_set_pd(record.normScaleY, record.normScaleX),
-            _mm_set_pd(record.originOffsetY, record.originOffsetX),
-            _mm_set_pd(record.spanAngle, record.halfBandAngle),
-            _mm_set1_pd(record.radiansPerPixel)};
+ private:
+  /// Numbers of a record, two at a time for the comparison.
+  template <std::size_t kCount>
+  using Pairs = std::array<TwoDoubles, kCount>;
+
+  template <std::size_t kCount>
+  static VELTRA_FORCE_INLINE bool AllEqual(const Pairs<kCount>& a, const Pairs<kCount>& b) {
+    __m128d same = _mm_cmpeq_pd(a[0].lanes, b[0].lanes);
+    for (std::size_t i = 1; i < kCount; ++i) {
+      same = _mm_and_pd(same, _mm_cmpeq_pd(a[i].lanes, b[i].lanes));
+    }
+    return _mm_movemask_pd(same) == 3;
+  }
+
+  /// What the tables depend on.
+  static VELTRA_FORCE_INLINE Pairs<4> NumbersOf(const PlacementRecord& record) {
+    return {Pair(record.normScaleX, record.normScaleY),
+            Pair(record.originOffsetX, record.originOffsetY),
+            Pair(record.halfBandAngle, record.spanAngle),
+            Pair(record.radiansPerPixel, record.radiansPerPixel)};
+  }
+  /// What the notes depend on besides.
+  static VELTRA_FORCE_INLINE Pairs<7> StripNumbersOf(const PlacementRecord& record) {
+    return {Pair(record.spanStart.x, record.spanStart.y),
+            Pair(record.spanStart.z, record.spanEnd.x),
+            Pair(record.spanEnd.y, record.spanEnd.z),
+            Pair(record.spanNormal.x, record.spanNormal.y),
+            Pair(record.spanNormal.z, record.layerPixelsPerRadian),
+            Pair(record.layerHalfHeight, record.layerHalfHeight),
+            Pair(record.tilePeriod, record.tileOffset)};
   }
   VELTRA_FORCE_INLINE bool MadeFor(const PlacementRecord& record) const {
-    const Numbers now = NumbersOf(record);
-    const __m128d same = _mm_and_pd(_mm_and_pd(_mm_cmpeq_pd(now.scales, numbers_.scales),
-                                               _mm_cmpeq_pd(now.offsets, numbers_.offsets)),
-                                    _mm_and_pd(_mm_cmpeq_pd(now.limits, numbers_.limits),
-                                               _mm_cmpeq_pd(now.ramp, numbers_.ramp)));
-    return _mm_movemask_pd(same) == 3;
+    return AllEqual(NumbersOf(record), numbers_);
   }
   static std::uint32_t Offset(A_long position, A_long first) {
     return static_cast<std::uint32_t>(numerics::WrappingSubtract(position, first));
   }
 
-  Numbers numbers_{};
+  Pairs<4> numbers_{};
+  Pairs<7> stripNumbers_{};
   SpanBounds bounds_{};
   A_long firstColumn_ = 0;
   A_long firstRow_ = 0;
@@ -81,7 +102,17 @@ class FrameTables {
   std::uint32_t rows_ = 0;
   const SineAndCosine* rowEntries_ = nullptr;
   std::unique_ptr<SineAndCosine[]> entries_;  ///< columns, then rows
+  std::unique_ptr<NeighbourNote[]> notes_;    ///< one per row
+  std::uint8_t tileMode_ = 0;
 };
+
+/// Two entries in lanes.
+VELTRA_FORCE_INLINE SineAndCosineOf<TwoDoubles> SideBySide(
+    const FrameTables::SineAndCosine& first, const FrameTables::SineAndCosine& second) {
+  const __m128d a = _mm_loadu_pd(&first.sine);
+  const __m128d b = _mm_loadu_pd(&second.sine);
+  return {{_mm_unpacklo_pd(a, b)}, {_mm_unpackhi_pd(a, b)}};
+}
 
 /// Entries of the tables for one column or row, given its position in the frame.
 FrameTables::SineAndCosine ColumnEntry(const PlacementRecord& record, double px);

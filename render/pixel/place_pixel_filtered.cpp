@@ -90,13 +90,6 @@ VELTRA_NOINLINE PairMapping MapByThemselves(const PlacementRecord& record, A_lon
   return pair;
 }
 
-SineAndCosineOf<TwoDoubles> SideBySide(const FrameTables::SineAndCosine& here,
-                                       const FrameTables::SineAndCosine& neighbour) {
-  const __m128d first = _mm_loadu_pd(&here.sine);
-  const __m128d second = _mm_loadu_pd(&neighbour.sine);
-  return {{_mm_unpacklo_pd(first, second)}, {_mm_unpackhi_pd(first, second)}};
-}
-
 VELTRA_FORCE_INLINE PairMapping MapByTables(const PlacementRecord& record,
                                             const FrameTables& tables, A_long x, A_long y) {
   const A_long nextX = NeighbourOf(x);

@@ -4,9 +4,15 @@
 #include "render/pixel/frame_tables.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <optional>
+#include <random>
+#include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "render/pixel/place_pixel.h"
@@ -80,19 +86,65 @@ PlacementRecord WithSampler(PlacementRecord record, bool filtered) {
   return record;
 }
 
+/// Every pixel of the frame, row by row or in another order.
+std::vector<std::pair<A_long, A_long>> Positions(std::optional<unsigned> shuffle = {}) {
+  std::vector<std::pair<A_long, A_long>> positions;
+  for (A_long y = 0; y < kHeight; ++y) {
+    for (A_long x = 0; x < kWidth; ++x) {
+      positions.emplace_back(x, y);
+    }
+  }
+  if (shuffle) {
+    std::shuffle(positions.begin(), positions.end(), std::mt19937(*shuffle));
+  }
+  return positions;
+}
+
 template <class Pixel>
-std::vector<Pixel> Draw(const PlacementRecord& record, bool filtered) {
+std::vector<Pixel> Draw(const PlacementRecord& record, bool filtered,
+                        const std::vector<std::pair<A_long, A_long>>& positions = Positions()) {
   std::vector<Pixel> pixels(std::size_t{kWidth} * kHeight);
   PF_IteratePixelFn<Pixel> function =
       filtered ? Functions<Pixel>::kFiltered : Functions<Pixel>::kPlain;
   auto* refcon = const_cast<PlacementRecord*>(&record);
-  std::size_t i = 0;
-  for (A_long y = 0; y < kHeight; ++y) {
-    for (A_long x = 0; x < kWidth; ++x) {
-      function(refcon, x, y, nullptr, &pixels[i++]);
-    }
+  for (const auto& [x, y] : positions) {
+    function(
+        refcon, x, y, nullptr,
+        &pixels[std::size_t{kWidth} * static_cast<std::size_t>(y) + static_cast<std::size_t>(x)]);
   }
   return pixels;
+}
+
+/// A layer for the seams of Tile, which read its pixels.
+template <class Pixel>
+struct PaintedLayer {
+  static constexpr A_long kLayerWidth = 22;
+  static constexpr A_long kLayerHeight = 32;
+
+  PaintedLayer() : pixels(std::size_t{kLayerWidth} * kLayerHeight) {
+    using Channel = decltype(Pixel::alpha);
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+      const auto value = static_cast<Channel>(i % 200 + 1);
+      pixels[i] = {value, value, value, value};
+    }
+    world.data = pixels.data();
+    world.rowbytes = static_cast<A_long>(kLayerWidth * sizeof(Pixel));
+    world.width = kLayerWidth;
+    world.height = kLayerHeight;
+  }
+
+  std::vector<Pixel> pixels;
+  PF_EffectWorld world{};
+};
+
+/// The record with this layer; in Tile with several seams on the strip.
+template <class Pixel>
+PlacementRecord WithLayer(PlacementRecord record, PaintedLayer<Pixel>& layer, bool tile) {
+  record.samplingParams.src = &layer.world;
+  record.tileMode = tile ? 1 : 0;
+  record.tilePeriod = PaintedLayer<Pixel>::kLayerWidth - 1;
+  record.tileOffset = 5;
+  return record;
 }
 
 template <class Pixel>
@@ -133,6 +185,106 @@ TYPED_TEST(FrameTablesPicture, IsThatOfPixelsOnTheirOwnWhateverAreaTheTablesHold
       }
     }
   }
+}
+
+TYPED_TEST(FrameTablesPicture, IsTheSameInWhateverOrderThePixelsCome) {
+  auto backwards = Positions();
+  std::reverse(backwards.begin(), backwards.end());
+  PaintedLayer<TypeParam> layer;
+  for (const bool tile : {false, true}) {
+    const PlacementRecord record =
+        WithLayer(WithSampler<TypeParam>(SlantedRecord(), false), layer, tile);
+    const auto alone = Draw<TypeParam>(record, false);
+    const TabledRecord tabled(record, FrameWorld(), {0, 0, kWidth, kHeight});
+    EXPECT_TRUE(Same(Draw<TypeParam>(tabled, false, backwards), alone)) << "tile " << tile;
+    EXPECT_TRUE(Same(Draw<TypeParam>(tabled, false, Positions(1)), alone)) << "tile " << tile;
+    EXPECT_TRUE(Same(Draw<TypeParam>(tabled, false), alone)) << "tile " << tile;
+  }
+}
+
+TYPED_TEST(FrameTablesPicture, FollowsARecordThatChangesBetweenTwoNeighbours) {
+  using Change = void (*)(PlacementRecord&);
+  const Change changes[] = {
+      [](PlacementRecord& r) { r.originOffsetX += 5; },
+      [](PlacementRecord& r) { r.halfBandAngle *= 2; },
+      [](PlacementRecord& r) { r.spanStart.x -= 0.5; },
+      [](PlacementRecord& r) { r.spanStart.y -= 0.5; },
+      [](PlacementRecord& r) { r.spanStart.z += 0.5; },
+      [](PlacementRecord& r) { r.spanEnd.x += 0.25; },
+      [](PlacementRecord& r) { r.spanEnd.y += 0.9; },
+      [](PlacementRecord& r) { r.spanEnd.z -= 0.7; },
+      [](PlacementRecord& r) { r.spanAngle *= 0.1; },
+      [](PlacementRecord& r) { std::swap(r.spanNormal.x, r.spanNormal.y); },
+      [](PlacementRecord& r) { r.spanNormal.z += 0.5; },
+      [](PlacementRecord& r) { r.layerPixelsPerRadian *= 2; },
+      [](PlacementRecord& r) { r.layerHalfHeight *= 2; },
+      [](PlacementRecord& r) { r.tilePeriod = 6; },
+      [](PlacementRecord& r) { r.tileOffset += 4; },
+      [](PlacementRecord& r) { r.tileMode = 0; },
+  };
+  PaintedLayer<TypeParam> layer;
+  const PlacementRecord record =
+      WithLayer(WithSampler<TypeParam>(SlantedRecord(), false), layer, true);
+  const auto draw = [](PlacementRecord& drawn, A_long x) {
+    TypeParam pixel{};
+    Functions<TypeParam>::kPlain(&drawn, x, 20, nullptr, &pixel);
+    return std::vector{pixel};
+  };
+  for (std::size_t i = 0; i < std::size(changes); ++i) {
+    TabledRecord tabled(record, FrameWorld(), {0, 0, kWidth, kHeight});
+    draw(tabled, 18);
+    const auto unchanged = draw(tabled, 19);
+    changes[i](tabled);
+    PlacementRecord alone = tabled;
+    EXPECT_TRUE(Same(draw(tabled, 19), draw(alone, 19))) << "change " << i;
+    EXPECT_FALSE(Same(draw(tabled, 19), unchanged)) << "change " << i << " changes nothing";
+  }
+}
+
+TEST(NeighbourNote, NeverGivesAMixtureOfTwo) {
+  NeighbourNote note;
+  std::atomic<bool> done{false};
+  const auto leave = [&note, &done](A_long column) {
+    while (!done) {
+      note.Leave(column, {column, column, static_cast<float>(column)});
+    }
+  };
+  std::thread one(leave, 101);
+  std::thread other(leave, 203);
+  const auto taken = [&note](A_long column) {
+    SamplePoint point{};
+    if (note.Take(column, point) != Noted::kOnStrip) {
+      return 0;
+    }
+    EXPECT_EQ(point.x, column);
+    EXPECT_EQ(point.y, column);
+    EXPECT_EQ(point.coverage, static_cast<float>(column));
+    return 1;
+  };
+  int ones = 0;
+  int others = 0;
+  while ((ones < 20000 || others < 20000) && !HasFailure()) {
+    ones += taken(101);
+    others += taken(203);
+  }
+  done = true;
+  one.join();
+  other.join();
+}
+
+TEST(NeighbourNote, IsForItsColumnOnly) {
+  NeighbourNote note;
+  SamplePoint point{};
+  EXPECT_EQ(note.Take(1, point), Noted::kUnknown);
+  note.Leave(7, {-5, 6, 0.25F});
+  EXPECT_EQ(note.Take(5, point), Noted::kUnknown);
+  ASSERT_EQ(note.Take(7, point), Noted::kOnStrip);
+  EXPECT_EQ(point.x, -5);
+  EXPECT_EQ(point.y, 6);
+  EXPECT_EQ(point.coverage, 0.25F);
+  note.LeaveOffStrip(9);
+  EXPECT_EQ(note.Take(9, point), Noted::kOffStrip);
+  EXPECT_EQ(note.Take(7, point), Noted::kUnknown);
 }
 
 TYPED_TEST(FrameTablesPicture, FollowsARecordThatWasChangedOrCopiedAfterwards) {
