@@ -54,6 +54,7 @@ SharedWorld AtJobResolution(host::World world, int downsample, PF_RationalScale 
     world = std::move(*reduced);
   }
   world.SetPixelAspect(aspect);
+  world.KeepFacts();
   return std::make_shared<const host::World>(std::move(world));
 }
 

@@ -18,21 +18,13 @@
 
 namespace veltra::host {
 
-/// What the session keeps for an image of any depth.
+/// Sums of an image of any depth.
 class AreaSumsBase {
  public:
-  explicit AreaSumsBase(const PF_EffectWorld& image) : image_(image) {}
+  AreaSumsBase() = default;
   virtual ~AreaSumsBase() = default;
   AreaSumsBase(const AreaSumsBase&) = delete;
   AreaSumsBase& operator=(const AreaSumsBase&) = delete;
-
-  bool IsOf(const PF_EffectWorld& view) const {
-    return view.data == image_.data && view.rowbytes == image_.rowbytes &&
-           view.width == image_.width && view.height == image_.height;
-  }
-
- protected:
-  PF_EffectWorld image_;
 };
 
 /// Sums of 8 x 8 and 32 x 32 blocks, a sixteenth of the memory of an 8 or 16 bit image and half
@@ -54,7 +46,7 @@ class AreaSums : public AreaSumsBase {
   static constexpr A_long kTile = 64;  ///< columns of a tile, in blocks; whole large blocks
 
   explicit AreaSums(const PF_EffectWorld& image)
-      : AreaSumsBase(image),
+      : image_(image),
         columns_(image.width / kBlock),
         rows_(image.height / kBlock),
         largeColumns_(columns_ / kLargeBlock),
@@ -191,6 +183,7 @@ class AreaSums : public AreaSumsBase {
 
   static constexpr std::size_t kLocks = 16;
 
+  PF_EffectWorld image_;
   A_long columns_;
   A_long rows_;
   A_long largeColumns_;

@@ -199,26 +199,39 @@ const World* Session::LayerWorld(PF_ParamIndex index) const {
 
 PF_EffectWorld Session::LayerView(const World& world, const PF_LRect& rect) {
   PF_EffectWorld view = world.View(rect);
-  view.extent_hint = VisibleExtent(view, world.PixelDepth());
+  if (view.width <= 0 || view.height <= 0) {
+    return view;
+  }
   const std::lock_guard lock(mutex);
-  const std::size_t count = areaSumsCount_.load(std::memory_order_relaxed);
-  const bool known = std::any_of(areaSums_.begin(), areaSums_.begin() + count,
-                                 [&view](const auto& sums) { return sums->IsOf(view); });
-  if (!known && count < kMaxAreaSums && view.width > 0 && view.height > 0) {
-    areaSums_[count] = MakeAreaSums(view, world.PixelDepth());
-    areaSumsCount_.store(count + (areaSums_[count] != nullptr ? 1 : 0), std::memory_order_release);
+  if (const ImageFacts* known = FindFacts(view)) {
+    view.extent_hint = known->visibleExtent;
+    return view;
+  }
+  KeptImageFacts* kept = world.KeptFacts();
+  const auto facts = kept != nullptr ? kept->Of(view, world.PixelDepth())
+                                     : std::make_shared<const ImageFacts>(view, world.PixelDepth());
+  view.extent_hint = facts->visibleExtent;
+  const std::size_t count = lentCount_.load(std::memory_order_relaxed);
+  if (count < kMostLent) {
+    lent_[count] = facts;
+    lentCount_.store(count + 1, std::memory_order_release);
   }
   return view;
 }
 
-AreaSumsBase* Session::FindAreaSums(const PF_EffectWorld& view) const {
-  const std::size_t count = areaSumsCount_.load(std::memory_order_acquire);
+const ImageFacts* Session::FindFacts(const PF_EffectWorld& view) const {
+  const std::size_t count = lentCount_.load(std::memory_order_acquire);
   for (std::size_t i = 0; i < count; ++i) {
-    if (areaSums_[i]->IsOf(view)) {
-      return areaSums_[i].get();
+    if (lent_[i]->AreOf(view)) {
+      return lent_[i].get();
     }
   }
   return nullptr;
+}
+
+AreaSumsBase* Session::FindAreaSums(const PF_EffectWorld& view) const {
+  const ImageFacts* facts = FindFacts(view);
+  return facts != nullptr ? facts->areaSums.get() : nullptr;
 }
 
 // ---- Accounts ----

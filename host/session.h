@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "host/area_sums.h"
 #include "host/guarded.h"
+#include "host/image_facts.h"
 #include "host/renderer.h"
 #include "host/row_work.h"
 #include "host_api/entry_points.h"
@@ -138,6 +138,7 @@ class Session {
   friend class SessionScope;
 
   void SetUpInData();
+  const ImageFacts* FindFacts(const PF_EffectWorld& view) const;
   A_long ReducedPoint(A_long coordinate) const;
 
   static constexpr std::uint64_t kMagic = 0x56454C5452415345U;
@@ -154,9 +155,9 @@ class Session {
 
   // Readers on many threads walk the array without a lock; an entry is complete before the count
   // covers it. What does not fit is sampled without sums.
-  static constexpr std::size_t kMaxAreaSums = 16;
-  std::array<std::unique_ptr<AreaSumsBase>, kMaxAreaSums> areaSums_;
-  std::atomic<std::size_t> areaSumsCount_{0};
+  static constexpr std::size_t kMostLent = 16;
+  std::array<std::shared_ptr<const ImageFacts>, kMostLent> lent_;
+  std::atomic<std::size_t> lentCount_{0};
 
   std::map<std::pair<std::string, A_long>, int> suiteBalance_;
 };

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/image_facts.h"
 #include "host/large_pages.h"
 #include "host/world_view.h"
 
@@ -109,6 +110,7 @@ World& World::operator=(World&& other) noexcept {
   originY_ = other.originY_;
   pixelAspect_ = other.pixelAspect_;
   guarded_ = std::exchange(other.guarded_, false);
+  keptFacts_ = std::move(other.keptFacts_);
   return *this;
 }
 
@@ -140,6 +142,12 @@ PF_EffectWorld World::View(const PF_LRect& rect) const {
                 static_cast<std::ptrdiff_t>(part.left - originX_) * BytesPerPixel(depth_);
   }
   return view;
+}
+
+void World::KeepFacts() {
+  if (keptFacts_ == nullptr) {
+    keptFacts_ = std::make_shared<KeptImageFacts>();
+  }
 }
 
 bool World::GuardIntact() const {

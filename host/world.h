@@ -16,6 +16,8 @@
 
 namespace veltra::host {
 
+class KeptImageFacts;
+
 /// How the rows of a world lie in memory. The defaults suit rendering; a validator asks for odd
 /// strides and for guard bytes around every row.
 struct WorldLayout {
@@ -81,6 +83,13 @@ class World {
   /// The part inside `rect` (layer coordinates, clipped to the image), sharing the pixels.
   PF_EffectWorld View(const PF_LRect& rect) const;
 
+  /// Promises that the pixels stay as they are from now on. What one frame works out about them is
+  /// then kept with them for the next: sums for the area sampler, up to a sixteenth of their
+  /// memory, and the visible extent. Not while a frame is rendered from the world.
+  void KeepFacts();
+  /// Null for a world that may change.
+  KeptImageFacts* KeptFacts() const { return keptFacts_.get(); }
+
   /// Whether the bytes around the pixels of a guarded world are still as they were made.
   bool GuardIntact() const;
 
@@ -100,6 +109,7 @@ class World {
   A_long originY_ = 0;
   PF_RationalScale pixelAspect_{1, 1};
   bool guarded_ = false;
+  std::shared_ptr<KeptImageFacts> keptFacts_;
 };
 
 /// Empty when a world of this size is possible, otherwise the reason in one line.
