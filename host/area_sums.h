@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <type_traits>
 #include <vector>
 
 #include "host/large_pages.h"
@@ -17,6 +19,20 @@
 #include "numerics/compiler.h"
 
 namespace veltra::host {
+
+/// Adds the pixels of `rect`, row by row.
+template <class Pixel, bool kCareful>
+VELTRA_FORCE_INLINE void AddRows(const PF_EffectWorld& image, const PF_LRect& rect,
+                                 PixelSum<Pixel, kCareful>& sum) {
+  // A sum of our own stays in registers: for all the compiler knows, the pixels might lie in the
+  // other one.
+  PixelSum<Pixel, kCareful> rows = sum;
+  for (A_long y = rect.top; y < rect.bottom; ++y) {
+    const auto* row = RowOf<const Pixel>(image, y);
+    rows.AddRun(row + rect.left, row + rect.right);
+  }
+  sum = rows;
+}
 
 /// Sums of an image of any depth.
 class AreaSumsBase {
@@ -31,9 +47,10 @@ class AreaSumsBase {
 /// of that for a float one. Blocks rather than running sums: those would need as much again as the
 /// image, lose small floats beside large ones, and carry one infinite pixel into every later
 /// box. With two sizes of block the cost of a box grows with its edge, not with its area.
-/// Tiles of 32 rows are summed when first asked for, by whichever thread asks, and are small enough
-/// that the pixels around a box are still near when it adds those; the order of every addition is
-/// fixed, so the result does not depend on who came first.
+/// Boxes side by side that do not overlap need every pixel once, and then making sums first is the
+/// longer way. So a tile of 32 rows is summed, by whichever thread asks, when its pixels have been
+/// asked for a second time over; until then they are added themselves. The order of every addition
+/// is the same either way, so the result does not depend on who came when.
 template <class Pixel>
 class AreaSums : public AreaSumsBase {
  public:
@@ -51,55 +68,88 @@ class AreaSums : public AreaSumsBase {
         rows_(image.height / kBlock),
         largeColumns_(columns_ / kLargeBlock),
         tileColumns_((columns_ + kTile - 1) / kTile),
-        tileReady_(static_cast<std::size_t>((image.height + kBand - 1) / kBand) *
-                   static_cast<std::size_t>(tileColumns_)),
+        tiles_(static_cast<std::size_t>((image.height + kBand - 1) / kBand) *
+               static_cast<std::size_t>(tileColumns_)),
         blocks_(AllocateSums(columns_, rows_)),
         largeBlocks_(AllocateSums(largeColumns_, rows_ / kLargeBlock)) {}
 
   /// False when there was no memory for the sums; the image is then summed pixel by pixel.
   bool Usable() const { return blocks_ != nullptr && largeBlocks_ != nullptr; }
 
-  /// Adds the blocks of `rect`, counted in blocks.
-  void AddBlocks(const PF_LRect& rect, PixelSum<Pixel>& sum) {
-    MakeReady(rect);
-    AddFramed(
-        rect, kLargeBlock, 2,
-        [this, &sum](A_long row, A_long left, A_long right) {
-          sum.AddRun(Block(left, row), Block(right, row));
-        },
-        [this, &sum](const PF_LRect& inner) {
-          for (A_long row = inner.top; row < inner.bottom; ++row) {
-            sum.AddRun(LargeBlock(inner.left, row), LargeBlock(inner.right, row));
-          }
-        });
+  /// The blocks that lie wholly in `rect`; too few to be worth it count as none.
+  static PF_LRect WholeBlocks(const PF_LRect& rect) {
+    return WholeCells(rect, kBlock, kLeastBlocks);
   }
 
-  /// Splits `rect` into whole cells of `step` units, passed as one rectangle in cells, and the
-  /// runs of units around them. A rectangle less than `least` cells wide or high is all runs.
-  template <class Run, class Cells>
-  static void AddFramed(const PF_LRect& rect, A_long step, A_long least, Run run, Cells cells) {
-    const PF_LRect inner{(rect.left + step - 1) / step, (rect.top + step - 1) / step,
-                         rect.right / step, rect.bottom / step};
-    const bool split = inner.right - inner.left >= least && inner.bottom - inner.top >= least;
-    const A_long cellsTop = split ? inner.top * step : rect.bottom;
-    const A_long cellsBottom = split ? inner.bottom * step : rect.bottom;
-    for (A_long y = rect.top; y < cellsTop; ++y) {
-      run(y, rect.left, rect.right);
+  /// Whether all tiles under the blocks of `rect` have their sums, after making those that have
+  /// been asked for often enough.
+  bool MakeReady(const PF_LRect& rect) {
+    bool ready = true;
+    for (A_long band = rect.top / kLargeBlock; band <= (rect.bottom - 1) / kLargeBlock; ++band) {
+      for (A_long column = rect.left / kTile; column <= (rect.right - 1) / kTile; ++column) {
+        Tile& tile =
+            tiles_[static_cast<std::size_t>(band) * static_cast<std::size_t>(tileColumns_) +
+                   static_cast<std::size_t>(column)];
+        if (tile.ready.load(std::memory_order_acquire)) {
+          continue;
+        }
+        const PF_LRect blocks = BlocksOf(band, column);
+        const PF_LRect asked = Intersection(rect, blocks);
+        const std::uint32_t now = CountOf(asked);
+        if (tile.used.fetch_add(now, std::memory_order_relaxed) < kEnough * CountOf(blocks)) {
+          ready = false;
+        } else {
+          BuildTile(blocks, tile);
+        }
+      }
     }
-    for (A_long y = cellsTop; y < cellsBottom; ++y) {
-      run(y, rect.left, inner.left * step);
-      run(y, inner.right * step, rect.right);
+    return ready;
+  }
+
+  /// Adds the blocks of `rect`, counted in blocks, from their sums or from their pixels, with the
+  /// same bits; `ready` is what MakeReady said of them.
+  template <bool kCareful>
+  void AddBlocks(const PF_LRect& rect, bool ready, PixelSum<Pixel, kCareful>& sum) const {
+    if (ready) {
+      AddCells(
+          rect, [this](A_long column, A_long row) { return *Block(column, row); },
+          [this](A_long column, A_long row) { return *LargeBlock(column, row); }, sum);
+      return;
     }
-    for (A_long y = cellsBottom; y < rect.bottom; ++y) {
-      run(y, rect.left, rect.right);
+    const auto block = [this](A_long column, A_long row) { return SumOfPixels(column, row); };
+    AddCells(
+        rect, block,
+        [this, block](A_long column, A_long row) { return SumOfBlocks(column, row, block); }, sum);
+  }
+
+  /// Splits `rect` into the cells of `step` units in `inner`, which is counted in cells and may be
+  /// empty, and the rectangles of units around them: each is passed on as it is.
+  template <class Units, class Cells>
+  static VELTRA_FORCE_INLINE void AddFramed(const PF_LRect& rect, A_long step,
+                                            const PF_LRect& inner, Units units, Cells cells) {
+    if (IsEmpty(inner)) {
+      units(rect);
+      return;
     }
-    if (split) {
-      cells(inner);
-    }
+    const PF_LRect framed{inner.left * step, inner.top * step, inner.right * step,
+                          inner.bottom * step};
+    units({rect.left, rect.top, rect.right, framed.top});
+    units({rect.left, framed.top, framed.left, framed.bottom});
+    units({framed.right, framed.top, rect.right, framed.bottom});
+    units({rect.left, framed.bottom, rect.right, rect.bottom});
+    cells(inner);
   }
 
  private:
   using Sum = BlockSum<Pixel>;
+
+  /// The cells of `step` units that lie wholly in `rect`; none where fewer than `least` a side.
+  static PF_LRect WholeCells(const PF_LRect& rect, A_long step, A_long least) {
+    const PF_LRect cells{(rect.left + step - 1) / step, (rect.top + step - 1) / step,
+                         rect.right / step, rect.bottom / step};
+    const bool enough = cells.right - cells.left >= least && cells.bottom - cells.top >= least;
+    return enough ? cells : PF_LRect{0, 0, 0, 0};
+  }
 
   struct FreeSums {
     void operator()(Sum* sums) const { ::operator delete (sums, std::align_val_t{alignof(Sum)}); }
@@ -124,63 +174,91 @@ class AreaSums : public AreaSumsBase {
     return largeBlocks_.get() + static_cast<std::ptrdiff_t>(row) * largeColumns_ + column;
   }
 
-  void MakeReady(const PF_LRect& rect) {
-    for (A_long band = rect.top / kLargeBlock; band <= (rect.bottom - 1) / kLargeBlock; ++band) {
-      for (A_long column = rect.left / kTile; column <= (rect.right - 1) / kTile; ++column) {
-        const std::size_t tile =
-            static_cast<std::size_t>(band) * static_cast<std::size_t>(tileColumns_) +
-            static_cast<std::size_t>(column);
-        if (!tileReady_[tile].load(std::memory_order_acquire)) {
-          BuildTile(band, column, tile);
+  /// Blocks of `rect`, by whatever gives the sum of one or of a large one.
+  template <class BlockAt, class LargeBlockAt, bool kCareful>
+  static void AddCells(const PF_LRect& rect, BlockAt blockAt, LargeBlockAt largeBlockAt,
+                       PixelSum<Pixel, kCareful>& sum) {
+    const auto add = [&sum](const PF_LRect& cells, auto at) {
+      for (A_long row = cells.top; row < cells.bottom; ++row) {
+        for (A_long column = cells.left; column < cells.right; ++column) {
+          sum.AddBlock(at(column, row));
         }
       }
-    }
+    };
+    AddFramed(
+        rect, kLargeBlock, WholeCells(rect, kLargeBlock, 2),
+        [&](const PF_LRect& blocks) { add(blocks, blockAt); },
+        [&](const PF_LRect& largeBlocks) { add(largeBlocks, largeBlockAt); });
   }
 
-  VELTRA_NOINLINE void BuildTile(A_long band, A_long tileColumn, std::size_t tile) {
+  template <bool kCareful>
+  Sum SumOfPixelsAs(A_long column, A_long row) const {
+    PixelSum<Pixel, kCareful> sum;
+    for (A_long y = row * kBlock; y < (row + 1) * kBlock; ++y) {
+      const auto* pixels = RowOf<const Pixel>(image_, y) + column * kBlock;
+      sum.AddRun(pixels, pixels + kBlock);
+    }
+    return sum.ToBlock();
+  }
+  Sum SumOfPixels(A_long column, A_long row) const {
+    const Sum sum = SumOfPixelsAs<false>(column, row);
+    if constexpr (std::is_same_v<Pixel, PF_PixelFloat>) {
+      if (AnyNan(sum.lanes)) {
+        return SumOfPixelsAs<true>(column, row);
+      }
+    }
+    return sum;
+  }
+
+  /// Of the large block, counted in large blocks.
+  template <class BlockAt>
+  static Sum SumOfBlocks(A_long column, A_long row, BlockAt blockAt) {
+    PixelSum<Pixel> sum;
+    for (A_long y = row * kLargeBlock; y < (row + 1) * kLargeBlock; ++y) {
+      for (A_long x = column * kLargeBlock; x < (column + 1) * kLargeBlock; ++x) {
+        sum.AddBlock(blockAt(x, y));
+      }
+    }
+    return sum.ToBlock();
+  }
+
+  struct Tile {
+    std::atomic<bool> ready{false};
+    std::atomic<std::uint32_t> used{0};  ///< blocks added from their pixels
+  };
+
+  PF_LRect BlocksOf(A_long band, A_long tileColumn) const {
+    return {tileColumn * kTile, band * kLargeBlock, std::min((tileColumn + 1) * kTile, columns_),
+            std::min((band + 1) * kLargeBlock, rows_)};
+  }
+  static std::uint32_t CountOf(const PF_LRect& rect) {
+    return static_cast<std::uint32_t>((rect.right - rect.left) * (rect.bottom - rect.top));
+  }
+
+  VELTRA_NOINLINE void BuildTile(const PF_LRect& blocks, Tile& tile) {
     // A few locks, so that threads on different tiles do not wait for each other.
-    const std::lock_guard lock(locks_[tile % kLocks]);
-    if (tileReady_[tile].load(std::memory_order_relaxed)) {
+    const std::lock_guard lock(locks_[static_cast<std::size_t>(&tile - tiles_.data()) % kLocks]);
+    if (tile.ready.load(std::memory_order_relaxed)) {
       return;
     }
-    const PF_LRect blocks{tileColumn * kTile, band * kLargeBlock,
-                          std::min((tileColumn + 1) * kTile, columns_),
-                          std::min((band + 1) * kLargeBlock, rows_)};
     for (A_long row = blocks.top; row < blocks.bottom; ++row) {
-      BuildBlocks(row, blocks.left, blocks.right);
-    }
-    if (blocks.bottom - blocks.top == kLargeBlock) {
-      BuildLargeBlocks(band, blocks.left / kLargeBlock, blocks.right / kLargeBlock);
-    }
-    tileReady_[tile].store(true, std::memory_order_release);
-  }
-
-  void BuildBlocks(A_long row, A_long firstColumn, A_long lastColumn) {
-    const Pixel* lines[kBlock];
-    for (A_long i = 0; i < kBlock; ++i) {
-      lines[i] = RowOf<const Pixel>(image_, row * kBlock + i) + firstColumn * kBlock;
-    }
-    for (A_long column = firstColumn; column < lastColumn; ++column) {
-      PixelSum<Pixel> sum;
-      for (const Pixel*& line : lines) {
-        sum.AddRun(line, line + kBlock);
-        line += kBlock;
+      for (A_long column = blocks.left; column < blocks.right; ++column) {
+        new (Block(column, row)) Sum(SumOfPixels(column, row));
       }
-      new (Block(column, row)) Sum(sum.ToBlock());
     }
-  }
-
-  void BuildLargeBlocks(A_long band, A_long firstColumn, A_long lastColumn) {
-    for (A_long column = firstColumn; column < lastColumn; ++column) {
-      PixelSum<Pixel> sum;
-      for (A_long i = 0; i < kLargeBlock; ++i) {
-        const Sum* first = Block(column * kLargeBlock, band * kLargeBlock + i);
-        sum.AddRun(first, first + kLargeBlock);
+    const PF_LRect large{blocks.left / kLargeBlock, blocks.top / kLargeBlock,
+                         blocks.right / kLargeBlock, blocks.bottom / kLargeBlock};
+    for (A_long row = large.top; row < large.bottom; ++row) {
+      for (A_long column = large.left; column < large.right; ++column) {
+        new (LargeBlock(column, row))
+            Sum(SumOfBlocks(column, row, [this](A_long x, A_long y) { return *Block(x, y); }));
       }
-      new (LargeBlock(column, band)) Sum(sum.ToBlock());
     }
+    tile.ready.store(true, std::memory_order_release);
   }
 
+  /// How often a tile's blocks are added from their pixels on average before their sums are made.
+  static constexpr std::uint32_t kEnough = 2;
   static constexpr std::size_t kLocks = 16;
 
   PF_EffectWorld image_;
@@ -188,32 +266,27 @@ class AreaSums : public AreaSumsBase {
   A_long rows_;
   A_long largeColumns_;
   A_long tileColumns_;
-  std::vector<std::atomic<bool>> tileReady_;
+  std::vector<Tile> tiles_;
   SumArray blocks_;
   SumArray largeBlocks_;
   std::mutex locks_[kLocks];
 };
 
 /// Adds every pixel of `rect`, which lies inside the image; an empty one adds nothing.
-template <class Pixel>
-void AddRectangle(const PF_EffectWorld& image, AreaSums<Pixel>* sums, const PF_LRect& rect,
-                  PixelSum<Pixel>& sum) {
+template <class Pixel, bool kCareful>
+VELTRA_FORCE_INLINE void AddRectangle(const PF_EffectWorld& image, AreaSums<Pixel>* sums,
+                                      const PF_LRect& rect, PixelSum<Pixel, kCareful>& sum) {
   if (IsEmpty(rect)) {
     return;
   }
-  const auto run = [&image, &sum](A_long y, A_long left, A_long right) {
-    const auto* row = RowOf<const Pixel>(image, y);
-    sum.AddRun(row + left, row + right);
-  };
-  if (sums == nullptr) {
-    for (A_long y = rect.top; y < rect.bottom; ++y) {
-      run(y, rect.left, rect.right);
-    }
-    return;
-  }
+  const PF_LRect blocks = sums != nullptr ? AreaSums<Pixel>::WholeBlocks(rect) : PF_LRect{};
+  const bool ready = !IsEmpty(blocks) && sums->MakeReady(blocks);
+  // Where the order of additions is free, pixels are added row by row.
+  const bool framed = ready || (!IsEmpty(blocks) && !PixelSum<Pixel>::kAnyOrder);
   AreaSums<Pixel>::AddFramed(
-      rect, AreaSums<Pixel>::kBlock, AreaSums<Pixel>::kLeastBlocks, run,
-      [sums, &sum](const PF_LRect& blocks) { sums->AddBlocks(blocks, sum); });
+      rect, AreaSums<Pixel>::kBlock, framed ? blocks : PF_LRect{},
+      [&](const PF_LRect& pixels) { AddRows(image, pixels, sum); },
+      [&](const PF_LRect& inner) { sums->AddBlocks(inner, ready, sum); });
 }
 
 /// Sums of an image of any depth; null when there is no memory for them.

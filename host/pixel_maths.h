@@ -67,18 +67,29 @@ inline Lanes LanesOfUnsigned(__m128i fourInts) {
 }
 
 /// Colour times alpha, alpha as it is. The product of two channels is exact in a double.
+inline Lanes Premultiplied(Lanes straight) {
+  const __m128d alpha = _mm_unpacklo_pd(straight.alphaRed, straight.alphaRed);
+  const __m128d oneAlpha = _mm_unpacklo_pd(_mm_set_sd(1.0), straight.alphaRed);
+  return {_mm_mul_pd(straight.alphaRed, oneAlpha), _mm_mul_pd(straight.greenBlue, alpha)};
+}
+
+/// The same of a pixel, which counts for nothing without alpha even if its colour is infinite or
+/// no number.
 template <class Pixel>
 Lanes LoadPremultiplied(const Pixel& pixel) {
   const Lanes straight = Load(pixel);
-  const __m128d alpha = _mm_unpacklo_pd(straight.alphaRed, straight.alphaRed);
-  const __m128d oneAlpha = _mm_unpacklo_pd(_mm_set_sd(1.0), straight.alphaRed);
-  Lanes product{_mm_mul_pd(straight.alphaRed, oneAlpha), _mm_mul_pd(straight.greenBlue, alpha)};
+  Lanes product = Premultiplied(straight);
   if constexpr (std::is_same_v<Pixel, PF_PixelFloat>) {
-    // A pixel of no alpha counts for nothing, even if its colour is infinite or no number.
+    const __m128d alpha = _mm_unpacklo_pd(straight.alphaRed, straight.alphaRed);
     const __m128d visible = _mm_cmpneq_pd(alpha, _mm_setzero_pd());
     product = {_mm_and_pd(visible, product.alphaRed), _mm_and_pd(visible, product.greenBlue)};
   }
   return product;
+}
+
+inline bool AnyNan(Lanes lanes) {
+  return _mm_movemask_pd(_mm_or_pd(_mm_cmpunord_pd(lanes.alphaRed, lanes.alphaRed),
+                                   _mm_cmpunord_pd(lanes.greenBlue, lanes.greenBlue))) != 0;
 }
 
 /// Two neighbours, premultiplied, with weights 65536 - fx and fx of 65536; 0 < fx < 65536.

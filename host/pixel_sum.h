@@ -31,16 +31,20 @@ struct BlockSum<PF_Pixel8> {
 /// A running sum of pixels and of blocks. Plain additions only: taking sums apart again would
 /// lose small floats beside large ones, and one infinite pixel would spoil everything after it.
 /// The order of the additions depends on nothing but the runs that are added.
-template <class Pixel>
+///
+/// A pixel counts for nothing without alpha, whatever its colour. Where a float one's is infinite
+/// or no number, only a careful sum sees to that; the other then comes out as no number.
+template <class Pixel, bool kCareful = false>
 class PixelSum;
 
 // ---- 8 bit ----
 
 /// 32-bit integers: the largest box of 65536 pixels still fits, since 65536 x 255 x 255 is less
 /// than 2^32.
-template <>
-class PixelSum<PF_Pixel8> {
+template <bool kCareful>
+class PixelSum<PF_Pixel8, kCareful> {
  public:
+  static constexpr bool kAnyOrder = true;  ///< gives the same bits
   using Block = BlockSum<PF_Pixel8>;
 
   void Add(const PF_Pixel8& pixel) {
@@ -71,11 +75,7 @@ class PixelSum<PF_Pixel8> {
     }
   }
 
-  void AddRun(const Block* first, const Block* last) {
-    for (; first != last; ++first) {
-      sums_ = _mm_add_epi32(sums_, first->ints);
-    }
-  }
+  void AddBlock(const Block& block) { sums_ = _mm_add_epi32(sums_, block.ints); }
 
   Block ToBlock() const { return {sums_}; }
   Lanes ToLanes() const { return LanesOfUnsigned(sums_); }
@@ -122,9 +122,10 @@ class PixelSum<PF_Pixel8> {
 /// full scale: with c = c' + h and a = a' + h,
 ///   sum(c a) = sum(c' a') + h (sum c' + sum a') + n h h.
 /// Channels above full scale, which no proper image has, count as full scale.
-template <>
-class PixelSum<PF_Pixel16> {
+template <bool kCareful>
+class PixelSum<PF_Pixel16, kCareful> {
  public:
+  static constexpr bool kAnyOrder = true;
   using Block = BlockSum<PF_Pixel16>;
 
   void Add(const PF_Pixel16& pixel) {
@@ -148,11 +149,7 @@ class PixelSum<PF_Pixel16> {
     }
   }
 
-  void AddRun(const Block* first, const Block* last) {
-    for (; first != last; ++first) {
-      blocks_ = blocks_ + first->lanes;
-    }
-  }
+  void AddBlock(const Block& block) { blocks_ = blocks_ + block.lanes; }
 
   Block ToBlock() const { return {ToLanes()}; }
 
@@ -235,42 +232,32 @@ class PixelSum<PF_Pixel16> {
 
 /// Doubles; products of two floats are exact in them. Neighbours are added apart, since one
 /// addition takes longer than all else of a pixel.
-template <>
-class PixelSum<PF_PixelFloat> {
+template <bool kCareful>
+class PixelSum<PF_PixelFloat, kCareful> {
  public:
+  static constexpr bool kAnyOrder = false;
   using Block = BlockSum<PF_PixelFloat>;
 
-  void Add(const PF_PixelFloat& pixel) { even_ = even_ + LoadPremultiplied(pixel); }
+  void Add(const PF_PixelFloat& pixel) { even_ = even_ + ToAdd(pixel); }
 
   void AddRun(const PF_PixelFloat* first, const PF_PixelFloat* last) {
     for (; last - first >= 2; first += 2) {
-      AddTwo(first);
+      even_ = even_ + ToAdd(first[0]);
+      odd_ = odd_ + ToAdd(first[1]);
     }
     if (first != last) {
       Add(*first);
     }
   }
 
-  void AddRun(const Block* first, const Block* last) {
-    for (; first != last; ++first) {
-      even_ = even_ + first->lanes;
-    }
-  }
+  void AddBlock(const Block& block) { even_ = even_ + block.lanes; }
 
   Block ToBlock() const { return {ToLanes()}; }
   Lanes ToLanes() const { return even_ + odd_; }
 
  private:
-  void AddTwo(const PF_PixelFloat* two) {
-    const __m128 alphas = _mm_unpacklo_ps(_mm_set_ss(two[0].alpha), _mm_set_ss(two[1].alpha));
-    if ((_mm_movemask_ps(_mm_cmpeq_ps(alphas, _mm_set1_ps(1.0F))) & 3) == 3) {
-      // Times one is the same number, bit for bit.
-      even_ = even_ + Load(two[0]);
-      odd_ = odd_ + Load(two[1]);
-    } else {
-      even_ = even_ + LoadPremultiplied(two[0]);
-      odd_ = odd_ + LoadPremultiplied(two[1]);
-    }
+  static Lanes ToAdd(const PF_PixelFloat& pixel) {
+    return kCareful ? LoadPremultiplied(pixel) : Premultiplied(Load(pixel));
   }
 
   Lanes even_ = ZeroLanes();

@@ -96,12 +96,12 @@ inline bool CoverAxis(PF_Fixed centre, std::int64_t radius, A_long length, BoxAx
 }
 
 /// The weighted sum of one row under a box.
-template <class Pixel>
+template <bool kCareful, class Pixel>
 Lanes SumRow(const PF_EffectWorld& image, A_long row, const BoxAxis& across) {
   const auto* pixels = RowOf<const Pixel>(image, row);
   Lanes total = LoadPremultiplied(pixels[across.first]) * static_cast<double>(across.firstCover);
   if (across.last > across.first) {
-    PixelSum<Pixel> middle;
+    PixelSum<Pixel, kCareful> middle;
     middle.AddRun(pixels + across.first + 1, pixels + across.last);
     total = total + middle.ToLanes() * static_cast<double>(kOnePixel) +
             LoadPremultiplied(pixels[across.last]) * static_cast<double>(across.lastCover);
@@ -110,12 +110,12 @@ Lanes SumRow(const PF_EffectWorld& image, A_long row, const BoxAxis& across) {
 }
 
 /// The same over the rows that a box covers wholly: its left column, its inside, its right column.
-template <class Pixel>
-Lanes SumWholeRows(const PF_EffectWorld& image, AreaSums<Pixel>* sums, const BoxAxis& across,
-                   const BoxAxis& down) {
-  PixelSum<Pixel> left;
-  PixelSum<Pixel> middle;
-  PixelSum<Pixel> right;
+template <bool kCareful, class Pixel>
+VELTRA_FORCE_INLINE Lanes SumWholeRows(const PF_EffectWorld& image, AreaSums<Pixel>* sums,
+                                       const BoxAxis& across, const BoxAxis& down) {
+  PixelSum<Pixel, kCareful> left;
+  PixelSum<Pixel, kCareful> middle;
+  PixelSum<Pixel, kCareful> right;
   for (A_long row = down.first + 1; row < down.last; ++row) {
     const auto* pixels = RowOf<const Pixel>(image, row);
     left.Add(pixels[across.first]);
@@ -128,6 +128,26 @@ Lanes SumWholeRows(const PF_EffectWorld& image, AreaSums<Pixel>* sums, const Box
             right.ToLanes() * static_cast<double>(across.lastCover);
   }
   return total;
+}
+
+template <bool kCareful, class Pixel>
+VELTRA_FORCE_INLINE Lanes SumBox(const PF_EffectWorld& image, AreaSums<Pixel>* sums,
+                                 const BoxAxis& across, const BoxAxis& down) {
+  Lanes total =
+      SumRow<kCareful, Pixel>(image, down.first, across) * static_cast<double>(down.firstCover);
+  if (down.last > down.first) {
+    total = total +
+            SumWholeRows<kCareful>(image, sums, across, down) * static_cast<double>(kOnePixel) +
+            SumRow<kCareful, Pixel>(image, down.last, across) * static_cast<double>(down.lastCover);
+  }
+  return total;
+}
+
+/// For boxes where the quick way came upon a colour that is no number.
+inline VELTRA_NOINLINE Lanes SumBoxCarefully(const PF_EffectWorld& image,
+                                             AreaSums<PF_PixelFloat>* sums, const BoxAxis& across,
+                                             const BoxAxis& down) {
+  return SumBox<true>(image, sums, across, down);
 }
 
 /// The exact average over the box of the given 16.16 radii: partly covered pixels count by their
@@ -143,11 +163,11 @@ Pixel SampleArea(const PF_EffectWorld& image, AreaSums<Pixel>* sums, PF_Fixed x,
   if (!CoverAxis(x, rx, image.width, across) || !CoverAxis(y, ry, image.height, down)) {
     return Pixel{};
   }
-  Lanes total = SumRow<Pixel>(image, down.first, across) * static_cast<double>(down.firstCover);
-  if (down.last > down.first) {
-    total = total +
-            SumWholeRows<Pixel>(image, sums, across, down) * static_cast<double>(kOnePixel) +
-            SumRow<Pixel>(image, down.last, across) * static_cast<double>(down.lastCover);
+  Lanes total = SumBox<false>(image, sums, across, down);
+  if constexpr (std::is_same_v<Pixel, PF_PixelFloat>) {
+    if (AnyNan(total)) {
+      total = SumBoxCarefully(image, sums, across, down);
+    }
   }
   return StraightAverage<Pixel>(total, static_cast<double>(4 * rx * ry));
 }
