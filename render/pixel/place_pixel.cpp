@@ -132,8 +132,9 @@ VELTRA_NOINLINE PF_Err PlaceFirst(const PlacementRecord& record, const FrameTabl
   const auto inPlane = NearlyUnit(OntoPlane(record, p, d));
   const TwoDoubles toStart = Dot(inPlane, Splat(record.spanStart, d));
   const TwoDoubles toEnd = Dot(inPlane, Splat(record.spanEnd, d));
+  const bool mayLeave = tables.NotesAreFor(record);
   if (IsSurelyPastEnds(tables.Bounds(), First(toStart), First(toEnd))) {
-    if (IsSurelyPastEnds(tables.Bounds(), Second(toStart), Second(toEnd))) {
+    if (mayLeave && IsSurelyPastEnds(tables.Bounds(), Second(toStart), Second(toEnd))) {
       tables.Note(y).LeaveOffStrip(x + 1);
     }
     return PF_Err_NONE;
@@ -142,10 +143,12 @@ VELTRA_NOINLINE PF_Err PlaceFirst(const PlacementRecord& record, const FrameTabl
   const TwoDoubles fromStart = ArcCosine(toStart);
   const TwoDoubles fromEnd = ArcCosine(toEnd);
   LayerPoint point;
-  if (!FindOnStrip(record, Second(across), Second(fromStart), Second(fromEnd), point)) {
-    tables.Note(y).LeaveOffStrip(x + 1);
-  } else if (!CrossesSeam(record, point.u)) {
-    tables.Note(y).Leave(x + 1, SamplePointOf(point));
+  if (mayLeave) {
+    if (!FindOnStrip(record, Second(across), Second(fromStart), Second(fromEnd), point)) {
+      tables.Note(y).LeaveOffStrip(x + 1);
+    } else if (!CrossesSeam(record, point.u)) {
+      tables.Note(y).Leave(x + 1, SamplePointOf(point));
+    }
   }
   if (!FindOnStrip(record, First(across), First(fromStart), First(fromEnd), point)) {
     return PF_Err_NONE;

@@ -232,12 +232,18 @@ TYPED_TEST(FrameTablesPicture, FollowsARecordThatChangesBetweenTwoNeighbours) {
   };
   for (std::size_t i = 0; i < std::size(changes); ++i) {
     TabledRecord tabled(record, FrameWorld(), {0, 0, kWidth, kHeight});
+    const std::uint32_t mark = tabled.tablesMark;
     draw(tabled, 18);
     const auto unchanged = draw(tabled, 19);
     changes[i](tabled);
     PlacementRecord alone = tabled;
     EXPECT_TRUE(Same(draw(tabled, 19), draw(alone, 19))) << "change " << i;
     EXPECT_FALSE(Same(draw(tabled, 19), unchanged)) << "change " << i << " changes nothing";
+
+    draw(tabled, 18);
+    static_cast<PlacementRecord&>(tabled) = record;
+    tabled.tablesMark = mark;
+    EXPECT_TRUE(Same(draw(tabled, 19), unchanged)) << "change " << i << " taken back";
   }
 }
 
