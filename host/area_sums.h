@@ -118,8 +118,8 @@ class AreaSums : public AreaSumsBase {
     }
     const auto block = [this](A_long column, A_long row) { return SumOfPixels(column, row); };
     AddCells(
-        rect, block,
-        [this, block](A_long column, A_long row) { return SumOfBlocks(column, row, block); }, sum);
+        rect, block, [block](A_long column, A_long row) { return SumOfBlocks(column, row, block); },
+        sum);
   }
 
   /// Splits `rect` into the cells of `step` units in `inner`, which is counted in cells and may be
