@@ -59,9 +59,10 @@ class alignas(64) NeighbourNote {
   }
 
  private:
+  /// The column, whose two highest bits are alike until one of them is turned.
   static std::uint64_t MarkOf(A_long column, Noted noted) {
-    const std::uint32_t on = noted == Noted::kOnStrip ? 1 : 0;
-    return std::uint64_t{static_cast<std::uint32_t>(column) << 1 | on} << 32;
+    const std::uint32_t turned = noted == Noted::kOnStrip ? 0x80000000U : 0;
+    return std::uint64_t{static_cast<std::uint32_t>(column) ^ turned} << 32;
   }
   void Write(int word, std::uint64_t mark, std::uint32_t value) {
     words_[word].store(mark | value, std::memory_order_relaxed);
