@@ -43,24 +43,26 @@ class AreaSumsBase {
   AreaSumsBase& operator=(const AreaSumsBase&) = delete;
 };
 
-/// Sums of 8 x 8 and 32 x 32 blocks, a sixteenth of the memory of an 8 or 16 bit image and half
-/// of that for a float one. Blocks rather than running sums: those would need as much again as the
-/// image, lose small floats beside large ones, and carry one infinite pixel into every later
-/// box. With two sizes of block the cost of a box grows with its edge, not with its area.
-/// Boxes side by side that do not overlap need every pixel once, and then making sums first is the
-/// longer way. So a tile of 32 rows is summed, by whichever thread asks, when its pixels have been
-/// asked for a second time over; until then they are added themselves. The order of every addition
-/// is the same either way, so the result does not depend on who came when.
+/// Sums of blocks and of large blocks, 4 x 4 of those: 8 and 32 pixels wide in an 8 or 16 bit
+/// image, whose memory they take a sixteenth of, and 4 and 16 in a float one, an eighth, since
+/// every pixel beside the blocks of a box costs the more to fetch there. Blocks rather than running
+/// sums: those would need as much again as the image, lose small floats beside large ones, and
+/// carry one infinite pixel into every later box. With two sizes of block the cost of a box grows
+/// with its edge, not with its area. Boxes side by side that do not overlap need every pixel once,
+/// and then making sums first is the longer way. So a tile as high as a large block is summed, by
+/// whichever thread asks, when its pixels have been asked for a second time over; until then they
+/// are added themselves. The order of every addition is the same either way, so the result does not
+/// depend on who came when.
 template <class Pixel>
 class AreaSums : public AreaSumsBase {
  public:
-  static constexpr A_long kBlock = 8;
+  static constexpr A_long kBlock = std::is_same_v<Pixel, PF_PixelFloat> ? 4 : 8;
   static constexpr A_long kLargeBlock = 4;  ///< in blocks
   /// Below this many blocks a side a box is as quickly added pixel by pixel, from memory that the
   /// blocks would have to read as well.
   static constexpr A_long kLeastBlocks = 3;
   static constexpr A_long kBand = kBlock * kLargeBlock;
-  static constexpr A_long kTile = 64;  ///< columns of a tile, in blocks; whole large blocks
+  static constexpr A_long kTile = 512 / kBlock;  ///< columns of a tile, in blocks
 
   explicit AreaSums(const PF_EffectWorld& image)
       : image_(image),
@@ -116,7 +118,9 @@ class AreaSums : public AreaSumsBase {
           [this](A_long column, A_long row) { return *LargeBlock(column, row); }, sum);
       return;
     }
-    const auto block = [this](A_long column, A_long row) { return SumOfPixels(column, row); };
+    const auto block = [this](A_long column, A_long row) {
+      return SumOfPixelsAs<kCareful>(column, row);
+    };
     AddCells(
         rect, block, [block](A_long column, A_long row) { return SumOfBlocks(column, row, block); },
         sum);
@@ -200,6 +204,7 @@ class AreaSums : public AreaSumsBase {
     }
     return sum.ToBlock();
   }
+  /// As it is kept, for careful sums as well as for others.
   Sum SumOfPixels(A_long column, A_long row) const {
     const Sum sum = SumOfPixelsAs<false>(column, row);
     if constexpr (std::is_same_v<Pixel, PF_PixelFloat>) {

@@ -84,7 +84,7 @@ class World {
   PF_EffectWorld View(const PF_LRect& rect) const;
 
   /// Promises that the pixels stay as they are from now on. What one frame works out about them is
-  /// then kept with them for the next: sums for the area sampler, up to a sixteenth of their
+  /// then kept with them for the next: sums for the area sampler, up to an eighth of their
   /// memory, and the visible extent. Not while a frame is rendered from the world.
   void KeepFacts();
   /// Null for a world that may change.
