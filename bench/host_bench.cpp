@@ -8,10 +8,10 @@
 #include <stdexcept>
 
 #include "bench/timing.h"
-#include "host/iterate.h"
-#include "host/sampling_callbacks.h"
+#include "host/base/thread_pool.h"
 #include "host/session.h"
-#include "host/thread_pool.h"
+#include "host/suites/iterate.h"
+#include "host/suites/sampling_callbacks.h"
 
 namespace veltra::bench {
 namespace {

@@ -7,12 +7,12 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "host/iterate.h"
-#include "host/sampling_callbacks.h"
-#include "host/world_view.h"
-#include "render/pixel/pixel_depths.h"
-#include "render/pixel/place_pixel.h"
-#include "render/pixel/place_pixel_filtered.h"
+#include "effect/render/pixel/pixel_depths.h"
+#include "effect/render/pixel/place_pixel.h"
+#include "effect/render/pixel/place_pixel_filtered.h"
+#include "host/pixels/world_view.h"
+#include "host/suites/iterate.h"
+#include "host/suites/sampling_callbacks.h"
 
 namespace veltra::bench {
 namespace {

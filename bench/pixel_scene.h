@@ -5,8 +5,8 @@
 
 #include <optional>
 
+#include "effect/render/pixel/frame_tables.h"
 #include "host/session.h"
-#include "render/pixel/frame_tables.h"
 #include "tests/reference/pixels.h"
 
 namespace veltra::bench {

@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // The `veltra` program.
-#include "cli/commands.h"
+#include "cli/commands/commands.h"
 
 int main(int count, char** values) {
   return veltra::cli::RunProgram(

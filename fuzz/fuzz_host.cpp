@@ -10,10 +10,10 @@
 #include <new>
 #include <stdexcept>
 
+#include "effect/placement/placement_record.h"
 #include "fuzz/pixel_oracle.h"
 #include "numerics/compiler.h"
 #include "numerics/trigonometry.h"
-#include "render/placement_record.h"
 
 // The effect is linked in; these are its two exports.
 extern "C" veltra::PF_Err MainEntry(veltra::PF_Cmd cmd, veltra::PF_InData* inData,

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <memory>
 
-#include "cli/error.h"
-#include "cli/picture_formats.h"
-#include "cli/picture_rows.h"
+#include "base/error.h"
 #include "fuzz/byte_reader.h"
 #include "host_api/types.h"
+#include "pictures/formats/formats.h"
+#include "pictures/picture_rows.h"
 
 namespace veltra::fuzz {
 namespace {

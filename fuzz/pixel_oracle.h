@@ -3,8 +3,8 @@
 // Runs one per-pixel function and its plain transcription side by side: same bits or a finding.
 #pragma once
 
+#include "effect/placement/placement_record.h"
 #include "host_api/world.h"
-#include "render/placement_record.h"
 
 namespace veltra::fuzz {
 

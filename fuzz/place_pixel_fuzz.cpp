@@ -4,13 +4,13 @@
 
 #include <cmath>
 
+#include "effect/placement/path_geometry.h"
+#include "effect/render/pixel/frame_tables.h"
+#include "effect/render/pixel/place_pixel.h"
+#include "effect/render/pixel/place_pixel_filtered.h"
 #include "fuzz/fuzz_world.h"
 #include "fuzz/pixel_oracle.h"
 #include "numerics/trigonometry.h"
-#include "render/path_geometry.h"
-#include "render/pixel/frame_tables.h"
-#include "render/pixel/place_pixel.h"
-#include "render/pixel/place_pixel_filtered.h"
 
 namespace veltra::fuzz {
 namespace {

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "cli/error.h"
-#include "cli/options.h"
-#include "cli/scene.h"
+#include "base/error.h"
+#include "cli/settings/options.h"
+#include "cli/settings/scene.h"
 #include "fuzz/byte_reader.h"
 
 namespace veltra::fuzz {

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "cli/controls.h"
-#include "cli/error.h"
-#include "cli/options.h"
-#include "cli/sequence.h"
-#include "cli/values.h"
+#include "base/error.h"
+#include "cli/job/sequence.h"
+#include "cli/settings/controls.h"
+#include "cli/settings/options.h"
+#include "cli/settings/values.h"
 #include "fuzz/byte_reader.h"
 
 namespace veltra::fuzz {

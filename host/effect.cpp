@@ -4,8 +4,8 @@
 
 #include "host/effect.h"
 
+#include "host/base/error_names.h"
 #include "host/control_declaration.h"
-#include "host/error_names.h"
 #include "host/session.h"
 
 namespace veltra::host {
@@ -28,7 +28,7 @@ Effect::Effect(std::shared_ptr<const EffectLibrary> library) : library_(std::mov
 Expected<std::unique_ptr<const Effect>> Effect::Load(std::shared_ptr<const EffectLibrary> library) {
   std::unique_ptr<Effect> effect(new Effect(std::move(library)));
   if (auto done = effect->SetUp(); !done) {
-    return Error{effect->library_->Path().string() + ": " + done.ErrorText()};
+    return Failure{effect->library_->Path().string() + ": " + done.ErrorText()};
   }
   return std::unique_ptr<const Effect>(std::move(effect));
 }
@@ -38,7 +38,7 @@ Expected<bool> Effect::SetUp() {
   std::vector<ControlDeclaration> added;
   Session session(added, nullptr, nullptr);
   if (const PF_Err error = session.Send(entry, PF_Cmd_GLOBAL_SETUP)) {
-    return Error{Refusal("GLOBAL_SETUP", error, session)};
+    return Failure{Refusal("GLOBAL_SETUP", error, session)};
   }
   isSetUp_ = true;
   version_ = session.OutData().my_version;
@@ -49,14 +49,14 @@ Expected<bool> Effect::SetUp() {
   globalData_ = session.InData().global_data;
   setupMessage_ = session.Message();
   if (error != PF_Err_NONE) {
-    return Error{Refusal("PARAMS_SETUP", error, session)};
+    return Failure{Refusal("PARAMS_SETUP", error, session)};
   }
   const A_long declared = session.OutData().num_params;
   controls_ = std::move(added);
   SettleControls(controls_);
   if (declared != ParamCount()) {
-    return Error{"the effect declares " + std::to_string(declared) + " parameters but adds " +
-                 std::to_string(controls_.size()) + " to its input"};
+    return Failure{"the effect declares " + std::to_string(declared) + " parameters but adds " +
+                   std::to_string(controls_.size()) + " to its input"};
   }
   return true;
 }
@@ -81,7 +81,7 @@ bool Effect::SupportsDepth(Depth depth) const {
 Expected<std::string> Effect::About() const {
   std::string message;
   if (const PF_Err error = Send(PF_Cmd_ABOUT, &message)) {
-    return Error{"the effect failed in ABOUT: " + ErrorName(error)};
+    return Failure{"the effect failed in ABOUT: " + ErrorName(error)};
   }
   return message;
 }

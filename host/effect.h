@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "host/depth.h"
+#include "base/expected.h"
+#include "host/base/depth.h"
 #include "host/effect_library.h"
-#include "host/expected.h"
 #include "host_api/params.h"
 
 namespace veltra::host {

@@ -6,8 +6,8 @@
 
 #include <system_error>
 
-#include "host/dynamic_library.h"
-#include "host/error_names.h"
+#include "host/base/error_names.h"
+#include "system/dynamic_library.h"
 
 namespace veltra::host {
 namespace {
@@ -63,13 +63,13 @@ Expected<RegistrationCalls> Register(PF_PluginDataEntryFn entry) {
   try {
     error = entry(&calls, &KeepRegistration, nullptr, "Veltra", "1.0");
   } catch (...) {
-    return Error{"throws an exception when it is registered"};
+    return Failure{"throws an exception when it is registered"};
   }
   if (error != PF_Err_NONE) {
-    return Error{"refuses to be registered: " + ErrorName(error)};
+    return Failure{"refuses to be registered: " + ErrorName(error)};
   }
   if (std::string trouble = RegistrationTrouble(calls); !trouble.empty()) {
-    return Error{trouble};
+    return Failure{trouble};
   }
   return calls;
 }
@@ -82,7 +82,7 @@ EffectLibrary::~EffectLibrary() = default;
 Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
     const std::filesystem::path& path) {
   const auto fail = [&path](const std::string& reason) {
-    return Error{path.string() + ": " + reason};
+    return Failure{path.string() + ": " + reason};
   };
   std::error_code code;
   const auto status = std::filesystem::status(path, code);

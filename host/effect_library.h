@@ -7,8 +7,12 @@
 #include <memory>
 #include <string>
 
-#include "host/expected.h"
+#include "base/expected.h"
 #include "host_api/entry_points.h"
+
+namespace veltra {
+class DynamicLibrary;
+}
 
 namespace veltra::host {
 
@@ -24,8 +28,6 @@ struct Registration {
   A_long reservedInfo = 0;
   std::string supportUrl;
 };
-
-class DynamicLibrary;
 
 /// Stays loaded as long as anybody holds it. Reading it is safe from any thread.
 class EffectLibrary {

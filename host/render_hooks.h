@@ -3,7 +3,7 @@
 // A way into the host's side of a render, for validators: watch, refuse and fail its calls.
 #pragma once
 
-#include "host/world.h"
+#include "host/pixels/world.h"
 #include "host_api/world.h"
 
 namespace veltra::host {

@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <utility>
 
+#include "host/pixels/transfer.h"
+#include "host/pixels/world_view.h"
 #include "host/session.h"
-#include "host/transfer.h"
-#include "host/world_view.h"
 
 namespace veltra::host {
 namespace {

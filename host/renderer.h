@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "host/base/error_names.h"
+#include "host/base/thread_pool.h"
 #include "host/effect.h"
-#include "host/error_names.h"
+#include "host/pixels/world.h"
 #include "host/render_hooks.h"
-#include "host/thread_pool.h"
-#include "host/world.h"
 
 namespace veltra::host {
 

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "host/world_view.h"
+#include "host/pixels/world_view.h"
 
 namespace veltra::host {
 namespace {

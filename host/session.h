@@ -13,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include "host/guarded.h"
-#include "host/image_facts.h"
+#include "host/base/guarded.h"
+#include "host/pixels/image_facts.h"
+#include "host/pixels/row_work.h"
 #include "host/renderer.h"
-#include "host/row_work.h"
 #include "host_api/entry_points.h"
 
 namespace veltra::host {

@@ -1,11 +1,11 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Values of controls against their declarations.
-#include "cli/controls.h"
+#include "cli/settings/controls.h"
 
 #include <gtest/gtest.h>
 
-#include "cli/error.h"
+#include "base/error.h"
 
 namespace veltra::cli {
 namespace {

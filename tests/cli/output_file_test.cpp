@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Files that appear only whole.
-#include "cli/output_file.h"
+#include "pictures/output_file.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <iterator>
 #include <sstream>
 
-#include "cli/error.h"
+#include "base/error.h"
 
 namespace veltra::cli {
 namespace {

@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Conversions of samples, over all values where that is possible.
-#include "cli/picture_rows.h"
+#include "pictures/picture_rows.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Scenes as text: what is read is what is written.
-#include "cli/scene.h"
+#include "cli/settings/scene.h"
 
 #include <gtest/gtest.h>
 
-#include "cli/error.h"
+#include "base/error.h"
 
 namespace veltra::cli {
 namespace {

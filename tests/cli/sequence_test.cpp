@@ -1,14 +1,14 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Numbered names.
-#include "cli/sequence.h"
+#include "cli/job/sequence.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <vector>
 
-#include "cli/error.h"
+#include "base/error.h"
 
 namespace veltra::cli {
 namespace {

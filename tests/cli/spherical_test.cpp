@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Projection boxes in the index of a video file.
-#include "cli/spherical.h"
+#include "pictures/spherical.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Keyframes between their frames.
-#include "cli/tracks.h"
+#include "cli/settings/tracks.h"
 
 #include <gtest/gtest.h>
 

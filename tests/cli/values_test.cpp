@@ -1,13 +1,13 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Numbers, points, ranges and ratios as people write them.
-#include "cli/values.h"
+#include "cli/settings/values.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "cli/error.h"
+#include "base/error.h"
 
 namespace veltra::cli {
 namespace {

@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "fixture_behaviour.h"
-#include "host/error_names.h"
+#include "host/base/error_names.h"
 
 namespace veltra::host {
 namespace {

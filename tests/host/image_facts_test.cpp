@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What is kept of an image from frame to frame, and of which images.
 
-#include "host/image_facts.h"
+#include "host/pixels/image_facts.h"
 
 #include <thread>
 
-#include "host/sampling_callbacks.h"
+#include "host/suites/sampling_callbacks.h"
 #include "images.h"
 
 namespace veltra::host {

@@ -11,7 +11,7 @@
 #include <string>
 #include <type_traits>
 
-#include "host/world.h"
+#include "host/pixels/world.h"
 
 namespace veltra::host {
 

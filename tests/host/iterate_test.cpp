@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Iteration: every pixel once, its area, its ends and its progress.
 
-#include "host/iterate.h"
+#include "host/suites/iterate.h"
 
 #include <atomic>
 #include <vector>

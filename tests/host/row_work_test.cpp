@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Work split by rows: every row once, and its early ends.
 
-#include "host/row_work.h"
+#include "host/pixels/row_work.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The samplers against a plain evaluation of what they promise.
 
-#include "host/sampling.h"
+#include "host/pixels/sampling.h"
 
 #include <limits>
 #include <memory>

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The shared threads.
 
-#include "host/thread_pool.h"
+#include "host/base/thread_pool.h"
 
 #include <gtest/gtest.h>
 

@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Filling and copying: clipping, stretching, overlap and refusals.
 
-#include "host/transfer.h"
+#include "host/pixels/transfer.h"
 
 #include <limits>
 
+#include "host/pixels/world_view.h"
 #include "host/session.h"
-#include "host/world_view.h"
 #include "images.h"
 
 namespace veltra::host {

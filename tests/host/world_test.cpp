@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Owning images: limits, layout, views, extents and reduction.
 
-#include "host/world.h"
+#include "host/pixels/world.h"
 
 #include <cstring>
 
-#include "host/world_view.h"
+#include "host/pixels/world_view.h"
 #include "images.h"
 
 namespace veltra::host {

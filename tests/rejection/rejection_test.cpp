@@ -11,9 +11,9 @@
 #include <limits>
 #include <string>
 
+#include "effect/render/pixel/frame_tables.h"
 #include "numerics/convert.h"
 #include "numerics/trigonometry.h"
-#include "render/pixel/frame_tables.h"
 #include "tests/numerics/arguments.h"
 #include "tests/reference/pixels.h"
 

@@ -16,8 +16,8 @@
 
 #include "host/effect.h"
 #include "host/effect_library.h"
+#include "host/pixels/world.h"
 #include "host/renderer.h"
-#include "host/world.h"
 #include "tests/soak/process_figures.h"
 
 namespace veltra::soak {

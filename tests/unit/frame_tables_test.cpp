@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // A frame's tables: the same picture as without them, and only where they belong.
-#include "render/pixel/frame_tables.h"
+#include "effect/render/pixel/frame_tables.h"
 
 #include <algorithm>
 #include <atomic>
@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "render/pixel/place_pixel.h"
-#include "render/pixel/place_pixel_filtered.h"
+#include "effect/render/pixel/place_pixel.h"
+#include "effect/render/pixel/place_pixel_filtered.h"
 #include "tests/conformance/stage.h"
 #include "tests/reference/geometry.h"
 

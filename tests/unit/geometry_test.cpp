@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstddef>
 
-#include "render/path_geometry.h"
-#include "render/placement_record.h"
+#include "effect/placement/path_geometry.h"
+#include "effect/placement/placement_record.h"
 #include "tests/conformance/record_image.h"
 #include "tests/reference/geometry.h"
 

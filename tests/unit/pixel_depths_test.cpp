@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Alpha limits and the straight-alpha "over" of each depth.
-#include "render/pixel/pixel_depths.h"
+#include "effect/render/pixel/pixel_depths.h"
 
 #include <gtest/gtest.h>
 

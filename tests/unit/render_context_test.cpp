@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Rectangles, parameter readers, scoped checkouts and the pixel format of a command.
-#include "entry/render_context.h"
+#include "effect/context/render_context.h"
 
 #include "tests/conformance/stage.h"
 

@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // The tile seam sampler: weights, wrapping columns, rows that end, and its truncations.
-#include "render/pixel/sample_wrapped.h"
+#include "effect/render/pixel/sample_wrapped.h"
 
 #include <cstring>
 #include <random>

@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // The suite cache: its table of names and versions, and what it asks of the basic suite.
-#include "entry/suite_cache.h"
+#include "effect/context/suite_cache.h"
 
 #include <gmock/gmock.h>
 

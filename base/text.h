@@ -1,0 +1,43 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Puts lines of text together.
+#pragma once
+
+#include <cctype>
+#include <concepts>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace veltra {
+
+inline void AppendPart(std::string& text, std::string_view part) {
+  text.append(part);
+}
+
+template <std::integral Number>
+void AppendPart(std::string& text, Number part) {
+  text.append(std::to_string(part));
+}
+
+/// The parts one after the other; numbers as decimals.
+template <class... Parts>
+std::string Text(const Parts&... parts) {
+  std::string text;
+  (AppendPart(text, parts), ...);
+  return text;
+}
+
+/// What an errno means, in the house's lower case.
+inline std::string ReasonText(int failure) {
+  std::string text = std::strerror(failure);
+  text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+  return text;
+}
+
+/// A quantity of something: "1 frame", "2 frames".
+inline std::string Count(std::size_t number, std::string_view thing) {
+  return Text(number, " ", thing, number == 1 ? "" : "s");
+}
+
+}  // namespace veltra

@@ -1,0 +1,61 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Accounts of a render.
+
+#include "check/accounts.h"
+
+#include <string_view>
+
+#include "base/text.h"
+
+namespace veltra::check {
+namespace {
+
+void Compare(std::vector<std::string>& out, int taken, int returned, std::string_view what,
+             bool keptOnly) {
+  if (taken > returned || (taken < returned && !keptOnly)) {
+    out.push_back(Text(what, ": ", taken, " taken, ", returned, " returned"));
+  }
+}
+
+std::vector<std::string> Accounts(const host::RenderResult& result, bool keptOnly) {
+  const host::RenderDiagnostics& d = result.diagnostics;
+  std::vector<std::string> out;
+  Compare(out, d.paramCheckouts, d.paramCheckins, "parameters", keptOnly);
+  Compare(out, d.suitesAcquired, d.suitesReleased, "suites", keptOnly);
+  Compare(out, d.worldsMade, d.worldsDisposed, "worlds", keptOnly);
+  Compare(out, d.blocksAllocated, d.blocksFreed, "memory blocks", keptOnly);
+  if (d.layerCheckins > d.layerCheckouts && !keptOnly) {
+    Compare(out, d.layerCheckouts, d.layerCheckins, "layer pixels", keptOnly);
+  }
+  return out;
+}
+
+/// The host's own notes about accounts, which name single suites as well.
+bool IsAboutAccounts(const std::string& violation) {
+  return violation.find(" taken, ") != std::string::npos ||
+         violation.find(" was not released") != std::string::npos ||
+         violation.find(" was released without") != std::string::npos;
+}
+
+}  // namespace
+
+std::vector<std::string> Imbalances(const host::RenderResult& result) {
+  return Accounts(result, false);
+}
+
+std::vector<std::string> Kept(const host::RenderResult& result) {
+  return Accounts(result, true);
+}
+
+std::vector<std::string> BrokenRules(const host::RenderResult& result) {
+  std::vector<std::string> rules;
+  for (const std::string& violation : result.diagnostics.violations) {
+    if (!IsAboutAccounts(violation)) {
+      rules.push_back(violation);
+    }
+  }
+  return rules;
+}
+
+}  // namespace veltra::check

@@ -1,0 +1,280 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Tests of what an effect library says about itself: registration, resource, flags and About.
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "base/text.h"
+#include "check/effect_resource.h"
+#include "check/identity.h"
+#include "check/setup_session.h"
+#include "check/test_scene.h"
+#include "system/dynamic_library.h"
+
+namespace veltra::check {
+namespace {
+
+constexpr std::size_t kLongestName = kHostNameCapacity - 1;
+
+// ---- Registration ----
+
+struct RegistrationCalls {
+  int count = 0;
+  host::Registration identity;
+};
+
+std::string TextOrEmpty(const A_u_char* text) {
+  return text != nullptr ? reinterpret_cast<const char*>(text) : "";
+}
+
+PF_Err KeepRegistration(void* hostPointer, const A_u_char* name, const A_u_char* matchName,
+                        const A_u_char* category, const A_u_char* entryPoint, A_long kind,
+                        A_long apiMajor, A_long apiMinor, A_long reservedInfo,
+                        const A_u_char* supportUrl) {
+  auto& calls = *static_cast<RegistrationCalls*>(hostPointer);
+  ++calls.count;
+  calls.identity = {TextOrEmpty(name),
+                    TextOrEmpty(matchName),
+                    TextOrEmpty(category),
+                    TextOrEmpty(entryPoint),
+                    kind,
+                    apiMajor,
+                    apiMinor,
+                    reservedInfo,
+                    TextOrEmpty(supportUrl)};
+  return PF_Err_NONE;
+}
+
+PF_Err RefuseRegistration(void*, const A_u_char*, const A_u_char*, const A_u_char*, const A_u_char*,
+                          A_long, A_long, A_long, A_long, const A_u_char*) {
+  return PF_Err_OUT_OF_MEMORY;
+}
+
+bool IsPrintable(const std::string& text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) >= 0x20 && c != 0x7F; });
+}
+
+void CheckName(TestRun& run, const char* what, const std::string& name, bool mayBeEmpty) {
+  if (name.empty() && !mayBeEmpty) {
+    run.Fail(Text("the ", what, " is empty"));
+  }
+  if (name.size() > kLongestName) {
+    run.Fail(Text("the ", what, " \"", name, "\" has ", name.size(), " characters (at most ",
+                  kLongestName, ")"));
+  }
+  if (!IsPrintable(name)) {
+    run.Fail(Text("the ", what, " holds control characters"));
+  }
+}
+
+PF_PluginDataEntryFn RegistrationEntry(TestRun& run, const DynamicLibrary& library) {
+  const auto entry = reinterpret_cast<PF_PluginDataEntryFn>(library.Find(kRegistrationEntryName));
+  if (entry == nullptr) {
+    run.FailAndEnd(Text("it does not export ", kRegistrationEntryName));
+  }
+  return entry;
+}
+
+std::unique_ptr<DynamicLibrary> OpenPlainly(TestRun& run) {
+  auto library = DynamicLibrary::Open(run.Settings().library);
+  if (!library) {
+    run.FailAndEnd(library.ErrorText());
+  }
+  return std::move(*library);
+}
+
+// ---- The resource ----
+
+constexpr std::array<const char*, 10> kRequiredProperties{"kind", "name", "catg", "8664", "eSVR",
+                                                          "eVER", "eGLO", "eGL2", "eMNA", "ePVR"};
+
+/// The file whose resource describes the effect; empty for none.
+std::filesystem::path ResourceFile(const TestSettings& settings) {
+  if (!settings.resource.empty()) {
+    return settings.resource;
+  }
+  return IsPortableExecutable(settings.library) ? settings.library : std::filesystem::path();
+}
+
+PortableExecutable ReadResourceFile(TestRun& run, const std::filesystem::path& file) {
+  auto read = ReadPortableExecutable(file);
+  if (!read) {
+    run.FailAndEnd(Text(file.string(), ": ", read.ErrorText()));
+  }
+  if (!read->resource) {
+    run.FailAndEnd(Text(file.string(), ": it has no resource of type PIPL"));
+  }
+  return *read;
+}
+
+void CheckFlagRules(TestRun& run, const GlobalAnswer& answer) {
+  const bool smart = (answer.outFlags2 & PF_OutFlag2_SUPPORTS_SMART_RENDER) != 0;
+  const bool isFloat = (answer.outFlags2 & PF_OutFlag2_FLOAT_COLOR_AWARE) != 0;
+  const bool deep = (answer.outFlags & PF_OutFlag_DEEP_COLOR_AWARE) != 0;
+  if (isFloat && !smart) {
+    run.Fail("it declares float colour without smart render, which alone carries it");
+  }
+  if (isFloat && !deep) {
+    run.Fail("it declares float colour without 16-bit colour");
+  }
+  if (answer.version == 0) {
+    run.Fail("it declares no version of its own");
+  }
+}
+
+}  // namespace
+
+// ---- Comparing identities ----
+
+std::vector<std::string> IdentityDifferences(const EffectResource& resource,
+                                             const host::Registration& registration,
+                                             const GlobalAnswer& answer) {
+  std::vector<std::string> differences;
+  const auto text = [&](const char* key, const std::optional<std::string>& in,
+                        const std::string& registered) {
+    if (in != registered) {
+      differences.push_back(Text("the resource's ", key, " is \"", in.value_or(""),
+                                 "\", registered is \"", registered, "\""));
+    }
+  };
+  const auto number = [&](const char* key, std::uint32_t declared, const char* where) {
+    const auto in = resource.Number(key);
+    if (in != declared) {
+      differences.push_back(
+          Text("the resource's ", key, " is ", in.value_or(0), ", ", where, " says ", declared));
+    }
+  };
+  text("name", resource.PascalText("name"), registration.name);
+  text("catg", resource.PascalText("catg"), registration.category);
+  text("eMNA", resource.PascalText("eMNA"), registration.matchName);
+  text("8664", resource.ZeroText("8664"), registration.entryPoint);
+  number("kind", static_cast<std::uint32_t>(registration.kind), "the registration");
+  const auto half = [](A_long value) { return static_cast<std::uint32_t>(value) & 0xFFFFU; };
+  number("eSVR", half(registration.apiMajor) | half(registration.apiMinor) << 16,
+         "the registration");
+  number("eVER", answer.version, "GLOBAL_SETUP");
+  number("eGLO", static_cast<std::uint32_t>(answer.outFlags), "GLOBAL_SETUP");
+  number("eGL2", static_cast<std::uint32_t>(answer.outFlags2), "GLOBAL_SETUP");
+  return differences;
+}
+
+// ---- Tests ----
+
+void TestLoad(TestRun& run) {
+  run.Step("loading the library");
+  const auto library = OpenLibrary(run);
+  run.Note(library->Identity().name);
+}
+
+void TestResource(TestRun& run) {
+  const std::filesystem::path file = ResourceFile(run.Settings());
+  if (file.empty()) {
+    run.Skip("not a Windows library, no resource");
+  }
+  const PortableExecutable read = ReadResourceFile(run, file);
+  const EffectResource& resource = *read.resource;
+  for (const char* key : kRequiredProperties) {
+    if (!resource.Has(key)) {
+      run.Fail(Text("the resource has no property ", key));
+    }
+  }
+  if (resource.Number("kind") != static_cast<std::uint32_t>(kEffectPluginKind)) {
+    run.Fail("the resource's kind is not that of an effect");
+  }
+  for (const char* key : {"name", "catg", "eMNA"}) {
+    const auto text = resource.PascalText(key);
+    if (!text || text->empty() || text->size() > kLongestName) {
+      run.Fail(
+          Text("the resource's ", key, " is not a text of 1 to ", kLongestName, " characters"));
+    }
+  }
+  const std::string entryPoint = resource.ZeroText("8664").value_or("");
+  if (std::find(read.exports.begin(), read.exports.end(), entryPoint) == read.exports.end()) {
+    run.Fail(
+        Text("the resource names the entry point \"", entryPoint, "\", which is not exported"));
+  }
+}
+
+void TestRegistration(TestRun& run) {
+  run.Step("registering");
+  const auto library = OpenPlainly(run);
+  RegistrationCalls calls;
+  const PF_Err error =
+      RegistrationEntry(run, *library)(&calls, &KeepRegistration, nullptr, "Veltra", "1.0");
+  if (error != PF_Err_NONE) {
+    run.Fail(Text("the registration answers ", host::ErrorName(error)));
+  }
+  if (calls.count != 1) {
+    run.FailAndEnd(Text("it registers ", calls.count, " effects (expected one)"));
+  }
+  const host::Registration& identity = calls.identity;
+  CheckName(run, "name", identity.name, false);
+  CheckName(run, "match name", identity.matchName, false);
+  CheckName(run, "category", identity.category, true);
+  if (identity.kind != kEffectPluginKind) {
+    run.Fail("the kind is not that of an effect");
+  }
+  if (identity.apiMajor < 12 || identity.apiMinor < 0) {
+    run.Fail(Text("the interface version ", identity.apiMajor, ".", identity.apiMinor,
+                  " is none that loads 64-bit effects (expected 12.0 or later)"));
+  }
+}
+
+void TestFlags(TestRun& run) {
+  run.Step("GLOBAL_SETUP");
+  const auto library = OpenLibrary(run);
+  const GlobalAnswer first = SendGlobalSetup(*library);
+  SendGlobalSetdown(*library, first.globalData);
+  CheckFlagRules(run, first);
+  const std::filesystem::path file = ResourceFile(run.Settings());
+  if (file.empty()) {
+    run.Note("no resource to compare with");
+    return;
+  }
+  run.Step("comparing with the resource");
+  const PortableExecutable read = ReadResourceFile(run, file);
+  for (const std::string& difference :
+       IdentityDifferences(*read.resource, library->Identity(), first)) {
+    run.Fail(difference);
+  }
+}
+
+void TestAbout(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  run.Step("ABOUT");
+  host::Session session(effect->Controls(), effect->GlobalData(), nullptr);
+  const PF_Err error = session.Send(effect->Library().MainEntry(), PF_Cmd_ABOUT);
+  if (error != PF_Err_NONE) {
+    run.FailStep(host::ErrorName(error));
+  }
+  const auto& text = session.OutData().return_msg;
+  if (std::find(std::begin(text), std::end(text), '\0') == std::end(text)) {
+    run.FailAndEnd(
+        Text("the About text does not end within ", kHostMessageCapacity - 1, " characters"));
+  }
+  const std::string message(text);
+  const bool clean = std::all_of(message.begin(), message.end(), [](char c) {
+    return static_cast<unsigned char>(c) >= 0x20 || c == '\r' || c == '\n' || c == '\t';
+  });
+  if (!clean) {
+    run.Fail("the About text holds control characters");
+  }
+  if (message.empty()) {
+    run.Note("says nothing");
+  }
+}
+
+void RefuseToRegister(TestRun& run) {
+  run.Step("refusing the registration");
+  const auto library = OpenPlainly(run);
+  const PF_Err error =
+      RegistrationEntry(run, *library)(nullptr, &RefuseRegistration, nullptr, "Veltra", "1.0");
+  if (error == PF_Err_NONE) {
+    run.FailStep("it answers success although the host refused it");
+  }
+}
+
+}  // namespace veltra::check

@@ -1,0 +1,198 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Tests of whole frames: that they render, keep to the rules, and come out the same.
+
+#include <algorithm>
+#include <vector>
+
+#include "base/text.h"
+#include "check/accounts.h"
+#include "check/test_scene.h"
+#include "system/process_state.h"
+
+namespace veltra::check {
+namespace {
+
+using host::Depth;
+using host::Effect;
+using host::RenderMode;
+using host::RenderSettings;
+
+/// Renders frames of random tame values in every way and shows each result to `look`.
+template <class Look>
+void RenderAllWays(TestRun& run, int rounds, Look look) {
+  const auto effect = LoadEffect(run);
+  for (const Way& way : WaysOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+    for (int round = 0; round < rounds && !run.HadEnough(); ++round) {
+      RenderSettings settings = SettingsFor(scene, way);
+      if (round > 0) {
+        SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
+      }
+      run.Step(Describe(settings));
+      look(RenderChecked(run, *effect, settings));
+    }
+  }
+}
+
+/// Frames of an effect that take turns, prepared before anything is measured.
+struct Reel {
+  std::vector<Scene> scenes;
+  std::vector<RenderSettings> frames;
+};
+
+Reel MakeReel(TestRun& run, const Effect& effect) {
+  constexpr int kFramesPerWay = 3;
+  Reel reel;
+  const std::vector<Way> ways = WaysOf(effect);
+  reel.scenes.reserve(ways.size());
+  for (const Way& way : ways) {
+    reel.scenes.push_back(MakeScene(effect, run.Rng(), {.depth = way.depth}));
+    for (int i = 0; i < kFramesPerWay; ++i) {
+      reel.frames.push_back(SettingsFor(reel.scenes.back(), way));
+      SetRandomControls(reel.frames.back(), effect, run.Rng(), Reach::kTame);
+    }
+  }
+  return reel;
+}
+
+void PlayReel(const Effect& effect, const Reel& reel, int times) {
+  for (int i = 0; i < times; ++i) {
+    for (const RenderSettings& frame : reel.frames) {
+      host::RenderFrame(effect, frame);
+    }
+  }
+}
+
+}  // namespace
+
+void TestRenderDefaults(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  std::vector<Way> ways = SmartWaysOf(*effect);
+  if (ways.empty()) {
+    ways = {{RenderMode::kClassic, Depth::k8}};
+    if (effect->SupportsDepth(Depth::k16)) {
+      ways.push_back({RenderMode::kClassic, Depth::k16});
+    }
+  }
+  std::string names;
+  for (const Way& way : ways) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+    RenderSettings settings = SettingsFor(scene, way);
+    run.Step(Describe(settings));
+    RenderChecked(run, *effect, settings);
+    settings.layers.clear();
+    run.Step(Text(Describe(settings), ", no layer chosen"));
+    RenderChecked(run, *effect, settings);
+    names += Text(names.empty() ? "" : "; ", WayName(way));
+  }
+  if (!run.Failed()) {
+    run.Note(names);
+  }
+}
+
+void TestRules(TestRun& run) {
+  RenderAllWays(run, run.Rounds(5), [&](const host::RenderResult& result) {
+    for (const std::string& rule : BrokenRules(result)) {
+      run.Fail(rule);
+    }
+  });
+}
+
+void TestBalance(TestRun& run) {
+  RenderAllWays(run, run.Rounds(5), [&](const host::RenderResult& result) {
+    for (const std::string& imbalance : Imbalances(result)) {
+      run.FailStep(imbalance);
+    }
+  });
+}
+
+void TestSilence(TestRun& run) {
+  RenderAllWays(run, run.Rounds(2), [&](const host::RenderResult& result) {
+    if (result.Ok() && !result.effectMessage.empty()) {
+      run.FailStep(Text("it shows a message with a good frame: ", result.effectMessage));
+    }
+  });
+}
+
+void TestRepeatable(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  for (const Way& way : WaysOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+    const RenderSettings settings = SettingsFor(scene, way);
+    run.Step(Describe(settings));
+    const host::World first = RenderChecked(run, *effect, settings).output;
+    for (int i = run.Rounds(6); i > 0; --i) {
+      RenderSettings other = settings;
+      SetRandomControls(other, *effect, run.Rng(), Reach::kWild);
+      host::RenderFrame(*effect, other);
+    }
+    const host::World again = RenderChecked(run, *effect, settings).output;
+    if (std::string difference = Difference(again, first); !difference.empty()) {
+      run.FailStep(Text("the same frame after others is another: ", difference));
+    }
+  }
+}
+
+void TestSmartClassic(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  if (!effect->SupportsSmartRender()) {
+    run.Skip("the effect does not render smartly");
+  }
+  if (!RendersClassic(*effect)) {
+    run.Skip("the effect does not answer the classic command");
+  }
+  for (const Depth depth : {Depth::k8, Depth::k16}) {
+    if (!effect->SupportsDepth(depth)) {
+      continue;
+    }
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = depth});
+    for (int round = run.Rounds(6); round > 0 && !run.HadEnough(); --round) {
+      RenderSettings settings = SettingsFor(scene, {RenderMode::kSmart, depth});
+      SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
+      run.Step(Describe(settings));
+      const host::World expected = RenderChecked(run, *effect, settings).output;
+      settings.mode = RenderMode::kClassic;
+      const host::World actual = RenderChecked(run, *effect, settings).output;
+      if (std::string difference = Difference(actual, expected, Compare::kVisible);
+          !difference.empty()) {
+        run.FailStep(Text("the classic picture is another: ", difference));
+      }
+    }
+  }
+}
+
+void TestSoak(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  const Reel reel = MakeReel(run, *effect);
+  const int times = run.Rounds(8);
+  run.Step("rendering many frames");
+  // What the first frames leave for good is no leak.
+  PlayReel(*effect, reel, 2);
+  const ProcessState before = ProcessState::Now();
+  PlayReel(*effect, reel, times);
+  const ProcessState after = ProcessState::Now();
+  const auto frames = static_cast<std::int64_t>(reel.frames.size()) * times;
+  const auto count = static_cast<std::size_t>(frames);
+  if (after.openFiles > before.openFiles) {
+    run.Fail(Text(Count(count, "frame"), " left ",
+                  Count(static_cast<std::size_t>(after.openFiles - before.openFiles), "file"),
+                  " open"));
+  }
+  if (after.threads > before.threads) {
+    run.Fail(Text(Count(count, "frame"), " left ",
+                  Count(static_cast<std::size_t>(after.threads - before.threads), "thread"),
+                  " running"));
+  }
+  if (!before.heapBytes || !after.heapBytes) {
+    run.Note("memory cannot be measured in this build");
+    return;
+  }
+  const std::int64_t grown = *after.heapBytes - *before.heapBytes;
+  // Smaller than the smallest block once in two frames.
+  if (grown > frames * 8) {
+    run.Fail(Text(Count(count, "frame"), " left ", grown, " bytes of memory behind"));
+  }
+}
+
+}  // namespace veltra::check

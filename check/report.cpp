@@ -1,0 +1,158 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Tables and JSON of the validator.
+
+#include "check/report.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <sstream>
+
+#include "base/text.h"
+
+namespace veltra::check {
+namespace {
+
+// Ordered, so that people who do read the JSON find it in the order of the table.
+using Json = nlohmann::ordered_json;
+
+constexpr int kNameWidth = 22;
+constexpr std::string_view kIndent = "                ";
+
+std::string_view Mark(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::kPassed:
+      return "ok";
+    case Outcome::kFailed:
+      return "FAILED";
+    case Outcome::kNotApplicable:
+      return "n/a";
+    default:
+      return "not run";
+  }
+}
+
+void PrintOutput(std::ostream& out, const std::string& output) {
+  std::istringstream lines(output);
+  for (std::string line; std::getline(lines, line);) {
+    out << kIndent << "| " << line << '\n';
+  }
+}
+
+Json ToJson(const TestResult& result) {
+  Json json{{"name", result.test->name},
+            {"strictness", result.test->strictness},
+            {"outcome", OutcomeName(result.outcome)},
+            {"seconds", result.seconds},
+            {"messages", result.messages},
+            {"notes", result.notes}};
+  if (!result.output.empty()) {
+    json["output"] = result.output;
+  }
+  return json;
+}
+
+/// Text from a library under test need not be UTF-8; what is not is replaced.
+void Write(std::ostream& out, const Json& json) {
+  out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+}  // namespace
+
+std::string_view OutcomeName(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::kPassed:
+      return "passed";
+    case Outcome::kFailed:
+      return "failed";
+    case Outcome::kNotApplicable:
+      return "not applicable";
+    default:
+      return "not run";
+  }
+}
+
+int Report::Count(Outcome outcome) const {
+  return static_cast<int>(std::count_if(results.begin(), results.end(),
+                                        [&](const TestResult& r) { return r.outcome == outcome; }));
+}
+
+void PrintHeading(std::ostream& out, const TestSettings& settings) {
+  out << settings.library.string() << ": strictness " << settings.strictness << ", seed "
+      << settings.seed << "\n\n";
+}
+
+void PrintResult(std::ostream& out, const TestResult& result, bool verbose) {
+  std::ostringstream line;
+  line << std::left << std::setw(8) << Mark(result.outcome) << std::setw(kNameWidth)
+       << result.test->name << std::right << std::fixed << std::setprecision(2) << std::setw(6)
+       << result.seconds << " s";
+  const bool failed = result.outcome == Outcome::kFailed;
+  if (!failed) {
+    const auto& words = result.messages.empty() ? result.notes : result.messages;
+    for (const std::string& word : words) {
+      line << "  " << word;
+    }
+  }
+  line << '\n';
+  if (failed) {
+    for (const std::string& message : result.messages) {
+      line << kIndent << message << '\n';
+    }
+  }
+  out << line.str();
+  if (verbose) {
+    PrintOutput(out, result.output);
+  }
+  out.flush();
+}
+
+void PrintSummary(std::ostream& out, const Report& report) {
+  out << '\n'
+      << report.Count(Outcome::kPassed) << " passed, " << report.Count(Outcome::kFailed)
+      << " failed";
+  if (const int count = report.Count(Outcome::kNotApplicable); count > 0) {
+    out << ", " << count << " not applicable";
+  }
+  if (const int count = report.Count(Outcome::kNotRun); count > 0) {
+    out << ", " << count << " not run";
+  }
+  out << '\n';
+}
+
+void PrintJson(std::ostream& out, const Report& report) {
+  Json json{{"library", report.settings.library.string()},
+            {"strictness", report.settings.strictness},
+            {"seed", report.settings.seed},
+            {"passed", report.Passed()},
+            {"counts",
+             {{"passed", report.Count(Outcome::kPassed)},
+              {"failed", report.Count(Outcome::kFailed)},
+              {"not_applicable", report.Count(Outcome::kNotApplicable)},
+              {"not_run", report.Count(Outcome::kNotRun)}}}};
+  Json& tests = json["tests"] = Json::array();
+  for (const TestResult& result : report.results) {
+    tests.push_back(ToJson(result));
+  }
+  Write(out, json);
+}
+
+void PrintTestList(std::ostream& out, bool json) {
+  if (json) {
+    Json list = Json::array();
+    for (const Test& test : AllTests()) {
+      list.push_back(
+          {{"name", test.name}, {"strictness", test.strictness}, {"summary", test.summary}});
+    }
+    Write(out, list);
+    return;
+  }
+  for (const Test& test : AllTests()) {
+    out << std::setw(2) << test.strictness << "  " << std::left << std::setw(kNameWidth)
+        << test.name << std::right << test.summary << '\n';
+  }
+}
+
+}  // namespace veltra::check

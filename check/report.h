@@ -1,0 +1,53 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// What a validation found, as a table for people and as JSON for programs.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "check/test_list.h"
+
+namespace veltra::check {
+
+enum class Outcome {
+  kPassed,
+  kFailed,
+  kNotApplicable,  ///< says nothing about a library of this kind
+  kNotRun,         ///< a test that must pass before has failed
+};
+
+/// "passed", "failed", "not applicable" and "not run".
+std::string_view OutcomeName(Outcome outcome);
+
+struct TestResult {
+  const Test* test = nullptr;
+  Outcome outcome = Outcome::kPassed;
+  double seconds = 0.0;
+  std::vector<std::string> messages;  ///< what is wrong, or why it did not run
+  std::vector<std::string> notes;
+  std::string output;  ///< the last of what the library itself printed, of failed tests
+};
+
+struct Report {
+  TestSettings settings;
+  std::vector<TestResult> results;
+
+  int Count(Outcome outcome) const;
+  bool Passed() const { return Count(Outcome::kFailed) == 0; }
+};
+
+/// The line under which the table stands.
+void PrintHeading(std::ostream& out, const TestSettings& settings);
+/// One test's line, with lines below it for what is wrong; `verbose` adds what the library printed.
+void PrintResult(std::ostream& out, const TestResult& result, bool verbose);
+/// The last line: how many of each, and how to repeat what failed.
+void PrintSummary(std::ostream& out, const Report& report);
+
+void PrintJson(std::ostream& out, const Report& report);
+
+/// The tests by themselves, with the strictness from which each one runs.
+void PrintTestList(std::ostream& out, bool json);
+
+}  // namespace veltra::check

@@ -1,0 +1,213 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Tests of what the host asks for: nothing, parts, less resolution, and then no render at all.
+
+#include <array>
+#include <cstdlib>
+#include <optional>
+
+#include "base/text.h"
+#include "check/accounts.h"
+#include "check/test_scene.h"
+#include "system/process_state.h"
+
+namespace veltra::check {
+namespace {
+
+using host::Effect;
+using host::RenderSettings;
+
+std::string RectText(const PF_LRect& rect) {
+  return Text(rect.left, ",", rect.top, " to ", rect.right, ",", rect.bottom);
+}
+
+bool SameRect(const PF_LRect& a, const PF_LRect& b) {
+  return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
+}
+
+std::vector<Way> SmartWaysOrSkip(TestRun& run, const Effect& effect) {
+  std::vector<Way> ways = SmartWaysOf(effect);
+  if (ways.empty()) {
+    run.Skip("the effect does not render smartly");
+  }
+  return ways;
+}
+
+/// A part of the frame: any, one row, one column or one pixel.
+PF_LRect RandomRegion(Random& random, A_long width, A_long height) {
+  const A_long left = random.Int(0, width - 1);
+  const A_long top = random.Int(0, height - 1);
+  const int shape = random.Int(0, 5);
+  const A_long right = shape == 0 || shape == 1 ? left + 1 : random.Int(left + 1, width);
+  const A_long bottom = shape == 0 || shape == 2 ? top + 1 : random.Int(top + 1, height);
+  return {left, top, right, bottom};
+}
+
+/// Requests that a host may make of a frame, apart from empty ones.
+std::vector<PF_LRect> RequestsOf(A_long width, A_long height) {
+  return {{0, 0, width, height},
+          {0, 0, 1, 1},
+          {3, 2, width - 4, height - 5},
+          {-7, -9, width / 2, height / 2},
+          {width / 2, height / 2, width + 6, height + 8},
+          {-100, -100, width + 100, height + 100},
+          {width + 1, 0, width + 9, height},
+          {-20, -30, -10, -5}};
+}
+
+/// A host that asks for nothing does so to learn the largest result. Refusing is another test's.
+void CheckEmptyRequest(TestRun& run, const Effect& effect, RenderSettings settings,
+                       const PF_LRect& largest) {
+  settings.region = PF_LRect{0, 0, 0, 0};
+  settings.preRenderOnly = true;
+  run.Step(Text(WayName({settings.mode, settings.depth}), ", empty request"));
+  const host::RenderResult result = host::RenderFrame(effect, settings);
+  if (result.Ok() && !SameRect(result.maxResultRect, largest)) {
+    run.FailStep(Text("the largest result is ", RectText(result.maxResultRect), " instead of ",
+                      RectText(largest)));
+  }
+}
+
+constexpr int kPreRenders = 32;
+
+/// Pre-renders that no render follows; what they leave is deleted by the effect's own function.
+void PreRenderManyTimes(TestRun& run, const Effect& effect, RenderSettings settings) {
+  settings.preRenderOnly = true;
+  const ProcessState before = ProcessState::Now();
+  const int count = run.Rounds(kPreRenders);
+  for (int i = 0; i < count && !run.HadEnough(); ++i) {
+    host::RenderResult result = host::RenderFrame(effect, settings);
+    if (!result.Ok()) {
+      run.FailStep(Text("pre-render ", i + 1, " in a row: ", result.errorText));
+    }
+    for (const std::string& imbalance : Imbalances(result)) {
+      run.FailStep(imbalance);
+    }
+  }
+  const ProcessState after = ProcessState::Now();
+  if (before.heapBytes && after.heapBytes &&
+      *after.heapBytes - *before.heapBytes > std::int64_t{count} * 16) {
+    run.FailStep("the data of pre-renders is not freed by its delete function");
+  }
+}
+
+void CheckReduced(TestRun& run, const PF_LRect& full, const PF_LRect& reduced, int factor) {
+  const auto near = [factor](A_long whole, A_long part) {
+    return std::abs(std::int64_t{part} * factor - whole) <= factor;
+  };
+  if (!near(full.left, reduced.left) || !near(full.top, reduced.top) ||
+      !near(full.right, reduced.right) || !near(full.bottom, reduced.bottom)) {
+    run.FailStep(Text("the largest result is ", RectText(reduced), ", at full resolution it is ",
+                      RectText(full)));
+  }
+}
+
+}  // namespace
+
+void TestPreRenderOnly(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  for (const Way& way : SmartWaysOrSkip(run, *effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+    const RenderSettings settings = SettingsFor(scene, way);
+    run.Step(Describe(settings));
+    const host::World before = RenderChecked(run, *effect, settings).output;
+    PreRenderManyTimes(run, *effect, settings);
+    if (run.Failed()) {
+      return;
+    }
+    const host::World after = RenderChecked(run, *effect, settings).output;
+    if (std::string difference = Difference(after, before); !difference.empty()) {
+      run.FailStep(Text("the frame after them is another: ", difference));
+    }
+  }
+}
+
+void TestPreRenderRects(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  for (const Way& way : SmartWaysOrSkip(run, *effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+    std::optional<PF_LRect> largest;
+    for (const PF_LRect& request : RequestsOf(scene.width, scene.height)) {
+      RenderSettings settings = SettingsFor(scene, way);
+      settings.region = request;
+      run.Step(Describe(settings));
+      const host::RenderResult result = RenderChecked(run, *effect, settings);
+      for (const std::string& rule : BrokenRules(result)) {
+        if (rule.find("rectangle") != std::string::npos) {
+          run.FailStep(rule);
+        }
+      }
+      if (!IsTransparentOutside(result.output, result.resultRect)) {
+        run.FailStep(Text("there are pixels outside of its result, ", RectText(result.resultRect)));
+      }
+      if (!largest) {
+        largest = result.maxResultRect;
+      } else if (!SameRect(*largest, result.maxResultRect)) {
+        run.FailStep(Text("the largest result depends on the request: ",
+                          RectText(result.maxResultRect), " instead of ", RectText(*largest)));
+      }
+    }
+    CheckEmptyRequest(run, *effect, SettingsFor(scene, way), *largest);
+  }
+}
+
+void TestRegions(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  for (const Way& way : WaysOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+    RenderSettings settings = SettingsFor(scene, way);
+    run.Step(Describe(settings));
+    const host::World whole = RenderChecked(run, *effect, settings).output;
+    for (int i = run.Rounds(12); i > 0 && !run.HadEnough(); --i) {
+      settings.region = RandomRegion(run.Rng(), scene.width, scene.height);
+      run.Step(Describe(settings));
+      const host::World part = RenderChecked(run, *effect, settings).output;
+      if (std::string difference = Difference(part, whole, Compare::kVisible);
+          !difference.empty()) {
+        run.FailStep(Text("the part is not the whole's: ", difference));
+      }
+    }
+  }
+}
+
+void TestEmptyRequests(TestRun& run) {
+  constexpr std::array<PF_LRect, 4> kEmpty{
+      PF_LRect{0, 0, 0, 0}, {5, 5, 5, 9}, {9, 3, 2, 1}, {-4, -4, -4, -4}};
+  const auto effect = LoadEffect(run);
+  for (const Way& way : SmartWaysOrSkip(run, *effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+    RenderSettings settings = SettingsFor(scene, way);
+    for (const PF_LRect& request : kEmpty) {
+      settings.region = request;
+      for (const bool preRenderOnly : {true, false}) {
+        settings.preRenderOnly = preRenderOnly;
+        run.Step(Text(WayName(way), ", request ", RectText(request)));
+        RenderChecked(run, *effect, settings);
+      }
+    }
+  }
+}
+
+void TestReducedResolution(TestRun& run) {
+  constexpr A_long kWidth = 63;
+  constexpr A_long kHeight = 35;
+  const auto effect = LoadEffect(run);
+  for (const Way& way : WaysOf(*effect)) {
+    std::optional<PF_LRect> full;
+    for (const int factor : {1, 2, 3, 4, 7}) {
+      const Scene scene =
+          MakeScene(*effect, run.Rng(),
+                    {.width = kWidth, .height = kHeight, .depth = way.depth, .downsample = factor});
+      RenderSettings settings = SettingsFor(scene, way);
+      run.Step(Describe(settings));
+      const PF_LRect rect = RenderChecked(run, *effect, settings).maxResultRect;
+      full = full.value_or(rect);
+      CheckReduced(run, *full, rect, factor);
+      settings.draft = true;
+      run.Step(Describe(settings));
+      RenderChecked(run, *effect, settings);
+    }
+  }
+}
+
+}  // namespace veltra::check

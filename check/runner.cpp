@@ -1,0 +1,191 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Running tests in child processes.
+
+#include "check/runner.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <string>
+
+#include "base/text.h"
+#include "system/child_process.h"
+
+namespace veltra::check {
+namespace {
+
+using std::chrono::duration;
+using std::chrono::steady_clock;
+
+constexpr std::array<std::string_view, 5> kLineWords{"step", "fail", "note", "skip", "done"};
+
+/// What a child has said so far.
+struct Heard {
+  std::string step;
+  bool skipped = false;
+  bool done = false;
+};
+
+void TakeLine(std::string_view line, Heard& heard, TestResult& result) {
+  const std::string_view word = line.substr(0, line.find(' '));
+  const std::string text(line.substr(std::min(line.size(), word.size() + 1)));
+  const auto* const found = std::find(kLineWords.begin(), kLineWords.end(), word);
+  switch (static_cast<LineKind>(found - kLineWords.begin())) {
+    case LineKind::kStep:
+      heard.step = text;
+      break;
+    case LineKind::kFail:
+      result.messages.push_back(text);
+      result.outcome = Outcome::kFailed;
+      break;
+    case LineKind::kNote:
+      result.notes.push_back(text);
+      break;
+    case LineKind::kSkip:
+      result.messages.push_back(text);
+      heard.skipped = true;
+      break;
+    case LineKind::kDone:
+      heard.done = true;
+      break;
+  }
+}
+
+std::string LastLine(const std::string& output) {
+  const std::size_t end = output.find_last_not_of("\r\n");
+  if (end == std::string::npos) {
+    return {};
+  }
+  const std::size_t lineBreak = output.find_last_of('\n', end);
+  const std::size_t start = lineBreak == std::string::npos ? 0 : lineBreak + 1;
+  return output.substr(start, end + 1 - start);
+}
+
+/// What is wrong about the way the process ended; empty when nothing is.
+std::string TroubleWith(const ChildEnd& end, const Heard& heard,
+                        std::chrono::milliseconds timeout) {
+  const std::string where = heard.done           ? " after the test was over"
+                            : heard.step.empty() ? ""
+                                                 : Text(" in: ", heard.step);
+  switch (end.how) {
+    case ChildEnd::How::kNotStarted:
+      return Text("no process could be started for the test: ", end.signal);
+    case ChildEnd::How::kTimedOut:
+      return Text("hung: not done after ", timeout.count(), " ms", where);
+    case ChildEnd::How::kSignalled:
+      return Text("crashed: ", end.signal, where);
+    default:
+      break;
+  }
+  if (end.status != 0 || !heard.done) {
+    const std::string lastWords = LastLine(end.output);
+    return Text("ended the process with exit status ", end.status, where,
+                lastWords.empty() ? "" : " (", lastWords, lastWords.empty() ? "" : ")");
+  }
+  return {};
+}
+
+TestResult RunInChild(const Test& test, const RunnerSettings& settings) {
+  TestResult result;
+  result.test = &test;
+  Heard heard;
+  const auto start = steady_clock::now();
+  const ChildEnd end =
+      RunChild(settings.program, ChildArguments(test, settings.tests), settings.timeout,
+               [&](std::string_view line) { TakeLine(line, heard, result); });
+  result.seconds = duration<double>(steady_clock::now() - start).count();
+  if (std::string trouble = TroubleWith(end, heard, settings.timeout); !trouble.empty()) {
+    result.messages.push_back(std::move(trouble));
+    result.outcome = Outcome::kFailed;
+  } else if (heard.skipped && result.outcome == Outcome::kPassed) {
+    result.outcome = Outcome::kNotApplicable;
+  }
+  if (result.outcome == Outcome::kFailed) {
+    result.output = end.output;
+  }
+  return result;
+}
+
+/// The failed test that this one builds upon, directly or through others; null for none.
+const Test* FailedGroundwork(const Test& test, const Report& report) {
+  const std::string_view name = TestThatProves(test.needs);
+  if (name.empty()) {
+    return nullptr;
+  }
+  const auto found = std::find_if(report.results.begin(), report.results.end(),
+                                  [&](const TestResult& r) { return r.test->name == name; });
+  if (found != report.results.end()) {
+    return found->outcome == Outcome::kFailed || found->outcome == Outcome::kNotRun ? found->test
+                                                                                    : nullptr;
+  }
+  return nullptr;
+}
+
+bool Wanted(const Test& test, const RunnerSettings& settings) {
+  if (settings.only.empty()) {
+    return test.strictness <= settings.tests.strictness;
+  }
+  return std::find(settings.only.begin(), settings.only.end(), &test) != settings.only.end();
+}
+
+}  // namespace
+
+std::vector<std::string> ChildArguments(const Test& test, const TestSettings& settings) {
+  std::vector<std::string> arguments{"check",
+                                     "--child-test",
+                                     std::string(test.name),
+                                     "--strictness",
+                                     std::to_string(settings.strictness),
+                                     "--seed",
+                                     std::to_string(settings.seed)};
+  if (!settings.resource.empty()) {
+    arguments.insert(arguments.end(), {"--resource", settings.resource.string()});
+  }
+  // Absolute, so that no path can be taken for an option.
+  arguments.push_back(std::filesystem::absolute(settings.library).string());
+  return arguments;
+}
+
+Report RunTests(const RunnerSettings& settings,
+                const std::function<void(const TestResult&)>& onResult) {
+  Report report;
+  report.settings = settings.tests;
+  for (const Test& test : AllTests()) {
+    if (!Wanted(test, settings)) {
+      continue;
+    }
+    if (const Test* missing = FailedGroundwork(test, report); missing != nullptr) {
+      TestResult result;
+      result.test = &test;
+      result.outcome = Outcome::kNotRun;
+      result.messages.push_back(Text("needs ", missing->name));
+      report.results.push_back(std::move(result));
+    } else {
+      report.results.push_back(RunInChild(test, settings));
+    }
+    onResult(report.results.back());
+  }
+  return report;
+}
+
+int RunOneTest(const Test& test, const TestSettings& settings) {
+  PrepareChild();
+  const auto send = [](LineKind kind, std::string_view text) {
+    ReportLine(Text(kLineWords[static_cast<std::size_t>(kind)], " ", text));
+  };
+  try {
+    TestRun run(settings, test.name, send);
+    test.run(run);
+  } catch (const TestEnded&) {
+    // It has said why.
+  } catch (const std::exception& problem) {
+    send(LineKind::kFail, Text("an exception left the library: ", problem.what()));
+  } catch (...) {
+    send(LineKind::kFail, "an exception left the library");
+  }
+  send(LineKind::kDone, "");
+  return 0;
+}
+
+}  // namespace veltra::check

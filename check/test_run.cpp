@@ -1,0 +1,60 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// A test on its way.
+
+#include "check/test_run.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/text.h"
+
+namespace veltra::check {
+namespace {
+
+constexpr std::size_t kMostFailures = 6;
+
+}  // namespace
+
+TestRun::TestRun(TestSettings settings, std::string_view testName, Sink sink)
+    : settings_(std::move(settings)), random_(settings_.seed, testName), sink_(std::move(sink)) {}
+
+int TestRun::Rounds(int base) const {
+  return std::max(1, base * settings_.strictness / kDefaultStrictness);
+}
+
+void TestRun::Step(std::string_view text) {
+  step_ = text;
+  sink_(LineKind::kStep, text);
+}
+
+void TestRun::Fail(std::string_view text) {
+  if (failures_.size() >= kMostFailures || !failures_.emplace(text).second) {
+    return;
+  }
+  sink_(LineKind::kFail, text);
+}
+
+void TestRun::FailStep(std::string_view text) {
+  Fail(Text(step_, ": ", text));
+}
+
+void TestRun::FailAndEnd(std::string_view text) {
+  Fail(text);
+  throw TestEnded{};
+}
+
+void TestRun::Note(std::string_view text) {
+  sink_(LineKind::kNote, text);
+}
+
+void TestRun::Skip(std::string_view why) {
+  sink_(LineKind::kSkip, why);
+  throw TestEnded{};
+}
+
+bool TestRun::HadEnough() const {
+  return failures_.size() >= kMostFailures;
+}
+
+}  // namespace veltra::check

@@ -1,0 +1,74 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// What a test of the validator works with, and how it says what it found.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "check/random.h"
+
+namespace veltra::check {
+
+inline constexpr int kLowestStrictness = 1;
+inline constexpr int kDefaultStrictness = 5;
+inline constexpr int kHighestStrictness = 10;
+inline constexpr std::uint64_t kDefaultSeed = 1;
+
+/// What every test is told.
+struct TestSettings {
+  std::filesystem::path library;
+  std::filesystem::path resource;  ///< library whose resource describes the effect; may be empty
+  int strictness = kDefaultStrictness;
+  std::uint64_t seed = kDefaultSeed;
+};
+
+/// Ends a test early; what was wrong has been said before.
+struct TestEnded {};
+
+/// The kinds of line that a test sends to whoever runs it.
+enum class LineKind { kStep, kFail, kNote, kSkip, kDone };
+
+/// One test on its way. Everything said is passed on at once, so that a crash loses nothing.
+/// Used on one thread only.
+class TestRun {
+ public:
+  using Sink = std::function<void(LineKind kind, std::string_view text)>;
+
+  TestRun(TestSettings settings, std::string_view testName, Sink sink);
+
+  const TestSettings& Settings() const { return settings_; }
+  Random& Rng() { return random_; }
+
+  /// How often to repeat something that is done `base` times at the default strictness.
+  int Rounds(int base) const;
+
+  /// What is being tried now; named in the report when the process does not survive it.
+  void Step(std::string_view text);
+  /// Something is wrong. Each text counts once, and only the first few are passed on.
+  void Fail(std::string_view text);
+  /// Like Fail, with what was being tried in front.
+  void FailStep(std::string_view text);
+  [[noreturn]] void FailAndEnd(std::string_view text);
+  /// A word about a test that passed.
+  void Note(std::string_view text);
+  /// The test does not apply to this library; ends it.
+  [[noreturn]] void Skip(std::string_view why);
+
+  bool Failed() const { return !failures_.empty(); }
+  /// So much is wrong that going on tells nothing new.
+  bool HadEnough() const;
+
+ private:
+  TestSettings settings_;
+  Random random_;
+  Sink sink_;
+  std::string step_;
+  std::set<std::string, std::less<>> failures_;
+};
+
+}  // namespace veltra::check

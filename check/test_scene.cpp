@@ -1,0 +1,468 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Frames to test with.
+
+#include "check/test_scene.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <type_traits>
+
+#include "base/text.h"
+
+namespace veltra::check {
+namespace {
+
+using host::ControlDeclaration;
+using host::ControlValue;
+using host::Depth;
+using host::Effect;
+using host::RenderMode;
+using host::RenderSettings;
+using host::World;
+
+template <class Function>
+auto WithPixel(Depth depth, Function&& function) {
+  switch (depth) {
+    case Depth::k8:
+      return function(PF_Pixel8{});
+    case Depth::k16:
+      return function(PF_Pixel16{});
+    default:
+      return function(PF_PixelFloat{});
+  }
+}
+
+template <class Pixel>
+using ChannelOf = decltype(Pixel::alpha);
+
+template <class Pixel>
+constexpr double FullScale() {
+  if constexpr (std::is_same_v<Pixel, PF_Pixel8>) {
+    return PF_MAX_CHAN8;
+  } else if constexpr (std::is_same_v<Pixel, PF_Pixel16>) {
+    return PF_MAX_CHAN16;
+  } else {
+    return 1.0;
+  }
+}
+
+template <class Pixel>
+std::array<ChannelOf<Pixel>, 4> Channels(const Pixel& pixel) {
+  return {pixel.alpha, pixel.red, pixel.green, pixel.blue};
+}
+
+constexpr int kFractionSteps = 4096;
+
+/// Multiples of 1/4096 are exact at every depth that has room for them.
+template <class Pixel>
+ChannelOf<Pixel> RandomChannel(Random& random) {
+  const double fraction = static_cast<double>(random.Int(0, kFractionSteps)) / kFractionSteps;
+  return static_cast<ChannelOf<Pixel>>(fraction * FullScale<Pixel>());
+}
+
+template <class Pixel>
+Pixel RandomPixel(Random& random) {
+  Pixel pixel{RandomChannel<Pixel>(random), RandomChannel<Pixel>(random),
+              RandomChannel<Pixel>(random), RandomChannel<Pixel>(random)};
+  if (random.OneIn(3)) {
+    pixel.alpha =
+        random.OneIn(3) ? ChannelOf<Pixel>{} : static_cast<ChannelOf<Pixel>>(FullScale<Pixel>());
+  }
+  return pixel;
+}
+
+/// A picture that cannot be made is no fault of the effect; the test process says so and ends.
+World Made(Expected<World> world) {
+  if (!world) {
+    throw std::runtime_error(world.ErrorText());
+  }
+  return std::move(*world);
+}
+
+bool IsSettable(PF_ParamType type) {
+  return type == PF_Param_FIX_SLIDER || type == PF_Param_CHECKBOX || type == PF_Param_POPUP ||
+         type == PF_Param_POINT;
+}
+
+// Far outside every frame that is tested with, and within what 16.16 holds.
+constexpr std::int64_t kFarPixels = 30000;
+
+ControlValue RandomValue(const ControlDeclaration& control, Random& random, Reach reach,
+                         A_long width, A_long height) {
+  const bool tame = reach == Reach::kTame;
+  switch (control.type) {
+    case PF_Param_FIX_SLIDER: {
+      const PF_Fixed low = tame ? control.sliderMin : control.validMin;
+      const PF_Fixed high = tame ? control.sliderMax : control.validMax;
+      return {random.Int(std::min(low, high), std::max(low, high)), 0};
+    }
+    case PF_Param_CHECKBOX:
+      return {random.Int(0, 1), 0};
+    case PF_Param_POPUP:
+      return {random.Int(1, std::max<A_long>(1, static_cast<A_long>(control.choices.size()))), 0};
+    default: {
+      const auto coordinate = [&](A_long length) {
+        if (tame || control.restrictBounds) {
+          return static_cast<A_long>(random.Between(0, std::int64_t{length} * 65536));
+        }
+        const std::int64_t beyond =
+            random.OneIn(4) ? kFarPixels * 65536 : std::int64_t{length} * 2 * 65536;
+        return static_cast<A_long>(random.Between(-beyond, beyond));
+      };
+      const A_long x = coordinate(width);
+      return {x, coordinate(height)};
+    }
+  }
+}
+
+std::vector<ControlValue> ExtremePoints(const ControlDeclaration& control, A_long width,
+                                        A_long height) {
+  const A_long right = width * 65536;
+  const A_long bottom = height * 65536;
+  std::vector<ControlValue> values{
+      {0, 0}, {right, 0}, {0, bottom}, {right, bottom}, {right / 2, bottom / 2}};
+  if (!control.restrictBounds) {
+    constexpr A_long kLeast = std::numeric_limits<A_long>::min();
+    constexpr A_long kMost = std::numeric_limits<A_long>::max();
+    values.insert(
+        values.end(),
+        {{-1, -1}, {right + 1, bottom + 1}, {kLeast, kLeast}, {kMost, kMost}, {kLeast, kMost}});
+  }
+  return values;
+}
+
+std::string FixedText(PF_Fixed value) {
+  std::string text = std::to_string(static_cast<double>(value) / kFixedOne);
+  text.erase(text.find_last_not_of('0') + 1);
+  if (text.back() == '.') {
+    text.pop_back();
+  }
+  return text;
+}
+
+/// The place and the words for the largest difference found.
+struct Worst {
+  double size = 0.0;
+  A_long count = 0;
+  std::string text;
+};
+
+template <class Pixel>
+std::string PixelText(const Pixel& pixel) {
+  std::string text;
+  for (const auto channel : Channels(pixel)) {
+    if constexpr (std::is_floating_point_v<ChannelOf<Pixel>>) {
+      text += Text(text.empty() ? "" : " ", std::to_string(channel));
+    } else {
+      text += Text(text.empty() ? "" : " ", static_cast<int>(channel));
+    }
+  }
+  return text;
+}
+
+template <class Pixel>
+void ComparePixel(const Pixel& a, const Pixel& b, A_long x, A_long y, Worst& worst) {
+  const auto left = Channels(a);
+  const auto right = Channels(b);
+  double size = 0.0;
+  for (std::size_t i = 0; i < left.size(); ++i) {
+    const double difference =
+        std::abs(static_cast<double>(left[i]) - static_cast<double>(right[i]));
+    // Not a number differs from everything, also from itself.
+    size = std::isnan(difference) ? std::numeric_limits<double>::infinity()
+                                  : std::max(size, difference);
+  }
+  worst.count += size > 0.0 ? 1 : 0;
+  if (size > worst.size) {
+    worst.size = size;
+    worst.text = Text("worst at ", x, ",", y, ": ", PixelText(a), " against ", PixelText(b));
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<const host::EffectLibrary> OpenLibrary(TestRun& run) {
+  auto library = host::EffectLibrary::Open(run.Settings().library);
+  if (!library) {
+    run.FailAndEnd(library.ErrorText());
+  }
+  return *library;
+}
+
+std::unique_ptr<const Effect> LoadEffect(TestRun& run) {
+  auto effect = Effect::Load(OpenLibrary(run));
+  if (!effect) {
+    run.FailAndEnd(effect.ErrorText());
+  }
+  return std::move(*effect);
+}
+
+// ---- Pictures ----
+
+World RandomWorld(Random& random, A_long width, A_long height, Depth depth,
+                  const host::WorldLayout& layout) {
+  World world = Made(World::Create(width, height, depth, layout));
+  WithPixel(depth, [&](auto pixel) {
+    using Pixel = decltype(pixel);
+    for (A_long y = 0; y < height; ++y) {
+      for (Pixel& p : world.Row<Pixel>(y)) {
+        p = RandomPixel<Pixel>(random);
+      }
+    }
+  });
+  return world;
+}
+
+Scene MakeScene(const Effect& effect, Random& random, const SceneShape& shape) {
+  Scene scene;
+  scene.width = shape.width;
+  scene.height = shape.height;
+  scene.depth = shape.depth;
+  scene.downsample = shape.downsample;
+  scene.input = RandomWorld(random, host::DownsampledLength(shape.width, shape.downsample),
+                            host::DownsampledLength(shape.height, shape.downsample), shape.depth,
+                            shape.layout);
+  for (const ControlDeclaration& control : effect.Controls()) {
+    if (control.type == PF_Param_LAYER) {
+      scene.layers.emplace(control.index, RandomWorld(random, shape.layerWidth, shape.layerHeight,
+                                                      shape.depth, shape.layout));
+    }
+  }
+  return scene;
+}
+
+// ---- Ways to render ----
+
+std::string WayName(const Way& way) {
+  return Text(way.mode == RenderMode::kSmart ? "smart" : "classic", ", ",
+              host::DepthName(way.depth), way.depth == Depth::kFloat ? "" : " bit");
+}
+
+bool RendersClassic(const Effect& effect) {
+  if (!effect.SupportsSmartRender()) {
+    return true;
+  }
+  Random random(0);
+  const Scene scene = MakeScene(effect, random, {});
+  const auto result =
+      host::RenderFrame(effect, SettingsFor(scene, {RenderMode::kClassic, Depth::k8}));
+  return result.Ok() && !IsTransparent(result.output);
+}
+
+std::vector<Way> SmartWaysOf(const Effect& effect) {
+  std::vector<Way> ways;
+  for (const Depth depth : host::kAllDepths) {
+    if (effect.SupportsSmartRender() && effect.SupportsDepth(depth)) {
+      ways.push_back({RenderMode::kSmart, depth});
+    }
+  }
+  return ways;
+}
+
+std::vector<Way> WaysOf(const Effect& effect) {
+  std::vector<Way> ways = SmartWaysOf(effect);
+  for (const Depth depth : {Depth::k8, Depth::k16}) {
+    if (effect.SupportsDepth(depth) && RendersClassic(effect)) {
+      ways.push_back({RenderMode::kClassic, depth});
+    }
+  }
+  return ways;
+}
+
+RenderSettings SettingsFor(const Scene& scene, const Way& way) {
+  RenderSettings settings;
+  settings.width = scene.width;
+  settings.height = scene.height;
+  settings.depth = scene.depth;
+  settings.downsample = scene.downsample;
+  settings.mode = way.mode;
+  settings.input = &scene.input;
+  for (const auto& [index, layer] : scene.layers) {
+    settings.layers[index] = &layer;
+  }
+  return settings;
+}
+
+std::string Describe(const RenderSettings& settings) {
+  std::string text =
+      Text(WayName({settings.mode, settings.depth}), ", ", settings.width, " x ", settings.height);
+  if (settings.downsample != 1) {
+    text += Text(", 1/", settings.downsample);
+  }
+  if (settings.region) {
+    const PF_LRect& r = *settings.region;
+    text += Text(", region ", r.left, ",", r.top, " ", r.right - r.left, " x ", r.bottom - r.top);
+  }
+  if (settings.draft) {
+    text += ", draft";
+  }
+  return text;
+}
+
+// ---- Values ----
+
+void SetRandomControls(RenderSettings& settings, const Effect& effect, Random& random,
+                       Reach reach) {
+  for (const ControlDeclaration& control : effect.Controls()) {
+    if (IsSettable(control.type)) {
+      settings.controls[control.index] =
+          RandomValue(control, random, reach, settings.width, settings.height);
+    }
+  }
+}
+
+std::vector<ControlValue> ExtremeValues(const ControlDeclaration& control, A_long width,
+                                        A_long height) {
+  std::vector<ControlValue> values;
+  switch (control.type) {
+    case PF_Param_FIX_SLIDER:
+      for (const PF_Fixed value :
+           {control.validMin, control.validMax, control.sliderMin, control.sliderMax, 0, 1, -1}) {
+        if (value >= control.validMin && value <= control.validMax) {
+          values.push_back({value, 0});
+        }
+      }
+      return values;
+    case PF_Param_CHECKBOX:
+      return {{0, 0}, {1, 0}};
+    case PF_Param_POPUP:
+      for (std::size_t choice = 1; choice <= control.choices.size(); ++choice) {
+        values.push_back({static_cast<A_long>(choice), 0});
+      }
+      return values;
+    case PF_Param_POINT:
+      return ExtremePoints(control, width, height);
+    default:
+      return {};
+  }
+}
+
+std::string DescribeValue(const ControlDeclaration& control, const ControlValue& value) {
+  const std::string& name = control.name.empty() ? control.label : control.name;
+  switch (control.type) {
+    case PF_Param_FIX_SLIDER:
+      return Text(name, " ", FixedText(value.x));
+    case PF_Param_POINT:
+      return Text(name, " ", FixedText(value.x), ",", FixedText(value.y));
+    default:
+      return Text(name, " ", value.x);
+  }
+}
+
+// ---- Rendering and comparing ----
+
+host::RenderResult RenderChecked(TestRun& run, const Effect& effect,
+                                 const RenderSettings& settings) {
+  host::RenderResult result = host::RenderFrame(effect, settings);
+  if (!result.Ok()) {
+    run.FailStep(result.errorText.empty() ? host::ErrorName(result.error) : result.errorText);
+  } else if (std::string trouble = Impossible(result.output); !trouble.empty()) {
+    run.FailStep(trouble);
+  }
+  return result;
+}
+
+std::string Difference(const World& part, const World& whole, Compare compare) {
+  if (part.Empty() || whole.Empty()) {
+    return part.Empty() == whole.Empty() ? "" : "there is only one of the two pictures";
+  }
+  const A_long dx = part.OriginX() - whole.OriginX();
+  const A_long dy = part.OriginY() - whole.OriginY();
+  if (part.PixelDepth() != whole.PixelDepth() || dx < 0 || dy < 0 ||
+      dx + part.Width() > whole.Width() || dy + part.Height() > whole.Height()) {
+    return Text("the picture is ", part.Width(), " x ", part.Height(), " at ", part.OriginX(), ",",
+                part.OriginY(), ", not within ", whole.Width(), " x ", whole.Height(), " at ",
+                whole.OriginX(), ",", whole.OriginY());
+  }
+  Worst worst;
+  WithPixel(part.PixelDepth(), [&](auto pixel) {
+    using Pixel = decltype(pixel);
+    for (A_long y = 0; y < part.Height(); ++y) {
+      const auto a = part.Row<Pixel>(y);
+      const auto b = whole.Row<Pixel>(y + dy);
+      for (A_long x = 0; x < part.Width(); ++x) {
+        const Pixel& left = a[static_cast<std::size_t>(x)];
+        const A_long wholeX = x + dx;
+        const Pixel& right = b[static_cast<std::size_t>(wholeX)];
+        if (compare == Compare::kVisible && left.alpha == 0 && right.alpha == 0) {
+          continue;
+        }
+        ComparePixel(left, right, x + part.OriginX(), y + part.OriginY(), worst);
+      }
+    }
+  });
+  if (worst.count == 0) {
+    return {};
+  }
+  return Text(Count(static_cast<std::size_t>(worst.count), "pixel"), " of ",
+              part.Width() * part.Height(), worst.count == 1 ? " differs, " : " differ, ",
+              worst.text);
+}
+
+std::string Impossible(const World& picture) {
+  if (picture.Empty() || picture.PixelDepth() == Depth::k8) {
+    return {};
+  }
+  std::string trouble;
+  WithPixel(picture.PixelDepth(), [&](auto pixel) {
+    using Pixel = decltype(pixel);
+    for (A_long y = 0; y < picture.Height() && trouble.empty(); ++y) {
+      const auto row = picture.Row<Pixel>(y);
+      const auto bad = std::find_if(row.begin(), row.end(), [](const Pixel& p) {
+        const auto channels = Channels(p);
+        return std::any_of(channels.begin(), channels.end(), [](auto channel) {
+          const auto value = static_cast<double>(channel);
+          return !std::isfinite(value) ||
+                 (std::is_same_v<Pixel, PF_Pixel16> && value > FullScale<Pixel>());
+        });
+      });
+      if (bad != row.end()) {
+        trouble = Text("impossible pixel at ", (bad - row.begin()) + picture.OriginX(), ",",
+                       y + picture.OriginY(), ": ", PixelText(*bad));
+      }
+    }
+  });
+  return trouble;
+}
+
+std::uint64_t HashOf(const World& picture) {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  const auto bytes =
+      static_cast<std::ptrdiff_t>(picture.Width()) * host::BytesPerPixel(picture.PixelDepth());
+  for (A_long y = 0; y < picture.Height(); ++y) {
+    const std::byte* row = picture.RowAddress(y);
+    for (std::ptrdiff_t i = 0; i < bytes; ++i) {
+      hash = (hash ^ static_cast<std::uint64_t>(row[i])) * 0x100000001B3U;
+    }
+  }
+  return hash;
+}
+
+bool IsTransparent(const World& picture) {
+  return IsTransparentOutside(picture, {0, 0, 0, 0});
+}
+
+bool IsTransparentOutside(const World& picture, const PF_LRect& rect) {
+  const auto isInside = [&rect](A_long x, A_long y) {
+    return x >= rect.left && x < rect.right && y >= rect.top && y < rect.bottom;
+  };
+  return WithPixel(picture.PixelDepth(), [&](auto pixel) {
+    using Pixel = decltype(pixel);
+    for (A_long y = 0; y < picture.Height(); ++y) {
+      const auto row = picture.Row<Pixel>(y);
+      for (A_long x = 0; x < picture.Width(); ++x) {
+        if (row[static_cast<std::size_t>(x)].alpha > 0 &&
+            !isInside(x + picture.OriginX(), y + picture.OriginY())) {
+          return false;
+        }
+      }
+    }
+    return true;
+  });
+}
+
+}  // namespace veltra::check

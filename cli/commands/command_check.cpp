@@ -1,0 +1,149 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// `veltra check`: the command line of the validator.
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <filesystem>
+#include <iostream>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "check/runner.h"
+#include "cli/commands/commands.h"
+#include "system/child_process.h"
+
+namespace veltra::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kDefaultTimeoutSeconds = 60.0;
+constexpr double kLongestTimeoutSeconds = 86400.0;
+
+struct CheckOptions {
+  check::TestSettings tests;
+  std::string library;
+  std::string resource;
+  double timeoutSeconds = kDefaultTimeoutSeconds;
+  std::vector<std::string> only;
+  std::string childTest;
+  bool json = false;
+  bool list = false;
+  bool verbose = false;
+};
+
+void DeclareOptions(CLI::App& app, CheckOptions& options) {
+  app.add_option("library", options.library, "the effect library to check")->type_name("LIBRARY");
+  app.add_option("--strictness", options.tests.strictness,
+                 Text("how much is asked for, from ", check::kLowestStrictness, " to ",
+                      check::kHighestStrictness, " (default ", check::kDefaultStrictness, ")"))
+      ->type_name("N")
+      ->check(CLI::Range(check::kLowestStrictness, check::kHighestStrictness).description(""));
+  app.add_option("--seed", options.tests.seed,
+                 Text("where the random numbers start (default ", check::kDefaultSeed, ")"))
+      ->type_name("N");
+  app.add_option(
+         "--timeout", options.timeoutSeconds,
+         Text("seconds a test may take (default ", static_cast<int>(kDefaultTimeoutSeconds), ")"))
+      ->type_name("SECONDS");
+  app.add_option("--only", options.only, "run this test, at any strictness; may be repeated")
+      ->type_name("TEST")
+      ->allow_extra_args(false);
+  app.add_option("--resource", options.resource,
+                 "Windows library whose resource describes this effect too")
+      ->type_name("FILE");
+  app.add_flag("--json", options.json, "for programs");
+  app.add_flag("--list", options.list, "show the tests and end");
+  app.add_flag("--verbose", options.verbose, "show what the library prints in failed tests");
+  app.add_option("--child-test", options.childTest)->group("");
+  app.footer(
+      "Every test runs in a process of its own. Exit code 0: all passed; 1: something failed;\n"
+      "2: the command line is wrong.\n\n"
+      "Examples:\n"
+      "  veltra check libveltra.so\n"
+      "  veltra check --strictness 10 --seed 42 libveltra.so\n"
+      "  veltra check --only regions --only abort libveltra.so\n"
+      "  veltra check --json libveltra.so > report.json\n");
+}
+
+const check::Test& KnownTest(const std::string& name) {
+  const check::Test* test = check::FindTest(name);
+  if (test == nullptr) {
+    throw UsageError(Text("there is no test ", name, " (--list shows them)"));
+  }
+  return *test;
+}
+
+fs::path ExistingFile(const std::string& path) {
+  std::error_code error;
+  if (!fs::exists(path, error)) {
+    throw UsageError(Text(path, ": no such file"));
+  }
+  if (fs::is_directory(path, error)) {
+    throw UsageError(Text(path, ": is a directory (expected an effect library)"));
+  }
+  return path;
+}
+
+void CheckOptionValues(CheckOptions& options) {
+  if (options.library.empty()) {
+    throw UsageError("no library to check (try veltra check --help)");
+  }
+  options.tests.library = ExistingFile(options.library);
+  if (!options.resource.empty()) {
+    options.tests.resource = ExistingFile(options.resource);
+  }
+  if (!(options.timeoutSeconds > 0.0) || options.timeoutSeconds > kLongestTimeoutSeconds) {
+    throw UsageError(Text("--timeout: expected more than 0 and at most ",
+                          static_cast<int>(kLongestTimeoutSeconds), " seconds"));
+  }
+}
+
+int RunTestsAndReport(const CheckOptions& options) {
+  check::RunnerSettings settings;
+  settings.tests = options.tests;
+  settings.program = OwnProgram();
+  settings.timeout = std::chrono::milliseconds(
+      static_cast<std::int64_t>(std::ceil(options.timeoutSeconds * 1000.0)));
+  for (const std::string& name : options.only) {
+    settings.only.push_back(&KnownTest(name));
+  }
+  if (!options.json) {
+    check::PrintHeading(std::cout, options.tests);
+  }
+  const check::Report report = RunTests(settings, [&](const check::TestResult& result) {
+    if (!options.json) {
+      check::PrintResult(std::cout, result, options.verbose);
+    }
+  });
+  if (options.json) {
+    check::PrintJson(std::cout, report);
+  } else {
+    check::PrintSummary(std::cout, report);
+  }
+  return report.Passed() ? kExitDone : kExitFailed;
+}
+
+}  // namespace
+
+int RunCheck(const Arguments& arguments) {
+  CheckOptions options;
+  CLI::App app("Checks an effect library, any with this interface, for what hosts rely on.",
+               "veltra check");
+  DeclareOptions(app, options);
+  if (!ParseArguments(app, arguments)) {
+    return kExitDone;
+  }
+  if (options.list) {
+    check::PrintTestList(std::cout, options.json);
+    return kExitDone;
+  }
+  CheckOptionValues(options);
+  if (!options.childTest.empty()) {
+    return check::RunOneTest(KnownTest(options.childTest), options.tests);
+  }
+  return RunTestsAndReport(options);
+}
+
+}  // namespace veltra::cli

@@ -1,0 +1,70 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The effect's controls as options: their names, their values, and the table of them.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/settings/values.h"
+#include "host/effect.h"
+
+namespace veltra::cli {
+
+/// A control with the names under which people may set it. Everything comes from what the effect
+/// declared. The names follow one rule: the visible name (a checkbox's label) in lower case with
+/// dashes is the long name, and every word of it that no other control has and that is no
+/// option of the program is a short one. "Start Point" is start-point and start;
+/// "Size (Degrees)" is size-degrees and degrees.
+struct ControlOption {
+  const host::ControlDeclaration* declaration = nullptr;
+  std::vector<std::string> names;  ///< the long one first
+
+  const std::string& LongName() const { return names.front(); }
+  /// The one to show: the first short name, or the long one where there is none.
+  const std::string& ShownName() const { return names.size() > 1 ? names[1] : names[0]; }
+  std::string_view VisibleName() const {
+    return declaration->name.empty() ? declaration->label : declaration->name;
+  }
+};
+
+/// The controls that can be set; others (groups, buttons) are left out. `taken` are the
+/// program's own option names, without dashes in front.
+std::vector<ControlOption> ControlOptions(const host::Effect& effect,
+                                          const std::vector<std::string>& taken);
+
+/// The control of this name, or null.
+const ControlOption* FindControl(const std::vector<ControlOption>& options, std::string_view name);
+
+/// What a control is set to, before the frame's size is known.
+struct ControlSetting {
+  PF_ParamIndex index = 0;
+  PF_ParamType type = PF_Param_NO_DATA;
+  A_long value = 0;  ///< 16.16 of a slider, 0 or 1, or the number of a choice
+  PointText point;   ///< of a point
+  std::string path;  ///< of a layer
+
+  host::ControlValue OnFrame(int width, int height) const;
+};
+
+/// Reads a value for a control and checks it against what the effect declared. Throws UsageError
+/// with what was expected, without the control's name.
+ControlSetting ParseControl(const host::ControlDeclaration& control, std::string_view text);
+
+/// What the value of a control looks like, for help: "X,Y", "stretch|tile|solo", "NUMBER".
+std::string ValuePlaceholder(const host::ControlDeclaration& control);
+
+/// "-10000 to 10000", "on or off" and so on; empty for a layer.
+std::string RangeText(const host::ControlDeclaration& control);
+
+/// The declared default as it would be written, "none" for a layer.
+std::string DefaultText(const host::ControlDeclaration& control);
+
+/// "layer", "point", "slider", "checkbox" or "popup".
+const char* TypeName(PF_ParamType type);
+
+/// The control's choice as a value on the command line: lower case, blanks as dashes.
+std::string Slug(std::string_view visible);
+
+}  // namespace veltra::cli

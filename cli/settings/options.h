@@ -1,0 +1,73 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The options of a render apart from the effect's controls: one list for the command line, the
+// scene file, the help and the completion.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/settings/values.h"
+#include "host/base/depth.h"
+#include "pictures/picture.h"
+
+namespace veltra::cli {
+
+/// How progress is told.
+enum class ProgressStyle { kAuto, kBar, kLines, kJson, kNone };
+
+struct RenderOptions {
+  std::string effect;
+  std::string frame;
+  std::string output;
+  std::string saveScene;
+  std::optional<PictureSize> size;
+  std::optional<FrameRange> frames;
+  std::optional<PF_RationalScale> rate;
+  std::optional<host::Depth> depth;
+  std::optional<SampleType> outputDepth;
+  std::string compression;
+  int jpegQuality = 95;
+  std::string videoOptions;
+  bool classic = false;
+  bool draft = false;
+  std::optional<PF_LRect> region;
+  int downsample = 1;
+  PF_RationalScale pixelAspect{1, 1};
+  PF_RationalScale layerPixelAspect{1, 1};
+  bool skipMissing = false;
+  bool noClobber = false;
+  bool resume = false;
+  int threads = 0;           ///< 0 is one per core
+  int concurrentFrames = 0;  ///< 0 is as many as cores and memory suggest
+  ProgressStyle progress = ProgressStyle::kAuto;
+};
+
+struct OptionSpec {
+  const char* name;         ///< long name without dashes, also the scene's key
+  const char* shortName;    ///< one letter, or empty
+  const char* placeholder;  ///< empty for a flag
+  const char* group;
+  const char* help;
+  bool inScene;         ///< may stand in a scene file
+  bool isPath;          ///< relative to the scene file's folder
+  const char* choices;  ///< blank-separated, for completion; empty where anything may stand
+  /// Reads the value ("on" or "off" for a flag). Throws UsageError without the option's name.
+  void (*apply)(RenderOptions& options, std::string_view text);
+
+  bool IsFlag() const { return placeholder[0] == '\0'; }
+};
+
+/// All of them, in the order of the help.
+std::span<const OptionSpec> RenderOptionSpecs();
+
+/// The one of this long name, or null.
+const OptionSpec* FindOption(std::string_view name);
+
+/// Names that controls cannot have.
+std::vector<std::string> TakenNames();
+
+}  // namespace veltra::cli

@@ -1,0 +1,272 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Reading, checking and writing of scene files.
+#include "cli/settings/scene.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "cli/settings/options.h"
+
+namespace veltra::cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kMostFrameNumber = 9999999;
+
+[[noreturn]] void Fail(std::string_view key, std::string_view message) {
+  throw UsageError(Text(key, ": ", message));
+}
+
+// ---- From text to JSON ----
+
+int LineOf(std::string_view text, std::size_t offset) {
+  return 1 + static_cast<int>(std::count(
+                 text.begin(),
+                 text.begin() + static_cast<std::ptrdiff_t>(std::min(offset, text.size())), '\n'));
+}
+
+/// JSON lets a key come twice, and the second one would win silently.
+class DuplicateKeys {
+ public:
+  void operator()(Json::parse_event_t event, const Json& value) {
+    switch (event) {
+      case Json::parse_event_t::object_start:
+        seen_.emplace_back();
+        break;
+      case Json::parse_event_t::object_end:
+        seen_.pop_back();
+        break;
+      case Json::parse_event_t::key:
+        if (!seen_.back().insert(value.get<std::string>()).second) {
+          Fail(value.get<std::string>(), "stands twice in the same place");
+        }
+        break;
+      default:
+        break;
+    }
+  }
+
+ private:
+  std::vector<std::set<std::string>> seen_;
+};
+
+/// A scene is flat; what nests deeper is not one, and is not worth the stack it would take.
+constexpr int kDeepestScene = 8;
+
+Json ParseJson(std::string_view text) {
+  DuplicateKeys duplicates;
+  const auto check = [&](int depth, Json::parse_event_t event, Json& value) {
+    if (depth > kDeepestScene) {
+      throw UsageError("not a scene (nested too deeply)");
+    }
+    duplicates(event, value);
+    return true;
+  };
+  try {
+    return Json::parse(text, check);
+  } catch (const nlohmann::json::parse_error& error) {
+    throw UsageError(
+        Text("line ", LineOf(text, error.byte == 0 ? 0 : error.byte - 1), ": not valid JSON"));
+  } catch (const nlohmann::json::out_of_range&) {
+    throw UsageError("not a scene (a number in it is too large)");
+  }
+}
+
+// ---- From JSON to texts ----
+
+/// A single value as the command line would have it.
+std::string ScalarText(const std::string& key, const Json& value) {
+  if (value.is_string()) {
+    return value.get<std::string>();
+  }
+  if (value.is_boolean()) {
+    return value.get<bool>() ? "on" : "off";
+  }
+  if (value.is_number()) {
+    return value.dump();
+  }
+  Fail(key, Text("a value cannot be ", value.is_null() ? "null" : "a list or an object"));
+}
+
+/// A value, or the two coordinates of a point as a list.
+std::string ValueText(const std::string& key, const Json& value) {
+  if (!value.is_array()) {
+    return ScalarText(key, value);
+  }
+  std::string text;
+  for (const Json& part : value) {
+    text += Text(text.empty() ? "" : ",", ScalarText(key, part));
+  }
+  return text;
+}
+
+void RefuseOtherKeys(const std::string& where, const Json& object,
+                     const std::set<std::string>& known) {
+  for (const auto& [key, value] : object.items()) {
+    if (!known.contains(key)) {
+      std::string list;
+      for (const std::string& name : known) {
+        list += Text(list.empty() ? "" : ", ", name);
+      }
+      Fail(Text(where, ".", key), Text("unknown key (expected ", list, ")"));
+    }
+  }
+}
+
+SceneKey ParseKey(const std::string& where, const Json& json) {
+  if (!json.is_object()) {
+    Fail(where, "a keyframe must be an object with frame and value");
+  }
+  RefuseOtherKeys(where, json, {"frame", "value", "interpolation"});
+  const auto frame = json.find("frame");
+  if (frame == json.end() || !frame->is_number_integer() || *frame < 0 ||
+      *frame > kMostFrameNumber) {
+    Fail(Text(where, ".frame"), Text("must be a whole number, 0 to ", kMostFrameNumber));
+  }
+  const auto value = json.find("value");
+  if (value == json.end()) {
+    Fail(Text(where, ".value"), "is missing");
+  }
+  SceneKey key;
+  key.frame = frame->get<int>();
+  key.value = ValueText(Text(where, ".value"), *value);
+  if (const auto name = json.find("interpolation"); name != json.end()) {
+    const std::optional<Interpolation> found =
+        name->is_string() ? FindInterpolation(name->get<std::string>()) : std::nullopt;
+    if (!found) {
+      Fail(Text(where, ".interpolation"), "must be hold, linear or smooth");
+    }
+    key.interpolation = *found;
+  }
+  return key;
+}
+
+SceneControl ParseControl(const std::string& name, const Json& json) {
+  const std::string where = Text("controls.", name);
+  SceneControl control;
+  control.name = name;
+  if (!json.is_object()) {
+    control.value = ValueText(where, json);
+    return control;
+  }
+  RefuseOtherKeys(where, json, {"keys"});
+  const auto keys = json.find("keys");
+  if (keys == json.end() || !keys->is_array() || keys->empty()) {
+    Fail(where, "must be a value, or an object with a list of keys");
+  }
+  for (std::size_t i = 0; i < keys->size(); ++i) {
+    control.keys.push_back(ParseKey(Text(where, ".keys[", i, "]"), (*keys)[i]));
+    if (i > 0 && control.keys[i].frame <= control.keys[i - 1].frame) {
+      Fail(Text(where, ".keys[", i, "].frame"), "must be later than the one before");
+    }
+  }
+  return control;
+}
+
+void CheckVersion(const Json& json) {
+  const auto version = json.find("version");
+  if (version == json.end() || !version->is_number_integer()) {
+    Fail("version", Text("is missing (expected ", kSceneVersion, ")"));
+  }
+  if (*version != kSceneVersion) {
+    Fail("version",
+         Text(version->dump(), " is not known to this program (expected ", kSceneVersion, ")"));
+  }
+}
+
+// ---- From texts to JSON ----
+
+/// Numbers and switches as JSON has them, everything else as a string.
+Json TypedValue(const std::string& text) {
+  const Json number = Json::parse(text, nullptr, false);
+  return number.is_number() && number.dump() == text ? number : Json(text);
+}
+
+Json ControlJson(const SceneControl& control) {
+  if (control.keys.empty()) {
+    return TypedValue(control.value);
+  }
+  Json keys = Json::array();
+  for (const SceneKey& key : control.keys) {
+    keys.push_back(Json{{"frame", key.frame},
+                        {"value", TypedValue(key.value)},
+                        {"interpolation", InterpolationName(key.interpolation)}});
+  }
+  return Json{{"keys", keys}};
+}
+
+std::string Resolved(const std::string& path, const std::filesystem::path& folder) {
+  if (path.empty() || path == "none" || std::filesystem::path(path).is_absolute()) {
+    return path;
+  }
+  return (folder / path).lexically_normal().string();
+}
+
+}  // namespace
+
+Scene ParseScene(std::string_view text) {
+  const Json json = ParseJson(text);
+  if (!json.is_object()) {
+    throw UsageError("not a scene (expected a JSON object)");
+  }
+  CheckVersion(json);
+  Scene scene;
+  for (const auto& [key, value] : json.items()) {
+    if (key == "version") {
+      continue;
+    }
+    if (key == "controls") {
+      if (!value.is_object()) {
+        Fail(key, "must be an object");
+      }
+      for (const auto& [name, control] : value.items()) {
+        scene.controls.push_back(ParseControl(name, control));
+      }
+      continue;
+    }
+    const OptionSpec* option = FindOption(key);
+    if (option == nullptr || !option->inScene) {
+      Fail(key, option == nullptr ? "unknown key (is it a control? those go under \"controls\")"
+                                  : "belongs on the command line, not into a scene");
+    }
+    scene.settings[key] = ScalarText(key, value);
+  }
+  return scene;
+}
+
+std::string SceneText(const Scene& scene) {
+  Json json;
+  json["version"] = kSceneVersion;
+  for (const OptionSpec& option : RenderOptionSpecs()) {
+    const auto setting = scene.settings.find(option.name);
+    if (setting != scene.settings.end()) {
+      json[option.name] = option.IsFlag() ? Json(ParseSwitch(setting->second))
+                          : option.isPath ? Json(setting->second)
+                                          : TypedValue(setting->second);
+    }
+  }
+  Json controls = Json::object();
+  for (const SceneControl& control : scene.controls) {
+    controls[control.name] = ControlJson(control);
+  }
+  json["controls"] = controls;
+  // A file name need not be valid text; the rest of the scene is still worth writing.
+  return Text(json.dump(2, ' ', false, Json::error_handler_t::replace), "\n");
+}
+
+void ResolvePaths(Scene& scene, const std::string& folder) {
+  for (auto& [key, value] : scene.settings) {
+    const OptionSpec* option = FindOption(key);
+    if (option != nullptr && option->isPath) {
+      value = Resolved(value, folder);
+    }
+  }
+}
+
+}  // namespace veltra::cli

@@ -1,0 +1,64 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Interpolation between keyframes.
+#include "cli/settings/tracks.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace veltra::cli {
+namespace {
+
+constexpr std::array<const char*, 3> kNames = {"hold", "linear", "smooth"};
+
+double Progress(Interpolation interpolation, double t) {
+  switch (interpolation) {
+    case Interpolation::kHold:
+      return 0.0;
+    case Interpolation::kLinear:
+      return t;
+    default:
+      return t * t * (3.0 - 2.0 * t);
+  }
+}
+
+A_long Mix(A_long from, A_long to, double progress) {
+  const double start = from;
+  const double mixed = start + (static_cast<double>(to) - start) * progress;
+  return static_cast<A_long>(std::lround(mixed));  // between two 32-bit numbers
+}
+
+}  // namespace
+
+const char* InterpolationName(Interpolation interpolation) {
+  return kNames[static_cast<std::size_t>(interpolation)];
+}
+
+std::optional<Interpolation> FindInterpolation(std::string_view name) {
+  for (std::size_t i = 0; i < kNames.size(); ++i) {
+    if (name == kNames[i]) {
+      return static_cast<Interpolation>(i);
+    }
+  }
+  return std::nullopt;
+}
+
+host::ControlValue ValueAt(const Track& track, double frame, int width, int height) {
+  const auto after = std::find_if(track.keys.begin(), track.keys.end(),
+                                  [frame](const Keyframe& key) { return key.frame > frame; });
+  if (after == track.keys.begin()) {
+    return after->setting.OnFrame(width, height);
+  }
+  const Keyframe& from = *(after - 1);
+  const host::ControlValue start = from.setting.OnFrame(width, height);
+  if (after == track.keys.end()) {
+    return start;
+  }
+  const host::ControlValue end = after->setting.OnFrame(width, height);
+  const double t = (frame - from.frame) / (static_cast<double>(after->frame) - from.frame);
+  const double progress = Progress(from.interpolation, t);
+  return {Mix(start.x, end.x, progress), Mix(start.y, end.y, progress)};
+}
+
+}  // namespace veltra::cli

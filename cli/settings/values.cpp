@@ -1,0 +1,236 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Parsers that accept a whole text or say what they expected.
+#include "cli/settings/values.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+#include "base/error.h"
+#include "base/text.h"
+
+namespace veltra::cli {
+namespace {
+
+constexpr int kMostFrameNumber = 9999999;
+constexpr double kMostFixed = 32767.99999;
+
+std::optional<int> TryInteger(std::string_view text) {
+  int value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+std::optional<double> TryNumber(std::string_view text) {
+  double value = 0;
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+  }
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size() ||
+      !std::isfinite(value)) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+/// The parts between separators; always at least one.
+std::vector<std::string_view> Split(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  std::size_t start = 0;
+  for (;;) {
+    const std::size_t end = text.find(separator, start);
+    parts.push_back(text.substr(start, end - start));
+    if (end == std::string_view::npos) {
+      return parts;
+    }
+    start = end + 1;
+  }
+}
+
+std::optional<PF_Fixed> TryFixed(double value) {
+  if (!(std::abs(value) <= kMostFixed)) {
+    return std::nullopt;
+  }
+  return static_cast<PF_Fixed>(std::lround(value * kFixedOne));
+}
+
+std::optional<Coordinate> TryCoordinate(std::string_view text) {
+  const bool percent = text.ends_with('%');
+  if (percent) {
+    text.remove_suffix(1);
+  }
+  const std::optional<double> value = TryNumber(text);
+  if (!value) {
+    return std::nullopt;
+  }
+  return Coordinate{*value, percent};
+}
+
+}  // namespace
+
+void ThrowNotA(std::string_view text, std::string_view kind, std::string_view expected) {
+  throw UsageError(Text("'", text, "' is not ", kind, " (expected ", expected, ")"));
+}
+
+int ParseInteger(std::string_view text, int least, int most) {
+  const std::optional<int> value = TryInteger(text);
+  if (!value || *value < least || *value > most) {
+    ThrowNotA(text, value ? "in range" : "a whole number", Text(least, " to ", most));
+  }
+  return *value;
+}
+
+double ParseNumber(std::string_view text) {
+  const std::optional<double> value = TryNumber(text);
+  if (!value) {
+    ThrowNotA(text, "a number", "a decimal such as 12.5");
+  }
+  return *value;
+}
+
+PF_Fixed ParseFixed(std::string_view text) {
+  const std::optional<PF_Fixed> fixed = TryFixed(ParseNumber(text));
+  if (!fixed) {
+    ThrowNotA(text, "in range", "-32767 to 32767");
+  }
+  return *fixed;
+}
+
+bool ParseSwitch(std::string_view text) {
+  constexpr std::array<std::string_view, 4> kOn = {"on", "true", "yes", "1"};
+  constexpr std::array<std::string_view, 4> kOff = {"off", "false", "no", "0"};
+  if (std::find(kOn.begin(), kOn.end(), text) != kOn.end()) {
+    return true;
+  }
+  if (std::find(kOff.begin(), kOff.end(), text) != kOff.end()) {
+    return false;
+  }
+  ThrowNotA(text, "a switch", "on or off");
+}
+
+PictureSize ParseSize(std::string_view text) {
+  const std::vector<std::string_view> parts = Split(text, 'x');
+  const std::optional<int> width = TryInteger(parts[0]);
+  const std::optional<int> height = parts.size() == 2 ? TryInteger(parts[1]) : std::nullopt;
+  if (!width || !height) {
+    ThrowNotA(text, "a size", "WIDTHxHEIGHT, such as 4096x2048");
+  }
+  if (*width < 1 || *height < 1 || *width > kHostMaxWorldSide || *height > kHostMaxWorldSide) {
+    ThrowNotA(text, "a possible size", Text("1x1 to ", kHostMaxWorldSide, "x", kHostMaxWorldSide));
+  }
+  return {*width, *height};
+}
+
+PF_LRect ParseRegion(std::string_view text) {
+  constexpr std::string_view kExpected = "X,Y,WIDTH,HEIGHT, such as 0,512,1024,256";
+  const std::vector<std::string_view> parts = Split(text, ',');
+  std::array<int, 4> numbers{};
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const std::optional<int> number =
+        parts.size() == numbers.size() ? TryInteger(parts[i]) : std::nullopt;
+    if (!number || std::abs(static_cast<std::int64_t>(*number)) > kHostMaxWorldSide) {
+      ThrowNotA(text, "a region", kExpected);
+    }
+    numbers[i] = *number;
+  }
+  if (numbers[2] < 1 || numbers[3] < 1) {
+    ThrowNotA(text, "a region with anything in it", kExpected);
+  }
+  return {numbers[0], numbers[1], numbers[0] + numbers[2], numbers[1] + numbers[3]};
+}
+
+PF_RationalScale ParseRatio(std::string_view text) {
+  constexpr std::string_view kExpected = "N/D, N or a decimal, such as 10/11";
+  const std::vector<std::string_view> parts = Split(text, '/');
+  const std::optional<int> numerator = TryInteger(parts[0]);
+  const std::optional<int> denominator =
+      parts.size() == 2 ? TryInteger(parts[1]) : std::optional(1);
+  if (parts.size() <= 2 && numerator && denominator && *numerator > 0 && *denominator > 0) {
+    return {*numerator, static_cast<A_u_long>(*denominator)};
+  }
+  constexpr int kDecimalParts = 1000000;
+  const std::optional<double> decimal = parts.size() == 1 ? TryNumber(text) : std::nullopt;
+  constexpr double kMostRatio = 1000;
+  if (!decimal || !(*decimal * kDecimalParts >= 1) || *decimal > kMostRatio) {
+    ThrowNotA(text, "a ratio", kExpected);
+  }
+  const auto scaled = static_cast<int>(std::lround(*decimal * kDecimalParts));
+  const int common = std::gcd(scaled, kDecimalParts);
+  return {scaled / common, static_cast<A_u_long>(kDecimalParts / common)};
+}
+
+PF_Fixed Coordinate::OnSide(int length) const {
+  constexpr double kHundred = 100.0;
+  // Through the 16.16 percentage, as the host turns a point's default into pixels.
+  const double pixels =
+      percent ? std::round(value * kFixedOne) * length / kHundred / kFixedOne : value;
+  const std::optional<PF_Fixed> fixed = TryFixed(pixels);
+  if (!fixed) {
+    throw UsageError("a point so far outside the frame cannot be expressed (at most 32767 pixels)");
+  }
+  return *fixed;
+}
+
+PointText ParsePoint(std::string_view text) {
+  const std::vector<std::string_view> parts = Split(text, ',');
+  const std::optional<Coordinate> x = TryCoordinate(parts[0]);
+  const std::optional<Coordinate> y = parts.size() == 2 ? TryCoordinate(parts[1]) : std::nullopt;
+  if (!x || !y) {
+    ThrowNotA(text, "a point", "X,Y in pixels or percent, such as 1024,512 or 54%,17%");
+  }
+  return {*x, *y};
+}
+
+std::vector<int> FrameRange::Numbers() const {
+  std::vector<int> numbers;
+  for (int number = first; number <= last; number += step) {
+    numbers.push_back(number);
+  }
+  return numbers;
+}
+
+FrameRange ParseFrames(std::string_view text) {
+  const std::size_t dash = text.find('-');
+  const std::size_t cross = text.find('x');
+  const std::optional<int> first = TryInteger(text.substr(0, std::min(dash, cross)));
+  std::optional<int> last = first;
+  std::optional<int> step = 1;
+  if (dash != std::string_view::npos) {
+    last = TryInteger(
+        text.substr(dash + 1, cross == std::string_view::npos ? cross : cross - dash - 1));
+  }
+  if (cross != std::string_view::npos) {
+    step = cross > dash || dash == std::string_view::npos ? TryInteger(text.substr(cross + 1))
+                                                          : std::nullopt;
+  }
+  if (!first || !last || !step || *first < 0 || *last < *first || *step < 1 ||
+      *last > kMostFrameNumber || *step > kMostFrameNumber) {
+    ThrowNotA(text, "a frame range", "FIRST-LAST or FIRST-LASTxSTEP, such as 1-240 or 1-240x2");
+  }
+  return {*first, *last, *step};
+}
+
+std::string FixedText(PF_Fixed value) {
+  const double exact = static_cast<double>(value) / kFixedOne;
+  std::array<char, 32> buffer{};
+  constexpr int kMostDecimals = 5;  // enough to tell two neighbours apart
+  for (int decimals = 0; decimals <= kMostDecimals; ++decimals) {
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), exact,
+                                            std::chars_format::fixed, decimals);
+    std::string text(buffer.data(), end);
+    if (error == std::errc() && ParseFixed(text) == value) {
+      return text;
+    }
+  }
+  return std::to_string(exact);
+}
+
+}  // namespace veltra::cli

@@ -1,0 +1,63 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// What both per-pixel families do with a position: sample there, scale the alpha, composite.
+#pragma once
+
+#include "effect/placement/placement_record.h"
+#include "effect/render/pixel/pixel_depths.h"
+#include "effect/render/pixel/sample_wrapped.h"
+
+namespace veltra {
+
+/// The depth with its seam sampler and its rule for alphas that come from there: the integer
+/// depths limit them, float keeps them as they are.
+struct Placed8 : Depth8 {
+  static constexpr auto kSampleWrapped = SampleWrapped8;
+  static Channel SeamAlpha(float alpha) { return ClampAlpha8(alpha); }
+};
+struct Placed16 : Depth16 {
+  static constexpr auto kSampleWrapped = SampleWrapped16;
+  static Channel SeamAlpha(float alpha) { return ClampAlpha16(alpha); }
+};
+struct PlacedFloat : DepthFloat {
+  static constexpr auto kSampleWrapped = SampleWrappedFloat;
+  static Channel SeamAlpha(float alpha) { return alpha; }
+};
+
+/// The sample's alpha under the layer's opacity and the strip's coverage, in this order.
+template <class Pixel>
+float ScaledAlpha(const Pixel& sample, float opacity, float coverage) {
+  return static_cast<float>(sample.alpha) * opacity * coverage;
+}
+
+/// Samples through the host and composites over `out`; returns the sampler's code.
+template <class Depth>
+PF_Err ComposeHostSample(const PlacementRecord& record, AnySampleFn sampler,
+                         const PF_SampPB& params, PF_Fixed x, PF_Fixed y, float coverage,
+                         typename Depth::Pixel* out) {
+  typename Depth::Pixel sample{};
+  PF_Err err = PF_Err_NONE;
+  try {
+    err = reinterpret_cast<PF_SampleFn<typename Depth::Pixel>>(sampler)(record.effectRef, x, y,
+                                                                        &params, &sample);
+  } catch (...) {
+    // A sampler that throws would unwind through the host's iteration.
+    err = PF_Err_BAD_CALLBACK_PARAM;
+  }
+  sample.alpha = Depth::ClampAlpha(ScaledAlpha(sample, record.opacity, coverage));
+  Depth::CompositeOver(sample, out);
+  return err;
+}
+
+/// Samples across a tile seam and composites over `out`.
+template <class Depth>
+PF_Err ComposeSeamSample(const PlacementRecord& record, const PF_SampPB& params, float u, float v,
+                         float radiusX, float radiusY, float coverage, typename Depth::Pixel* out) {
+  typename Depth::Pixel sample{};
+  Depth::kSampleWrapped(u, v, radiusX, radiusY, params, &sample);
+  sample.alpha = Depth::SeamAlpha(ScaledAlpha(sample, record.opacity, coverage));
+  Depth::CompositeOver(sample, out);
+  return PF_Err_NONE;
+}
+
+}  // namespace veltra

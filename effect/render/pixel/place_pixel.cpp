@@ -1,0 +1,203 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Plain per-pixel placement.
+
+#include "effect/render/pixel/place_pixel.h"
+
+#include <cmath>
+
+#include "effect/render/pixel/compose_sample.h"
+#include "effect/render/pixel/frame_tables.h"
+
+namespace veltra {
+namespace {
+
+constexpr double kSeamMargin = 1.0;
+constexpr float kSeamRadius = 1.0F;
+
+/// Brings a column into [0, tilePeriod). A layer of one column has no period: every column is
+/// column 0 there.
+double WrapTile(const PlacementRecord& record, double u) {
+  const double period = record.tilePeriod;
+  if (!(period > 0.0)) {
+    return 0.0;
+  }
+  u = u + record.tileOffset;
+  if (!(std::abs(u) < period)) {
+    // In the first tile of either side the quotient truncates to 0, and a division is dear.
+    u = u - numerics::TruncateToInt32(u / period) * period;
+  }
+  return u < 0.0 ? u + period : u;
+}
+
+/// Where a pixel falls on the layer, the column wrapped in Tile.
+struct LayerPoint {
+  double u;
+  double v;
+  float coverage;
+};
+
+bool CrossesSeam(const PlacementRecord& record, double u) {
+  return record.tileMode != 0 && (u < kSeamMargin || u + kSeamMargin > record.tilePeriod);
+}
+
+SamplePoint SamplePointOf(const LayerPoint& point) {
+  return {numerics::TruncateToInt32(point.u * kFixedOne),
+          numerics::TruncateToInt32(point.v * kFixedOne), point.coverage};
+}
+
+template <class Depth>
+PF_Err Compose(const PlacementRecord& record, const SamplePoint& point,
+               typename Depth::Pixel* out) {
+  return ComposeHostSample<Depth>(record, record.subpixelSample, record.samplingParams, point.x,
+                                  point.y, point.coverage, out);
+}
+
+template <class Depth>
+PF_Err SampleAndCompose(const PlacementRecord& record, const LayerPoint& point,
+                        typename Depth::Pixel* out) {
+  if (CrossesSeam(record, point.u)) {
+    return ComposeSeamSample<Depth>(record, record.samplingParams, static_cast<float>(point.u),
+                                    static_cast<float>(point.v), kSeamRadius, kSeamRadius,
+                                    point.coverage, out);
+  }
+  return Compose<Depth>(record, SamplePointOf(point), out);
+}
+
+/// Where the strip shows the layer, given the angles across it, from its start and from its end.
+/// It ends inside its band with a ramp of one pixel on the far side of spanNormal, and outside its
+/// ends with another. On the near side it ends where the layer does. False off the strip.
+VELTRA_FORCE_INLINE bool FindOnStrip(const PlacementRecord& record, double across, double fromStart,
+                                     double fromEnd, LayerPoint& point) {
+  point.coverage = 1.0F;
+  if (across > record.halfBandAngle - record.radiansPerPixel) {
+    if (across > record.halfBandAngle) {
+      return false;
+    }
+    point.coverage = static_cast<float>(
+        1.0 - (across - record.halfBandAngle + record.radiansPerPixel) / record.radiansPerPixel);
+  }
+  const double sum = fromStart + fromEnd;
+  if (sum > record.spanAngle) {
+    if (sum > record.spanAngle + record.radiansPerPixel) {
+      return false;
+    }
+    point.coverage = point.coverage *
+                     static_cast<float>(1.0 - (sum - record.spanAngle) / record.radiansPerPixel);
+  }
+  point.u = LayerColumn(record, fromStart);
+  point.v = LayerRow(record, across);
+  if (record.tileMode != 0) {
+    point.u = WrapTile(record, point.u);
+  }
+  return true;
+}
+
+/// The pixel in direction p; without bounds nothing is rejected beforehand.
+template <class Depth>
+PF_Err PlaceOne(const PlacementRecord& record, const SpanBounds* bounds, const Vector3Of<double>& p,
+                typename Depth::Pixel* out) {
+  using numerics::kernels::ArcCosine;
+  const double d = TowardsNormal(record, p);
+  const TwoDoubles toEnds = DotWithEnds(record, NearlyUnit(OntoPlane(record, p, d)));
+  if (bounds != nullptr && IsSurelyPastEnds(*bounds, First(toEnds), Second(toEnds))) {
+    return PF_Err_NONE;
+  }
+  const double across = FromGreatCircle(ArcCosine(d));
+  const TwoDoubles fromEnds = ArcCosine(toEnds);
+  LayerPoint point;
+  if (!FindOnStrip(record, across, First(fromEnds), Second(fromEnds), point)) {
+    return PF_Err_NONE;
+  }
+  return SampleAndCompose<Depth>(record, point, out);
+}
+
+/// A pixel without tables works out its own direction.
+template <class Depth>
+VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_long y,
+                                     typename Depth::Pixel* out) {
+  const auto p = DirectionOf(ColumnEntry(record, x - record.originOffsetX),
+                             RowEntry(record, y - record.originOffsetY));
+  return PlaceOne<Depth>(record, nullptr, p, out);
+}
+
+/// Maps the pixel of an even column together with the next one, for which it leaves a note.
+template <class Depth>
+VELTRA_NOINLINE PF_Err PlaceFirst(const PlacementRecord& record, const FrameTables& tables,
+                                  A_long x, A_long y, typename Depth::Pixel* out) {
+  using numerics::kernels::ArcCosine;
+  const auto p = DirectionOf(SideBySide(tables.Column(x), tables.Column(x + 1)),
+                             SideBySide(tables.Row(y), tables.Row(y)));
+  const TwoDoubles d = TowardsNormal(record, p);
+  const auto inPlane = NearlyUnit(OntoPlane(record, p, d));
+  const TwoDoubles toStart = Dot(inPlane, Splat(record.spanStart, d));
+  const TwoDoubles toEnd = Dot(inPlane, Splat(record.spanEnd, d));
+  const bool mayLeave = tables.NotesAreFor(record);
+  if (IsSurelyPastEnds(tables.Bounds(), First(toStart), First(toEnd))) {
+    if (mayLeave && IsSurelyPastEnds(tables.Bounds(), Second(toStart), Second(toEnd))) {
+      tables.Note(y).LeaveOffStrip(x + 1);
+    }
+    return PF_Err_NONE;
+  }
+  const TwoDoubles across = FromGreatCircle(ArcCosine(d));
+  const TwoDoubles fromStart = ArcCosine(toStart);
+  const TwoDoubles fromEnd = ArcCosine(toEnd);
+  LayerPoint point;
+  if (mayLeave) {
+    if (!FindOnStrip(record, Second(across), Second(fromStart), Second(fromEnd), point)) {
+      tables.Note(y).LeaveOffStrip(x + 1);
+    } else if (!CrossesSeam(record, point.u)) {
+      tables.Note(y).Leave(x + 1, SamplePointOf(point));
+    }
+  }
+  if (!FindOnStrip(record, First(across), First(fromStart), First(fromEnd), point)) {
+    return PF_Err_NONE;
+  }
+  return SampleAndCompose<Depth>(record, point, out);
+}
+
+/// The pixel of an odd column, for which there may be a note.
+template <class Depth>
+VELTRA_NOINLINE PF_Err PlaceSecond(const PlacementRecord& record, const FrameTables& tables,
+                                   A_long x, A_long y, typename Depth::Pixel* out) {
+  SamplePoint point;
+  const Noted noted = tables.Note(y).Take(x, point);
+  if (noted != Noted::kUnknown && tables.NotesAreFor(record)) {
+    return noted == Noted::kOnStrip ? Compose<Depth>(record, point, out) : PF_Err_NONE;
+  }
+  return PlaceOne<Depth>(record, &tables.Bounds(), tables.Direction(x, y), out);
+}
+
+/// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
+template <class Depth>
+VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
+                                      typename Depth::Pixel* out) {
+  const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
+  const FrameTables* tables = TabledRecord::TablesOf(record);
+  if (tables == nullptr || !tables->Cover(record, x, y)) {
+    return PlaceByItself<Depth>(record, x, y, out);
+  }
+  const Vector3Of<double> p = tables->Direction(x, y);
+  if (IsSurelyOffBand(tables->Bounds().acrossInside, TowardsNormal(record, p))) {
+    return PF_Err_NONE;
+  }
+  return x % 2 == 0 ? PlaceFirst<Depth>(record, *tables, x, y, out)
+                    : PlaceSecond<Depth>(record, *tables, x, y, out);
+}
+
+}  // namespace
+
+PF_Err PlacePixel8(void* refcon, A_long x, A_long y, PF_Pixel8* /*in*/, PF_Pixel8* out) {
+  return PlacePixel<Placed8>(refcon, x, y, out);
+}
+
+PF_Err PlacePixel16(void* refcon, A_long x, A_long y, PF_Pixel16* /*in*/, PF_Pixel16* out) {
+  return PlacePixel<Placed16>(refcon, x, y, out);
+}
+
+PF_Err PlacePixelFloat(void* refcon, A_long x, A_long y, PF_PixelFloat* /*in*/,
+                       PF_PixelFloat* out) {
+  return PlacePixel<PlacedFloat>(refcon, x, y, out);
+}
+
+}  // namespace veltra

@@ -1,0 +1,115 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The callbacks that lie in the in-data itself: parameters, abort and progress.
+
+#include "host/control_declaration.h"
+#include "host/session.h"
+#include "host/suites/unused_functions.h"
+
+namespace veltra::host {
+namespace {
+
+PF_Err CheckoutParam(PF_ProgPtr ref, PF_ParamIndex index, A_long time, A_long /*step*/,
+                     A_u_long scale, PF_ParamDef* param) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr || param == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kCheckoutParam, index)) {
+      return refused;
+    }
+    if (!session->FillParam(index, time, scale, *param)) {
+      session->Violation("a parameter was checked out that does not exist");
+      return PF_Err_INVALID_INDEX;
+    }
+    const std::lock_guard lock(session->mutex);
+    ++session->diagnostics.paramCheckouts;
+    return PF_Err_NONE;
+  });
+}
+
+PF_Err CheckinParam(PF_ProgPtr ref, PF_ParamDef* param) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr || param == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err {
+    {
+      // Whatever is answered, the parameter has come back.
+      const std::lock_guard lock(session->mutex);
+      ++session->diagnostics.paramCheckins;
+    }
+    return session->Ask(HostCall::kCheckinParam);
+  });
+}
+
+PF_Err AddParam(PF_ProgPtr ref, PF_ParamIndex index, PF_ParamDef* param) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr || param == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err {
+    if (session->addedControls == nullptr) {
+      session->Violation("a parameter was added outside of PARAMS_SETUP");
+      return PF_Err_INVALID_CALLBACK;
+    }
+    auto& controls = *session->addedControls;
+    const auto count = static_cast<PF_ParamIndex>(controls.size());
+    if (index < -1 || index > count) {
+      return PF_Err_INVALID_INDEX;
+    }
+    controls.insert(controls.begin() + (index == -1 ? count : index), DescribeControl(*param));
+    return PF_Err_NONE;
+  });
+}
+
+PF_Err Abort(PF_ProgPtr ref) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err {
+    if (session->Ask(HostCall::kAbort) != PF_Err_NONE) {
+      session->MarkCancelled();
+    }
+    return session->Aborted() ? PF_Interrupt_CANCEL : PF_Err_NONE;
+  });
+}
+
+PF_Err Progress(PF_ProgPtr ref, A_long current, A_long total) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err {
+    if (session->Ask(HostCall::kProgress) != PF_Err_NONE) {
+      session->MarkCancelled();
+    }
+    session->ReportProgress(current, total);
+    return session->Aborted() ? PF_Interrupt_CANCEL : PF_Err_NONE;
+  });
+}
+
+PF_InteractCallbacks MakeTable() {
+  PF_InteractCallbacks table{};
+  table.checkout_param = &CheckoutParam;
+  table.checkin_param = &CheckinParam;
+  table.add_param = &AddParam;
+  table.abort = &Abort;
+  table.progress = &Progress;
+  table.register_ui = NotOffered();
+  table.checkout_layer_audio = NotOffered();
+  table.checkin_layer_audio = NotOffered();
+  table.get_audio_data = NotOffered();
+  return table;
+}
+
+}  // namespace
+
+const PF_InteractCallbacks& InteractCallbacks() {
+  static const PF_InteractCallbacks table = MakeTable();
+  return table;
+}
+
+}  // namespace veltra::host

@@ -1,0 +1,216 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Smart render's callbacks: layers are promised in pre-render and fetched in render.
+
+#include <algorithm>
+
+#include "host/pixels/world_view.h"
+#include "host/session.h"
+
+namespace veltra::host {
+namespace {
+
+/// The layer's whole extent in its own coordinates, at the current downsampling; empty for none.
+PF_LRect LayerBounds(const Session& session, PF_ParamIndex index) {
+  if (index == 0) {
+    return session.FrameRect();
+  }
+  const World* world = session.LayerWorld(index);
+  return world != nullptr ? PF_LRect{0, 0, world->Width(), world->Height()} : PF_LRect{0, 0, 0, 0};
+}
+
+void DescribeLayer(const Session& session, PF_ParamIndex index, const PF_LRect& granted,
+                   PF_CheckoutResult& result) {
+  result = PF_CheckoutResult{};
+  const RenderSettings& settings = *session.Settings();
+  const World* world = session.LayerWorld(index);
+  const PF_LRect bounds = LayerBounds(session, index);
+  result.result_rect = granted;
+  result.max_result_rect = bounds;
+  result.par = world != nullptr && index != 0 ? world->PixelAspect() : settings.pixelAspect;
+  result.ref_width = index == 0 ? settings.width : bounds.right * settings.downsample;
+  result.ref_height = index == 0 ? settings.height : bounds.bottom * settings.downsample;
+}
+
+PF_Err CheckoutLayer(PF_ProgPtr ref, PF_ParamIndex index, A_long checkoutId,
+                     const PF_RenderRequest* request, A_long /*time*/, A_long /*step*/,
+                     A_u_long /*scale*/, PF_CheckoutResult* result) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr || request == nullptr || result == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kCheckoutLayer, index)) {
+      return refused;
+    }
+    if (!session->preRendering) {
+      session->Violation("a layer was requested outside of pre-render");
+      return PF_Err_INVALID_CALLBACK;
+    }
+    if (index < 0 || index >= session->ParamCount()) {
+      session->Violation("a layer was requested of a parameter that does not exist");
+      return PF_Err_INVALID_INDEX;
+    }
+    if (!session->IsLayer(index)) {
+      session->Violation("a layer was requested of a parameter that is none");
+      return PF_Err_UNRECOGNIZED_PARAM_TYPE;
+    }
+    const PF_LRect granted = Intersection(request->rect, LayerBounds(*session, index));
+    DescribeLayer(*session, index, granted, *result);
+    const std::lock_guard lock(session->mutex);
+    const bool taken =
+        std::any_of(session->checkouts.begin(), session->checkouts.end(),
+                    [checkoutId](const LayerCheckout& other) { return other.id == checkoutId; });
+    if (taken) {
+      return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    LayerCheckout& checkout = session->checkouts.emplace_back();
+    checkout.id = checkoutId;
+    checkout.index = index;
+    checkout.rect = granted;
+    session->diagnostics.inputRequested |= index == 0 && !IsEmpty(granted);
+    return PF_Err_NONE;
+  });
+}
+
+PF_Err MixInGuid(PF_ProgPtr ref, A_u_long size, const void* data) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr || (data == nullptr && size > 0)) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err { return session->Ask(HostCall::kMixInGuid); });
+}
+
+/// Makes the pixels ready: a part of the borrowed image, or transparent ones for a frame that
+/// has none. False without memory.
+bool PreparePixels(Session& session, LayerCheckout& checkout) {
+  const World* world = session.LayerWorld(checkout.index);
+  if (world == nullptr) {
+    auto made = World::Create(checkout.rect.right - checkout.rect.left,
+                              checkout.rect.bottom - checkout.rect.top, session.Settings()->depth);
+    if (!made) {
+      return false;
+    }
+    checkout.transparent = std::move(*made);
+    checkout.transparent.SetOrigin(checkout.rect.left, checkout.rect.top);
+    checkout.transparent.SetPixelAspect(session.Settings()->pixelAspect);
+    world = &checkout.transparent;
+  }
+  // A layer's coordinates start at its first pixel, wherever the image was cut from.
+  PF_LRect part = checkout.rect;
+  if (checkout.transparent.Empty()) {
+    part = {part.left + world->OriginX(), part.top + world->OriginY(),
+            part.right + world->OriginX(), part.bottom + world->OriginY()};
+  }
+  checkout.view = session.LayerView(*world, part);
+  checkout.view.origin_x = checkout.rect.left;
+  checkout.view.origin_y = checkout.rect.top;
+  if (checkout.index == 0) {
+    checkout.view.pix_aspect_ratio = session.Settings()->pixelAspect;
+  }
+  return true;
+}
+
+/// The checkout of that id that may be fetched now; null, with the broken rule noted, otherwise.
+LayerCheckout* FindFetchable(Session& session, A_long checkoutId) {
+  for (LayerCheckout& checkout : session.checkouts) {
+    if (checkout.id == checkoutId) {
+      if (checkout.fetched) {
+        session.Violation("layer pixels were fetched twice under one id");
+        return nullptr;
+      }
+      return &checkout;
+    }
+  }
+  session.Violation("layer pixels were fetched that pre-render had not requested");
+  return nullptr;
+}
+
+PF_Err CheckoutLayerPixels(PF_ProgPtr ref, A_long checkoutId, PF_EffectWorld** world) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr || world == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  *world = nullptr;
+  return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kCheckoutLayerPixels, checkoutId)) {
+      return refused;
+    }
+    if (!session->rendering) {
+      return PF_Err_INVALID_CALLBACK;
+    }
+    LayerCheckout* checkout = FindFetchable(*session, checkoutId);
+    if (checkout == nullptr) {
+      return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    if (!IsEmpty(checkout->rect)) {
+      if (!PreparePixels(*session, *checkout)) {
+        return PF_Err_OUT_OF_MEMORY;
+      }
+      *world = &checkout->view;
+    }
+    const std::lock_guard lock(session->mutex);
+    checkout->fetched = true;
+    session->inputFetched = true;
+    ++session->diagnostics.layerCheckouts;
+    return PF_Err_NONE;
+  });
+}
+
+PF_Err CheckinLayerPixels(PF_ProgPtr ref, A_long checkoutId) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  return Guarded([&]() -> PF_Err {
+    for (LayerCheckout& checkout : session->checkouts) {
+      if (checkout.id == checkoutId && checkout.fetched && !checkout.returned) {
+        {
+          const std::lock_guard lock(session->mutex);
+          checkout.returned = true;
+          ++session->diagnostics.layerCheckins;
+        }
+        return session->Ask(HostCall::kCheckinLayerPixels, checkoutId);
+      }
+    }
+    session->Violation("layer pixels were returned that were not taken");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  });
+}
+
+PF_Err CheckoutOutput(PF_ProgPtr ref, PF_EffectWorld** world) noexcept {
+  Session* session = Session::From(ref);
+  if (session == nullptr || world == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  *world = nullptr;
+  return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kCheckoutOutput)) {
+      return refused;
+    }
+    if (!session->rendering) {
+      return PF_Err_INVALID_CALLBACK;
+    }
+    // An effect that requested no layer at all has nothing it could fetch first.
+    if (!session->inputFetched && !session->checkouts.empty()) {
+      session->Violation("the output was checked out before any input");
+      return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    *world = &session->outputView;
+    return PF_Err_NONE;
+  });
+}
+
+}  // namespace
+
+PF_PreRenderCallbacks& PreRenderCallbacks() {
+  static PF_PreRenderCallbacks table{&CheckoutLayer, &MixInGuid};
+  return table;
+}
+
+PF_SmartRenderCallbacks& SmartRenderCallbacks() {
+  static PF_SmartRenderCallbacks table{&CheckoutLayerPixels, &CheckinLayerPixels, &CheckoutOutput};
+  return table;
+}
+
+}  // namespace veltra::host

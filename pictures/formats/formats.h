@@ -1,0 +1,34 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The readers and writers of each format, for the dispatch in picture.cpp.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "pictures/picture.h"
+
+namespace veltra {
+
+std::unique_ptr<PictureReader> OpenPng(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenTiff(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenJpeg(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenExr(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenHdr(const ByteSource& source);
+
+std::unique_ptr<PictureWriter> CreatePng(ByteSink& sink, int width, int height,
+                                         const PictureOptions& options);
+std::unique_ptr<PictureWriter> CreateTiff(ByteSink& sink, int width, int height,
+                                          const PictureOptions& options);
+std::unique_ptr<PictureWriter> CreateJpeg(ByteSink& sink, int width, int height,
+                                          const PictureOptions& options);
+std::unique_ptr<PictureWriter> CreateExr(ByteSink& sink, int width, int height,
+                                         const PictureOptions& options);
+
+/// Throws RenderError for a picture without pixels or larger than the host's worlds can be.
+void CheckPictureSize(std::int64_t width, std::int64_t height);
+
+/// The failure of a picture that ends early or is damaged; `detail` may be empty.
+[[noreturn]] void ThrowDamaged(const char* format, const std::string& detail);
+
+}  // namespace veltra

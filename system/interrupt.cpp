@@ -1,0 +1,71 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Signal handling for a render that may be stopped.
+#include "system/interrupt.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+
+#include "base/error.h"
+#include "pictures/output_file.h"
+
+namespace veltra {
+namespace {
+
+constexpr int kSignalExitBase = 128;
+
+std::atomic<int>& LastSignal() {
+  static std::atomic<int> signal{0};
+  return signal;
+}
+
+void OnSignal(int signal) {
+  LastSignal().store(signal);
+  if (InterruptFlag().exchange(true)) {
+    RemoveTemporaryFiles();
+    _exit(kSignalExitBase + signal);
+  }
+}
+
+}  // namespace
+
+std::atomic<bool>& InterruptFlag() {
+  static std::atomic<bool> flag{false};
+  return flag;
+}
+
+void CatchInterrupts() {
+  // Made before a handler can need them.
+  LastSignal().store(0);
+  InterruptFlag().store(false);
+  RemoveTemporaryFiles();
+  struct sigaction action {};
+  action.sa_handler = OnSignal;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  for (const int signal : std::array{SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before {};
+    // What was told to ignore them (nohup) keeps ignoring them.
+    if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+      sigaction(signal, &action, nullptr);
+    }
+  }
+  // A reader of our output that goes away is an error of that write, not our end.
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
+}
+
+void ThrowIfInterrupted() {
+  if (InterruptFlag().load(std::memory_order_relaxed)) {
+    throw Interrupted();
+  }
+}
+
+int InterruptExitCode() {
+  const int signal = LastSignal().load();
+  return signal == 0 ? kExitInterrupted : kSignalExitBase + signal;
+}
+
+}  // namespace veltra

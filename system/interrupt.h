@@ -1,0 +1,23 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Ctrl-C and the like, as a flag that the renderer looks at.
+#pragma once
+
+#include <atomic>
+
+namespace veltra {
+
+/// From here on SIGINT, SIGTERM and SIGHUP set the flag. The second one removes the temporary
+/// files and ends the program at once.
+void CatchInterrupts();
+
+/// Set when the user asked to stop; also what tests set.
+std::atomic<bool>& InterruptFlag();
+
+/// Throws Interrupted when the flag is set.
+void ThrowIfInterrupted();
+
+/// What the program should exit with: 130 after Ctrl-C, 128 + n after signal n.
+int InterruptExitCode();
+
+}  // namespace veltra
