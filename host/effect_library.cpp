@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "host/base/error_names.h"
+#include "host/session.h"
 #include "system/dynamic_library.h"
 
 namespace veltra::host {
@@ -61,7 +62,7 @@ Expected<RegistrationCalls> Register(PF_PluginDataEntryFn entry) {
   RegistrationCalls calls;
   PF_Err error = PF_Err_NONE;
   try {
-    error = entry(&calls, &KeepRegistration, nullptr, "Veltra", "1.0");
+    error = entry(&calls, &KeepRegistration, &BasicSuite(), "Veltra", "1.0");
   } catch (...) {
     return Failure{"throws an exception when it is registered"};
   }
@@ -75,6 +76,22 @@ Expected<RegistrationCalls> Register(PF_PluginDataEntryFn entry) {
 }
 
 }  // namespace
+
+Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
+    const std::string& name, PF_PluginDataEntryFn registration, PF_MainEntryFn mainEntry) {
+  if (registration == nullptr || mainEntry == nullptr) {
+    return Failure{name + ": an entry point is missing (expected registration and command entry)"};
+  }
+  auto calls = Register(registration);
+  if (!calls) {
+    return Failure{name + ": " + calls.ErrorText()};
+  }
+  std::shared_ptr<EffectLibrary> library(new EffectLibrary);
+  library->path_ = name;
+  library->identity_ = std::move(calls->identity);
+  library->mainEntry_ = mainEntry;
+  return std::shared_ptr<const EffectLibrary>(std::move(library));
+}
 
 EffectLibrary::EffectLibrary() = default;
 EffectLibrary::~EffectLibrary() = default;

@@ -37,10 +37,17 @@ class EffectLibrary {
   /// starts with the path.
   static Expected<std::shared_ptr<const EffectLibrary>> Open(const std::filesystem::path& path);
 
+  /// An effect that is linked into this program: its two entry points instead of a file, for tests
+  /// and for builds that cannot load code. `name` stands where a file's path would, in Path() and
+  /// at the head of errors. The registration's entry point name is not looked at.
+  static Expected<std::shared_ptr<const EffectLibrary>> FromEntryPoints(
+      const std::string& name, PF_PluginDataEntryFn registration, PF_MainEntryFn mainEntry);
+
   ~EffectLibrary();
   EffectLibrary(const EffectLibrary&) = delete;
   EffectLibrary& operator=(const EffectLibrary&) = delete;
 
+  /// The file, or the name that a linked effect was given.
   const std::filesystem::path& Path() const { return path_; }
   const Registration& Identity() const { return identity_; }
   PF_MainEntryFn MainEntry() const { return mainEntry_; }
@@ -49,7 +56,7 @@ class EffectLibrary {
   EffectLibrary();
 
   std::filesystem::path path_;
-  std::unique_ptr<DynamicLibrary> library_;
+  std::unique_ptr<DynamicLibrary> library_;  ///< null for a linked effect
   Registration identity_;
   PF_MainEntryFn mainEntry_ = nullptr;
 };

@@ -3,6 +3,7 @@
 // Proves at compile time, on every target, that the declarations have the host's binary layout.
 
 #include <cstddef>
+#include <cstdint>
 
 #include "host_api/entry_points.h"
 
@@ -13,6 +14,9 @@
   static_assert(offsetof(Record, field) == (offset), #Record "::" #field " is misplaced")
 
 namespace veltra {
+
+// With 32-bit pointers (WebAssembly) host and effect come from one build and meet no foreign one.
+#if UINTPTR_MAX > 0xffffffffU
 
 static_assert(sizeof(void*) == 8, "the host's interface is declared for 64-bit targets");
 static_assert(sizeof(PF_UnusedFn) == 8);
@@ -391,5 +395,7 @@ static_assert(PF_PixelFormat_ARGB64 == 0x36316561);
 static_assert(PF_PixelFormat_ARGB128 == 0x32336561);
 static_assert(PF_PixelFormat_INVALID == 0x66646162);
 static_assert(PF_VERSION(1, 5, 0, PF_Stage_RELEASE, 0) == 0x000A8600);
+
+#endif
 
 }  // namespace veltra

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <new>
+#include <system_error>
 
 namespace veltra::host {
 
@@ -33,8 +35,13 @@ ThreadPool::ThreadPool(int threads) {
     threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
   }
   workers_.reserve(static_cast<std::size_t>(threads - 1));
-  for (int i = 1; i < threads; ++i) {
-    workers_.emplace_back([this] { WorkerLoop(); });
+  // Every piece is also the caller's to do, so fewer workers than asked for are slower, not wrong.
+  try {
+    for (int i = 1; i < threads; ++i) {
+      workers_.emplace_back([this] { WorkerLoop(); });
+    }
+  } catch (const std::system_error&) {
+  } catch (const std::bad_alloc&) {
   }
 }
 

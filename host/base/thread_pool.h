@@ -12,17 +12,19 @@
 
 namespace veltra::host {
 
-/// A fixed number of threads for work that is split into numbered pieces. Any number of callers
+/// Threads for work that is split into numbered pieces. Any number of callers
 /// may hand in work at once, also from inside a piece: a caller always works on its own pieces,
 /// so that nobody waits for a free thread.
 class ThreadPool {
  public:
-  /// Cores to use in all, the caller's own thread included; 0 means all of the machine's.
+  /// Cores to use in all, the caller's own thread included; 0 means all of the machine's. Where the
+  /// system refuses a thread (a memory limit, a build without threads) the pool has those it got.
   explicit ThreadPool(int threads = 0);
   ~ThreadPool();
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
 
+  /// Threads that work at once, the caller's included; from 1 to what was asked for.
   int ThreadCount() const { return static_cast<int>(workers_.size()) + 1; }
 
   /// Calls piece(0) to piece(count - 1), each once, in any order and on several threads; returns

@@ -11,6 +11,13 @@
 #include <thread>
 #include <vector>
 
+#ifdef __linux__
+#include <sys/resource.h>
+
+#include <cstdlib>
+#include <fstream>
+#endif
+
 namespace veltra::host {
 namespace {
 
@@ -53,6 +60,33 @@ TEST(ThreadPoolTest, PiecesAreSpreadOverThreads) {
   });
   EXPECT_EQ(arrived.load(), 2);
 }
+
+// The sanitizers reserve more address space than any limit leaves.
+#if defined(__linux__) && !defined(VELTRA_SANITIZED)
+
+/// Leaves this process room for a stack or two beside what it has.
+void LimitMemory() {
+  std::ifstream statistics("/proc/self/statm");
+  rlim_t pages = 0;
+  statistics >> pages;
+  const rlim_t bytes = pages * 4096 + (rlim_t{20} << 20);
+  const rlimit limit{bytes, bytes};
+  setrlimit(RLIMIT_AS, &limit);
+}
+
+TEST(ThreadPoolDeathTest, GoesOnWithTheThreadsThatThereAre) {
+  const auto workWithoutMemory = [] {
+    LimitMemory();
+    ThreadPool pool(64);
+    std::atomic<int> total{0};
+    pool.ForEach(1000, [&total](int) { ++total; });
+    const bool right = total == 1000 && pool.ThreadCount() >= 1 && pool.ThreadCount() < 64;
+    std::_Exit(right ? 0 : 1);
+  };
+  EXPECT_EXIT(workWithoutMemory(), ::testing::ExitedWithCode(0), "");
+}
+
+#endif
 
 }  // namespace
 }  // namespace veltra::host
