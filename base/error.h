@@ -12,6 +12,7 @@ inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1;         ///< the render failed
 inline constexpr int kExitUsage = 2;          ///< the command line or the scene is wrong
 inline constexpr int kExitInterrupted = 130;  ///< Ctrl-C, as shells count it
+inline constexpr int kSignalExitBase = 128;   ///< signal n ends in 128 + n, as shells count it
 
 /// One line for people, without the program's name and without a full stop.
 class Error : public std::runtime_error {
@@ -34,6 +35,12 @@ class UsageError : public Error {
 class RenderError : public Error {
  public:
   explicit RenderError(const std::string& message) : Error(message, kExitFailed) {}
+};
+
+/// A program that the render needs is not on the path.
+class ProgramNotFound : public RenderError {
+ public:
+  using RenderError::RenderError;
 };
 
 /// The user asked to stop.

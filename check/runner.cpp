@@ -10,7 +10,7 @@
 #include <string>
 
 #include "base/text.h"
-#include "system/child_process.h"
+#include "system/process.h"
 
 namespace veltra::check {
 namespace {
@@ -63,19 +63,19 @@ std::string LastLine(const std::string& output) {
 }
 
 /// What is wrong about the way the process ended; empty when nothing is.
-std::string TroubleWith(const ChildEnd& end, const Heard& heard,
+std::string TroubleWith(const ProcessEnd& end, const Heard& heard,
                         std::chrono::milliseconds timeout) {
   const std::string where = heard.done           ? " after the test was over"
                             : heard.step.empty() ? ""
                                                  : Text(" in: ", heard.step);
   switch (end.how) {
-    case ChildEnd::How::kNotStarted:
+    case ProcessEnd::How::kNotStarted:
       return Text("no process could be started for the test: ", end.signal);
-    case ChildEnd::How::kTimedOut:
+    case ProcessEnd::How::kTimedOut:
       return Text("hung: not done after ", timeout.count(), " ms", where);
-    case ChildEnd::How::kSignalled:
+    case ProcessEnd::How::kSignalled:
       return Text("crashed: ", end.signal, where);
-    default:
+    case ProcessEnd::How::kExited:
       break;
   }
   if (end.status != 0 || !heard.done) {
@@ -91,7 +91,7 @@ TestResult RunInChild(const Test& test, const RunnerSettings& settings) {
   result.test = &test;
   Heard heard;
   const auto start = steady_clock::now();
-  const ChildEnd end =
+  const ProcessEnd end =
       RunChild(settings.program, ChildArguments(test, settings.tests), settings.timeout,
                [&](std::string_view line) { TakeLine(line, heard, result); });
   result.seconds = duration<double>(steady_clock::now() - start).count();

@@ -14,8 +14,6 @@
 namespace veltra {
 namespace {
 
-constexpr int kSignalExitBase = 128;
-
 std::atomic<int>& LastSignal() {
   static std::atomic<int> signal{0};
   return signal;

@@ -11,7 +11,7 @@
 #include "base/text.h"
 #include "check/runner.h"
 #include "cli/commands/commands.h"
-#include "system/child_process.h"
+#include "system/process.h"
 
 namespace veltra::cli {
 namespace {

@@ -13,6 +13,7 @@
 #include "cli/commands/commands.h"
 #include "cli/settings/controls.h"
 #include "cli/settings/options.h"
+#include "system/process.h"
 
 namespace veltra::cli {
 namespace {
@@ -22,6 +23,7 @@ using Json = nlohmann::ordered_json;
 struct InfoOptions {
   std::string effect;
   bool json = false;
+  bool inChild = false;
 };
 
 /// False when help was asked for.
@@ -32,12 +34,89 @@ bool ParseInfo(const char* name, const char* description, const Arguments& argum
                  "the effect library (default: the one beside this program)")
       ->type_name("FILE");
   app.add_flag("--json", options.json, "for programs");
+  app.add_flag("--in-child", options.inChild)->group("");
   return ParseArguments(app, arguments);
 }
 
-void PrintJson(const Json& json) {
-  Print(stdout, json.dump(2, ' ', false, Json::error_handler_t::replace), "\n");
+// ---- A process of its own for the effect, which may crash ----
+
+constexpr std::chrono::seconds kTimeout{60};
+constexpr std::string_view kTextWord = "text ";
+constexpr std::string_view kErrorWord = "error ";
+constexpr std::string_view kDoneWord = "done";
+
+void ReportText(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    ReportLine(Text(kTextWord, text.substr(0, end)));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
 }
+
+/// The child's part: asks the effect and reports what is to be printed.
+int ReportInfo(const InfoOptions& options, std::string (*describe)(const InfoOptions&)) {
+  PrepareChild();
+  try {
+    ReportText(describe(options));
+  } catch (const std::exception& error) {
+    ReportLine(Text(kErrorWord, error.what()));
+  }
+  ReportLine(kDoneWord);
+  return kExitDone;
+}
+
+/// Why the process ended before it had reported everything.
+std::string TroubleText(const ProcessEnd& end) {
+  switch (end.how) {
+    case ProcessEnd::How::kNotStarted:
+      return Text("no process could be started for it: ", end.signal);
+    case ProcessEnd::How::kTimedOut:
+      return Text("hung: no answer after ", kTimeout.count(), " seconds");
+    case ProcessEnd::How::kSignalled:
+      return Text("crashed: ", end.signal);
+    case ProcessEnd::How::kExited:
+      break;
+  }
+  return Text("ended the program with exit status ", end.status);
+}
+
+/// Prints what a process of its own finds out, all of it or nothing: an effect that crashes is an
+/// error like any other, and what it prints itself stays out of the answer.
+int PrintInfo(const char* command, const InfoOptions& options) {
+  Arguments arguments{command, "--in-child"};
+  if (!options.effect.empty()) {
+    arguments.push_back(Text("--effect=", options.effect));  // whatever the path begins with
+  }
+  if (options.json) {
+    arguments.emplace_back("--json");
+  }
+  std::string text;
+  std::string error;
+  bool done = false;
+  const ProcessEnd end = RunChild(OwnProgram(), arguments, kTimeout, [&](std::string_view line) {
+    if (line.starts_with(kTextWord)) {
+      text += Text(line.substr(kTextWord.size()), "\n");
+    } else if (line.starts_with(kErrorWord)) {
+      error = line.substr(kErrorWord.size());
+    } else {
+      done = done || line == kDoneWord;
+    }
+  });
+  if (error.empty() && !done) {
+    error = Text(options.effect.empty() ? "the effect" : options.effect, ": ", TroubleText(end));
+  }
+  if (!error.empty()) {
+    throw RenderError(error);
+  }
+  Print(stdout, text);
+  return kExitDone;
+}
+
+std::string JsonText(const Json& json) {
+  return Text(json.dump(2, ' ', false, Json::error_handler_t::replace), "\n");
+}
+
+// ---- What is told ----
 
 double Real(A_long fixed) {
   return static_cast<double>(fixed) / kFixedOne;
@@ -86,13 +165,14 @@ std::string NamesText(const ControlOption& option) {
   return names;
 }
 
-void PrintTable(const std::vector<Row>& rows) {
+std::string TableText(const std::vector<Row>& rows) {
   std::array<std::size_t, std::tuple_size_v<Row>> widths{};
   for (const Row& row : rows) {
     for (std::size_t i = 0; i < row.size(); ++i) {
       widths[i] = std::max(widths[i], row[i].size());
     }
   }
+  std::string text;
   for (const Row& row : rows) {
     std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
@@ -101,8 +181,9 @@ void PrintTable(const std::vector<Row>& rows) {
         line.append(widths[i] + 2 - row[i].size(), ' ');
       }
     }
-    Print(stdout, line.substr(0, line.find_last_not_of(' ') + 1), "\n");
+    text += Text(line.substr(0, line.find_last_not_of(' ') + 1), "\n");
   }
+  return text;
 }
 
 std::string VersionText(A_u_long version) {
@@ -133,21 +214,21 @@ std::string DepthsText(const host::Effect& effect) {
   return text;
 }
 
-void PrintIdentity(const host::Effect& effect) {
+std::string IdentityText(const host::Effect& effect) {
   const host::Registration& identity = effect.Library().Identity();
-  Print(stdout, "\n");
-  PrintTable({{"name", identity.name, "", "", ""},
-              {"match name", identity.matchName, "", "", ""},
-              {"category", identity.category, "", "", ""},
-              {"version", VersionText(effect.Version()), "", "", ""},
-              {"interface", Text(identity.apiMajor, ".", identity.apiMinor), "", "", ""},
-              {"entry point", identity.entryPoint, "", "", ""},
-              {"support", identity.supportUrl, "", "", ""},
-              {"depths", DepthsText(effect), "", "", ""},
-              {"smart render", effect.SupportsSmartRender() ? "yes" : "no", "", "", ""},
-              {"flags", Text(Hexadecimal(effect.OutFlags()), ", ", Hexadecimal(effect.OutFlags2())),
-               "", "", ""},
-              {"library", effect.Library().Path().string(), "", "", ""}});
+  return TableText(
+      {{"name", identity.name, "", "", ""},
+       {"match name", identity.matchName, "", "", ""},
+       {"category", identity.category, "", "", ""},
+       {"version", VersionText(effect.Version()), "", "", ""},
+       {"interface", Text(identity.apiMajor, ".", identity.apiMinor), "", "", ""},
+       {"entry point", identity.entryPoint, "", "", ""},
+       {"support", identity.supportUrl, "", "", ""},
+       {"depths", DepthsText(effect), "", "", ""},
+       {"smart render", effect.SupportsSmartRender() ? "yes" : "no", "", "", ""},
+       {"flags", Text(Hexadecimal(effect.OutFlags()), ", ", Hexadecimal(effect.OutFlags2())), "",
+        "", ""},
+       {"library", effect.Library().Path().string(), "", "", ""}});
 }
 
 Json IdentityJson(const host::Effect& effect, const std::string& about) {
@@ -167,6 +248,37 @@ Json IdentityJson(const host::Effect& effect, const std::string& about) {
           {"library", effect.Library().Path().string()}};
 }
 
+std::string ControlsText(const InfoOptions& options) {
+  const auto effect = LoadEffect(options.effect);
+  const std::vector<ControlOption> controls = ControlOptions(*effect, TakenNames());
+  if (options.json) {
+    Json list = Json::array();
+    for (const ControlOption& control : controls) {
+      list.push_back(ControlJson(control));
+    }
+    return JsonText({{"effect", effect->Library().Identity().name}, {"controls", list}});
+  }
+  std::vector<Row> rows = {{"CONTROL", "TYPE", "DEFAULT", "RANGE", "OPTIONS"}};
+  for (const ControlOption& control : controls) {
+    rows.push_back({std::string(control.VisibleName()), TypeName(control.declaration->type),
+                    DefaultText(*control.declaration), RangeText(*control.declaration),
+                    NamesText(control)});
+  }
+  return TableText(rows);
+}
+
+std::string AboutText(const InfoOptions& options) {
+  const auto effect = LoadEffect(options.effect);
+  auto about = effect->About();
+  if (!about) {
+    throw RenderError(about.ErrorText());
+  }
+  std::string text = *about;
+  std::replace(text.begin(), text.end(), '\r', '\n');  // the host's line break
+  return options.json ? JsonText(IdentityJson(*effect, text))
+                      : Text(text, "\n\n", IdentityText(*effect));
+}
+
 }  // namespace
 
 int RunControls(const Arguments& arguments) {
@@ -175,24 +287,7 @@ int RunControls(const Arguments& arguments) {
                  options)) {
     return kExitDone;
   }
-  const auto effect = LoadEffect(options.effect);
-  const std::vector<ControlOption> controls = ControlOptions(*effect, TakenNames());
-  if (options.json) {
-    Json list = Json::array();
-    for (const ControlOption& control : controls) {
-      list.push_back(ControlJson(control));
-    }
-    PrintJson({{"effect", effect->Library().Identity().name}, {"controls", list}});
-    return kExitDone;
-  }
-  std::vector<Row> rows = {{"CONTROL", "TYPE", "DEFAULT", "RANGE", "OPTIONS"}};
-  for (const ControlOption& control : controls) {
-    rows.push_back({std::string(control.VisibleName()), TypeName(control.declaration->type),
-                    DefaultText(*control.declaration), RangeText(*control.declaration),
-                    NamesText(control)});
-  }
-  PrintTable(rows);
-  return kExitDone;
+  return options.inChild ? ReportInfo(options, ControlsText) : PrintInfo("controls", options);
 }
 
 int RunAbout(const Arguments& arguments) {
@@ -200,20 +295,7 @@ int RunAbout(const Arguments& arguments) {
   if (!ParseInfo("veltra about", "Shows what the effect says about itself.", arguments, options)) {
     return kExitDone;
   }
-  const auto effect = LoadEffect(options.effect);
-  auto about = effect->About();
-  if (!about) {
-    throw RenderError(about.ErrorText());
-  }
-  std::string text = *about;
-  std::replace(text.begin(), text.end(), '\r', '\n');  // the host's line break
-  if (options.json) {
-    PrintJson(IdentityJson(*effect, text));
-    return kExitDone;
-  }
-  Print(stdout, text, "\n");
-  PrintIdentity(*effect);
-  return kExitDone;
+  return options.inChild ? ReportInfo(options, AboutText) : PrintInfo("about", options);
 }
 
 }  // namespace veltra::cli

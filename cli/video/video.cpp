@@ -15,6 +15,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "cli/settings/values.h"
+#include "cli/video/ffmpeg.h"
 #include "pictures/picture_rows.h"
 
 namespace veltra::cli {
@@ -24,11 +25,6 @@ using Json = nlohmann::json;
 using Words = std::vector<std::string>;
 
 constexpr const char* kConversion = "accurate_rnd+full_chroma_int+full_chroma_inp";
-
-/// So that no name is taken for an option or another protocol.
-std::string FileUrl(const std::string& path) {
-  return Text("file:", path);
-}
 
 void Append(Words& words, std::initializer_list<std::string> more) {
   words.insert(words.end(), more.begin(), more.end());
@@ -272,7 +268,7 @@ VideoInfo ProbeVideo(const std::string& path) {
     throw RenderError(Text(path, ": ", error.what()));
   }
   const std::string text =
-      OutputOf({"ffprobe", "-v", "error", "-show_streams", "-of", "json", FileUrl(path)}, path);
+      FfmpegOutput({"ffprobe", "-v", "error", "-show_streams", "-of", "json", FileUrl(path)}, path);
   const Json json = Json::parse(text, nullptr, false);
   VideoInfo info;
   info.path = path;
@@ -315,21 +311,21 @@ VideoInfo ProbeVideo(const std::string& path) {
 
 VideoReader::VideoReader(const VideoInfo& info, PF_RationalScale rate)
     : info_(info),
-      process_(ReadCommand(info, rate), Process::Pipe::kFromChild),
+      process_(StartFfmpeg(ReadCommand(info, rate), Process::Pipe::kFromChild)),
       row_(info.picture.RowBytes()) {}
 
 void VideoReader::Fail() {
-  const std::string complaint = process_.Complaint();
+  const std::string complaint = ComplaintIn(process_->Errors());
   throw RenderError(Text(info_.path, ": ", complaint.empty() ? "ends within a frame" : complaint));
 }
 
 /// One row; false at the end of the video, which must be between two frames.
 bool VideoReader::ReadRow() {
-  const std::size_t got = process_.Read(row_.data(), row_.size());
+  const std::size_t got = process_->Read(row_.data(), row_.size());
   if (got == row_.size()) {
     return true;
   }
-  if (got != 0 || process_.Finish() != 0) {
+  if (got != 0 || !process_->Finish().Succeeded()) {
     Fail();
   }
   return false;
@@ -373,12 +369,12 @@ VideoWriter::VideoWriter(const std::string& path, int width, int height,
       height_(height),
       options_(options),
       temporary_(TemporaryNameBeside(path)),
-      process_(WriteCommand(path, temporary_.Path(), width, height, options),
-               Process::Pipe::kToChild) {}
+      process_(StartFfmpeg(WriteCommand(path, temporary_.Path(), width, height, options),
+                           Process::Pipe::kToChild)) {}
 
 void VideoWriter::Fail() {
-  process_.Finish();
-  const std::string complaint = process_.Complaint();
+  process_->Finish();
+  const std::string complaint = ComplaintIn(process_->Errors());
   throw RenderError(
       Text(path_, ": ", complaint.empty() ? "ffmpeg could not write the video" : complaint));
 }
@@ -399,14 +395,14 @@ void VideoWriter::Write(const host::World& picture) {
       PackRow(picture.PixelDepth(), picture.RowAddress(first + row), width_, format,
               block_.data() + static_cast<std::size_t>(row) * rowBytes);
     }
-    if (!process_.Write(block_.data(), block_.size())) {
+    if (!process_->Write(block_.data(), block_.size())) {
       Fail();
     }
   }
 }
 
 bool VideoWriter::Finish() {
-  if (process_.Finish() != 0) {
+  if (!process_->Finish().Succeeded()) {
     Fail();
   }
   const bool wanted = options_.source != nullptr && !options_.source->spherical.Empty();

@@ -47,7 +47,7 @@ class VideoReader {
   [[noreturn]] void Fail();
 
   VideoInfo info_;
-  Process process_;
+  std::unique_ptr<Process> process_;
   std::vector<std::byte> row_;
 };
 
@@ -79,7 +79,7 @@ class VideoWriter {
   int height_;
   VideoOptions options_;
   TemporaryFile temporary_;
-  Process process_;
+  std::unique_ptr<Process> process_;
   std::vector<std::byte> block_;
 };
 

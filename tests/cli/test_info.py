@@ -11,6 +11,7 @@ import numpy as np
 import pictures
 from support import PROGRAM, ProgramTest
 
+FAILED = 1
 USAGE = 2
 
 
@@ -71,6 +72,24 @@ class Info(ProgramTest):
         identity = json.loads(self.run_well("about", "--json").stdout)
         self.assertEqual(identity["match_name"], "NSVeltra")
         self.assertEqual(identity["version"], "1.5")
+
+    def make_library(self, name, on_load):
+        """A library that does this in C as soon as it is loaded."""
+        source = f"#include <stdio.h>\n#include <stdlib.h>\n#include <unistd.h>\n" \
+                 f"__attribute__((constructor)) static void Load(void) {{ {on_load} }}\n"
+        subprocess.run(["cc", "-shared", "-fPIC", "-x", "c", "-", "-o", name], cwd=self.folder,
+                       input=source, text=True, check=True)
+
+    def test_a_library_that_crashes_or_ends_the_process_is_an_error_of_one_line(self):
+        self.make_library("crash.so", "puts(\"noise\"); fflush(stdout); abort();")
+        self.make_library("leave.so", "_exit(0);")
+        for command in ("about", "controls"):
+            done = self.assert_fails(FAILED, "crash.so: crashed", command, "--effect", "crash.so")
+            self.assertIn("aborted (SIGABRT)", done.stderr)
+            self.assertEqual(done.stdout, "")
+            self.assert_fails(FAILED, "leave.so: ended the program with exit status 0", command,
+                              "--json", "--effect", "leave.so")
+        self.assert_fails(FAILED, "nothing.so", "about", "--effect", "nothing.so")
 
     def test_completion_is_a_bash_script_that_completes(self):
         script = self.run_well("completion").stdout
