@@ -8,7 +8,7 @@
 #include "base/error.h"
 #include "fuzz/byte_reader.h"
 #include "host_api/types.h"
-#include "pictures/formats/formats.h"
+#include "pictures/formats.h"
 #include "pictures/picture_rows.h"
 
 namespace veltra::fuzz {

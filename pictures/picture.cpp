@@ -12,7 +12,7 @@
 
 #include "base/error.h"
 #include "host_api/types.h"
-#include "pictures/formats/formats.h"
+#include "pictures/formats.h"
 
 namespace veltra {
 namespace {

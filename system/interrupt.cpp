@@ -9,7 +9,6 @@
 #include <csignal>
 
 #include "base/error.h"
-#include "pictures/output_file.h"
 
 namespace veltra {
 namespace {
@@ -19,10 +18,15 @@ std::atomic<int>& LastSignal() {
   return signal;
 }
 
+std::atomic<void (*)() noexcept>& CleanUp() {
+  static std::atomic<void (*)() noexcept> cleanUp{nullptr};
+  return cleanUp;
+}
+
 void OnSignal(int signal) {
   LastSignal().store(signal);
   if (InterruptFlag().exchange(true)) {
-    RemoveTemporaryFiles();
+    CleanUp().load()();
     _exit(kSignalExitBase + signal);
   }
 }
@@ -34,11 +38,12 @@ std::atomic<bool>& InterruptFlag() {
   return flag;
 }
 
-void CatchInterrupts() {
+void CatchInterrupts(void (*cleanUp)() noexcept) {
   // Made before a handler can need them.
   LastSignal().store(0);
   InterruptFlag().store(false);
-  RemoveTemporaryFiles();
+  CleanUp().store(cleanUp);
+  cleanUp();
   struct sigaction action {};
   action.sa_handler = OnSignal;
   sigemptyset(&action.sa_mask);

@@ -417,7 +417,7 @@ int RunRender(const Arguments& arguments) {
     SaveScene(builder.ToScene(), builder, job.options.saveScene);
   }
   if (!job.options.output.empty()) {
-    CatchInterrupts();
+    CatchInterrupts(RemoveTemporaryFiles);
     RunJob(job);
   }
   return kExitDone;

@@ -13,7 +13,7 @@
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
-#include "cli/version.h"
+#include "cli/commands/version.h"
 #include "system/interrupt.h"
 
 namespace veltra::cli {

@@ -19,7 +19,7 @@
 #include <stdexcept>
 
 #include "base/error.h"
-#include "pictures/formats/formats.h"
+#include "pictures/formats.h"
 
 namespace veltra {
 namespace {

@@ -14,7 +14,7 @@
 #include <cstring>
 
 #include "base/error.h"
-#include "pictures/formats/formats.h"
+#include "pictures/formats.h"
 
 namespace veltra {
 namespace {

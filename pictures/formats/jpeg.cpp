@@ -13,7 +13,7 @@
 #include <string_view>
 
 #include "base/error.h"
-#include "pictures/formats/formats.h"
+#include "pictures/formats.h"
 
 namespace veltra {
 namespace {

@@ -14,7 +14,7 @@
 
 #include "base/error.h"
 #include "host/base/thread_pool.h"
-#include "pictures/formats/formats.h"
+#include "pictures/formats.h"
 
 namespace veltra {
 namespace {

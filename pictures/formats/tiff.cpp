@@ -13,7 +13,7 @@
 
 #include "base/error.h"
 #include "numerics/compiler.h"
-#include "pictures/formats/formats.h"
+#include "pictures/formats.h"
 #include "pictures/output_file.h"
 
 namespace veltra {
