@@ -21,6 +21,20 @@ struct Vector3 {
   double z;
 };
 
+/// Half of what marks a record that has tables behind it (see TabledRecord); 0 without. The tables
+/// belong to the one record, so a copy has no mark, and a record that is assigned to loses its own.
+struct TablesMark {
+  TablesMark() = default;
+  TablesMark(const TablesMark& /*other*/) {}
+  TablesMark& operator=(const TablesMark& /*other*/) {
+    bits = 0;
+    return *this;
+  }
+  ~TablesMark() = default;
+
+  std::uint32_t bits = 0;
+};
+
 /// A sampler of any depth; cast back to PF_SampleFn<Pixel> of the frame's depth before a call.
 using AnySampleFn = void (*)();
 
@@ -32,7 +46,7 @@ struct PlacementRecord {
   double originOffsetY;
   double halfBandAngle;      ///< half the strip's height across the path, radians
   float opacity;             ///< fraction
-  std::uint32_t tablesMark;  ///< of a TabledRecord, else 0; fills a gap
+  TablesMark tablesMarkLow;  ///< lies where the record would have padding
   Vector3 spanStart;
   Vector3 spanEnd;
   double spanAngle;  ///< from spanStart to spanEnd plus 0.0001, radians
@@ -41,6 +55,7 @@ struct PlacementRecord {
   double layerHalfHeight;       ///< (layer height - 1) / 2
   double radiansPerPixel;       ///< 2 pi / frame width
   std::uint8_t tileMode;        ///< 1 in Tile, else 0
+  TablesMark tablesMarkHigh;    ///< in padding, too
   double tilePeriod;            ///< layer width - 1
   double tileOffset;            ///< columns added before the wrap; 0 outside Tile
   PF_SampPB samplingParams;     ///< zero but for src, the chosen layer's world

@@ -1,6 +1,8 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // What becomes of a command when memory runs out: this program's own operator new fails on request.
+#include "tests/unit/allocation.h"
+
 #include <cstdlib>
 #include <new>
 
@@ -12,10 +14,6 @@ namespace {
 /// Counts down while the effect runs; the allocation that reaches 0 fails.
 thread_local int allocationsLeft = -1;
 
-/// Arrays asked for without exceptions are refused while it is set, and counted.
-thread_local bool arraysFail = false;
-thread_local int arraysRefused = 0;
-
 bool MustFail() {
   return allocationsLeft >= 0 && allocationsLeft-- == 0;
 }
@@ -25,6 +23,8 @@ void* Allocate(std::size_t size) {
 }
 
 }  // namespace
+
+thread_local veltra::unit::ArraySource* veltra::unit::arraySource = nullptr;
 
 // Never inlined: the compiler would then see malloc meet operator delete and object.
 VELTRA_NOINLINE void* operator new(std::size_t size) {
@@ -40,23 +40,23 @@ VELTRA_NOINLINE void* operator new(std::size_t size, const std::nothrow_t&) noex
   return Allocate(size);
 }
 VELTRA_NOINLINE void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  if (arraysFail) {
-    ++arraysRefused;
-    return nullptr;
-  }
-  return Allocate(size);
+  using veltra::unit::arraySource;
+  return arraySource != nullptr ? arraySource->Allocate(size) : Allocate(size);
 }
 VELTRA_NOINLINE void operator delete(void* block) noexcept {
   std::free(block);
 }
 VELTRA_NOINLINE void operator delete[](void* block) noexcept {
-  std::free(block);
+  using veltra::unit::arraySource;
+  if (arraySource == nullptr || !arraySource->Free(block)) {
+    std::free(block);
+  }
 }
 VELTRA_NOINLINE void operator delete(void* block, std::size_t) noexcept {
   std::free(block);
 }
 VELTRA_NOINLINE void operator delete[](void* block, std::size_t) noexcept {
-  std::free(block);
+  operator delete[](block);
 }
 
 namespace veltra {
@@ -76,18 +76,38 @@ TEST(Allocation, FailingInPreRenderIsOutOfMemory) {
   conformance::ExpectClean(stage);
 }
 
+/// The heap, but for one array.
+class AllButOne : public unit::ArraySource {
+ public:
+  explicit AllButOne(int refused) : left_(refused) { unit::arraySource = this; }
+  ~AllButOne() override { unit::arraySource = nullptr; }
+
+  void* Allocate(std::size_t size) override { return left_-- == 0 ? nullptr : std::malloc(size); }
+  bool Free(void* /*block*/) override { return false; }
+  bool HasRefused() const { return left_ < 0; }
+
+ private:
+  int left_;
+};
+
 TEST(Allocation, FailingForTheFramesTablesLeavesThePictureAsItIs) {
   for (const bool smart : {false, true}) {
-    conformance::Stage stage(conformance::Depth::k8);
-    const conformance::TestWorld expected = stage.Expected(smart);
-    arraysRefused = 0;
-    arraysFail = true;
-    const PF_Err err = stage.host.Render(smart);
-    arraysFail = false;
-    EXPECT_EQ(arraysRefused, 1);
-    EXPECT_EQ(err, PF_Err_NONE);
-    EXPECT_TRUE(conformance::SamePixels(stage.output, expected));
-    conformance::ExpectClean(stage);
+    int refusals = 0;
+    for (bool refused = true; refused;) {
+      conformance::Stage stage(conformance::Depth::k8);
+      const conformance::TestWorld expected = stage.Expected(smart);
+      PF_Err err = PF_Err_NONE;
+      {
+        const AllButOne source(refusals);
+        err = stage.host.Render(smart);
+        refused = source.HasRefused();
+      }
+      refusals += refused ? 1 : 0;
+      EXPECT_EQ(err, PF_Err_NONE);
+      EXPECT_TRUE(conformance::SamePixels(stage.output, expected));
+      conformance::ExpectClean(stage);
+    }
+    EXPECT_GT(refusals, 0);
   }
 }
 

@@ -13,28 +13,27 @@
 namespace veltra {
 namespace {
 
-/// Positions of one axis from first to before end; first <= end.
+/// Positions of one axis from first to before end.
 struct Range {
   A_long first;
   A_long end;
 
   std::uint32_t Count() const { return static_cast<std::uint32_t>(end - first); }
+  Range WithNeighbours() const { return {first - 1, end + 1}; }
 };
 
 /// Far more than any host's worlds have; a size beyond it is no world's.
 constexpr A_long kMostPositions = 1 << 20;
 
-/// The area's positions inside the world and one more on either side for the neighbours.
-Range WithNeighbours(A_long first, A_long end, A_long size) {
-  const A_long inside = std::clamp(end, A_long{0}, std::clamp(size, A_long{0}, kMostPositions));
-  return {std::clamp(first, A_long{0}, inside) - 1, inside + 1};
+/// The area's positions inside the world; none of an area that ends before it begins.
+Range Inside(A_long first, A_long end, A_long size) {
+  const A_long last = std::clamp(end, A_long{0}, std::clamp(size, A_long{0}, kMostPositions));
+  return {std::clamp(first, A_long{0}, last), last};
 }
 
-/// The sines and cosines of `angleAt` over the range, two positions in the lanes at a time; returns
-/// the end of what was written.
+/// The sines and cosines of `angleAt` over the range, two positions in the lanes at a time.
 template <class AngleAt>
-FrameTables::SineAndCosine* Fill(Range range, AngleAt angleAt, double cosineSign,
-                                 FrameTables::SineAndCosine* entry) {
+void Fill(Range range, AngleAt angleAt, double cosineSign, FrameTables::SineAndCosine* entry) {
   for (A_long i = range.first; i < range.end; i += 2) {
     const numerics::TwoSinCos both = numerics::SinCos(_mm_set_pd(angleAt(i + 1), angleAt(i)));
     const __m128d cosine = _mm_mul_pd(both.cosine, _mm_set1_pd(cosineSign));
@@ -45,7 +44,6 @@ FrameTables::SineAndCosine* Fill(Range range, AngleAt angleAt, double cosineSign
       ++entry;
     }
   }
-  return entry;
 }
 
 /// Whether the differences of positions and this offset are exact.
@@ -67,29 +65,44 @@ FrameTables::SineAndCosine RowEntry(const PlacementRecord& record, double py) {
 
 FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& world,
                          const PF_LRect& area) {
-  const Range columns = WithNeighbours(area.left, area.right, world.width);
-  const Range rows = WithNeighbours(area.top, area.bottom, world.height);
+  const Range columns = Inside(area.left, area.right, world.width);
+  const Range rows = Inside(area.top, area.bottom, world.height);
   if (!IsWhole(record.originOffsetX) || !IsWhole(record.originOffsetY)) {
     return;
   }
-  entries_.reset(new (std::nothrow) SineAndCosine[std::size_t{columns.Count()} + rows.Count()]);
-  notes_.reset(new (std::nothrow) NeighbourNote[rows.Count()]);
-  if (!entries_ || !notes_) {
+  columns_.reset(new (std::nothrow) SineAndCosine[std::size_t{columns.Count()} + 2]);
+  rows_.reset(new (std::nothrow) SineAndCosine[std::size_t{rows.Count()} + 2]);
+  gaps_.reset(new (std::nothrow) ColumnGap[rows.Count()]);
+  if (!columns_ || !rows_ || !gaps_) {
     return;
   }
   const auto longitude = [&](A_long x) { return Longitude(record, x - record.originOffsetX); };
   const auto latitude = [&](A_long y) { return Latitude(record, y - record.originOffsetY); };
-  SineAndCosine* rowEntries = Fill(columns, longitude, -1.0, entries_.get());
-  Fill(rows, latitude, 1.0, rowEntries);
-  rowEntries_ = rowEntries;
-  numbers_ = NumbersOf(record);
-  stripNumbers_ = StripNumbersOf(record);
-  tileMode_ = record.tileMode;
-  bounds_ = BoundsOf(record);
-  firstColumn_ = columns.first;
-  firstRow_ = rows.first;
-  columns_ = columns.Count();
-  rows_ = rows.Count();
+  Fill(columns.WithNeighbours(), longitude, -1.0, columns_.get());
+  Fill(rows.WithNeighbours(), latitude, 1.0, rows_.get());
+  const RowGaps gaps(record, columns.first, columns.end);
+  for (std::size_t i = 0; i < rows.Count(); ++i) {
+    gaps_[i] = gaps.At(rows_[i + 1]);
+  }
+  left_ = columns.first;
+  top_ = rows.first;
+  width_ = columns.Count();
+  height_ = rows.Count();
+}
+
+TabledRecord::TabledRecord(const PlacementRecord& record, const PF_EffectWorld& world,
+                           const PF_LRect& area)
+    : PlacementRecord(record), tables_(record, world, area) {
+  const std::uint64_t mark = MarkFor(this);
+  tablesMarkLow.bits = static_cast<std::uint32_t>(mark);
+  tablesMarkHigh.bits = static_cast<std::uint32_t>(mark >> 32);
+}
+
+TabledRecord::~TabledRecord() {
+  // Volatile, or the compiler would leave out what it takes for writes to a dead object: whatever
+  // lies here next must not find itself marked.
+  static_cast<volatile std::uint32_t&>(tablesMarkLow.bits) = 0;
+  static_cast<volatile std::uint32_t&>(tablesMarkHigh.bits) = 0;
 }
 
 }  // namespace veltra

@@ -41,18 +41,6 @@ bool CrossesSeam(const PlacementRecord& record, double u) {
   return record.tileMode != 0 && (u < kSeamMargin || u + kSeamMargin > record.tilePeriod);
 }
 
-SamplePoint SamplePointOf(const LayerPoint& point) {
-  return {numerics::TruncateToInt32(point.u * kFixedOne),
-          numerics::TruncateToInt32(point.v * kFixedOne), point.coverage};
-}
-
-template <class Depth>
-PF_Err Compose(const PlacementRecord& record, const SamplePoint& point,
-               typename Depth::Pixel* out) {
-  return ComposeHostSample<Depth>(record, record.subpixelSample, record.samplingParams, point.x,
-                                  point.y, point.coverage, out);
-}
-
 template <class Depth>
 PF_Err SampleAndCompose(const PlacementRecord& record, const LayerPoint& point,
                         typename Depth::Pixel* out) {
@@ -61,7 +49,10 @@ PF_Err SampleAndCompose(const PlacementRecord& record, const LayerPoint& point,
                                     static_cast<float>(point.v), kSeamRadius, kSeamRadius,
                                     point.coverage, out);
   }
-  return Compose<Depth>(record, SamplePointOf(point), out);
+  return ComposeHostSample<Depth>(record, record.subpixelSample, record.samplingParams,
+                                  numerics::TruncateToInt32(point.u * kFixedOne),
+                                  numerics::TruncateToInt32(point.v * kFixedOne), point.coverage,
+                                  out);
 }
 
 /// Where the strip shows the layer, given the angles across it, from its start and from its end.
@@ -93,18 +84,16 @@ VELTRA_FORCE_INLINE bool FindOnStrip(const PlacementRecord& record, double acros
   return true;
 }
 
-/// The pixel in direction p; without bounds nothing is rejected beforehand.
+/// The exact steps for the pixel of a column and a row. Out of line, so that the entry saves no
+/// registers for them.
 template <class Depth>
-PF_Err PlaceOne(const PlacementRecord& record, const SpanBounds* bounds, const Vector3Of<double>& p,
-                typename Depth::Pixel* out) {
+VELTRA_NOINLINE PF_Err PlaceAt(const PlacementRecord& record, const SineAndCosineOf<double>& column,
+                               const SineAndCosineOf<double>& row, typename Depth::Pixel* out) {
   using numerics::kernels::ArcCosine;
+  const auto p = DirectionOf(column, row);
   const double d = TowardsNormal(record, p);
-  const TwoDoubles toEnds = DotWithEnds(record, NearlyUnit(OntoPlane(record, p, d)));
-  if (bounds != nullptr && IsSurelyPastEnds(*bounds, First(toEnds), Second(toEnds))) {
-    return PF_Err_NONE;
-  }
+  const TwoDoubles fromEnds = ArcCosine(DotWithEnds(record, NearlyUnit(OntoPlane(record, p, d))));
   const double across = FromGreatCircle(ArcCosine(d));
-  const TwoDoubles fromEnds = ArcCosine(toEnds);
   LayerPoint point;
   if (!FindOnStrip(record, across, First(fromEnds), Second(fromEnds), point)) {
     return PF_Err_NONE;
@@ -116,73 +105,23 @@ PF_Err PlaceOne(const PlacementRecord& record, const SpanBounds* bounds, const V
 template <class Depth>
 VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_long y,
                                      typename Depth::Pixel* out) {
-  const auto p = DirectionOf(ColumnEntry(record, x - record.originOffsetX),
-                             RowEntry(record, y - record.originOffsetY));
-  return PlaceOne<Depth>(record, nullptr, p, out);
+  return PlaceAt<Depth>(record, ColumnEntry(record, x - record.originOffsetX),
+                        RowEntry(record, y - record.originOffsetY), out);
 }
 
-/// Maps the pixel of an even column together with the next one, for which it leaves a note.
-template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceFirst(const PlacementRecord& record, const FrameTables& tables,
-                                  A_long x, A_long y, typename Depth::Pixel* out) {
-  using numerics::kernels::ArcCosine;
-  const auto p = DirectionOf(SideBySide(tables.Column(x), tables.Column(x + 1)),
-                             SideBySide(tables.Row(y), tables.Row(y)));
-  const TwoDoubles d = TowardsNormal(record, p);
-  const auto inPlane = NearlyUnit(OntoPlane(record, p, d));
-  const TwoDoubles toStart = Dot(inPlane, Splat(record.spanStart, d));
-  const TwoDoubles toEnd = Dot(inPlane, Splat(record.spanEnd, d));
-  const bool mayLeave = tables.NotesAreFor(record);
-  if (IsSurelyPastEnds(tables.Bounds(), First(toStart), First(toEnd))) {
-    if (mayLeave && IsSurelyPastEnds(tables.Bounds(), Second(toStart), Second(toEnd))) {
-      tables.Note(y).LeaveOffStrip(x + 1);
-    }
-    return PF_Err_NONE;
-  }
-  const TwoDoubles across = FromGreatCircle(ArcCosine(d));
-  const TwoDoubles fromStart = ArcCosine(toStart);
-  const TwoDoubles fromEnd = ArcCosine(toEnd);
-  LayerPoint point;
-  if (mayLeave) {
-    if (!FindOnStrip(record, Second(across), Second(fromStart), Second(fromEnd), point)) {
-      tables.Note(y).LeaveOffStrip(x + 1);
-    } else if (!CrossesSeam(record, point.u)) {
-      tables.Note(y).Leave(x + 1, SamplePointOf(point));
-    }
-  }
-  if (!FindOnStrip(record, First(across), First(fromStart), First(fromEnd), point)) {
-    return PF_Err_NONE;
-  }
-  return SampleAndCompose<Depth>(record, point, out);
-}
-
-/// The pixel of an odd column, for which there may be a note.
-template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceSecond(const PlacementRecord& record, const FrameTables& tables,
-                                   A_long x, A_long y, typename Depth::Pixel* out) {
-  SamplePoint point;
-  const Noted noted = tables.Note(y).Take(x, point);
-  if (noted != Noted::kUnknown && tables.NotesAreFor(record)) {
-    return noted == Noted::kOnStrip ? Compose<Depth>(record, point, out) : PF_Err_NONE;
-  }
-  return PlaceOne<Depth>(record, &tables.Bounds(), tables.Direction(x, y), out);
-}
-
-/// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
+/// Most pixels end here.
 template <class Depth>
 VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
                                       typename Depth::Pixel* out) {
   const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
   const FrameTables* tables = TabledRecord::TablesOf(record);
-  if (tables == nullptr || !tables->Cover(record, x, y)) {
+  if (tables == nullptr || !tables->Hold(x, y)) {
     return PlaceByItself<Depth>(record, x, y, out);
   }
-  const Vector3Of<double> p = tables->Direction(x, y);
-  if (IsSurelyOffBand(tables->Bounds().acrossInside, TowardsNormal(record, p))) {
+  if (tables->IsOffStrip(x, y)) {
     return PF_Err_NONE;
   }
-  return x % 2 == 0 ? PlaceFirst<Depth>(record, *tables, x, y, out)
-                    : PlaceSecond<Depth>(record, *tables, x, y, out);
+  return PlaceAt<Depth>(record, tables->Column(x), tables->Row(y), out);
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 
 #include "effect/render/pixel/compose_sample.h"
 #include "effect/render/pixel/frame_tables.h"
-#include "effect/render/pixel/map_to_layer.h"
 
 namespace veltra {
 namespace {
@@ -47,15 +46,68 @@ float WrapTile(const PlacementRecord& record, float u) {
   return u < 0.0F ? period + u : u;
 }
 
+/// A place in the layer, in its pixels.
+struct LayerPosition {
+  float u;
+  float v;
+};
+
+/// Where a pixel and its neighbour fall on the layer.
+struct LayerMapping {
+  LayerPosition here;
+  LayerPosition neighbour;
+  float coverage;  ///< of the strip's soft edges
+  bool inside;     ///< whether the pixel lies on the strip or its edges
+};
+
+/// Both ramps lie outside the strip. Angles across it and from both ends together.
+void FindEdges(const PlacementRecord& record, double across, double sum, LayerMapping& mapping) {
+  if (across > record.halfBandAngle) {
+    mapping.coverage =
+        static_cast<float>(1.0 - (across - record.halfBandAngle) / record.radiansPerPixel);
+    if (across > record.halfBandAngle + record.radiansPerPixel) {
+      mapping.inside = false;
+    }
+  }
+  if (sum > record.spanAngle) {
+    mapping.coverage = mapping.coverage *
+                       static_cast<float>(1.0 - (sum - record.spanAngle) / record.radiansPerPixel);
+    if (sum > record.spanAngle + record.radiansPerPixel) {
+      mapping.inside = false;
+    }
+  }
+}
+
+/// Maps a pixel (first lanes) and its neighbour (second lanes) side by side. Depends on no pixel
+/// type.
+LayerMapping MapToLayer(const SineAndCosineOf<TwoDoubles>& columns,
+                        const SineAndCosineOf<TwoDoubles>& rows, const PlacementRecord& record) {
+  using numerics::kernels::ArcCosine;
+  const auto p = DirectionOf(columns, rows);
+  const TwoDoubles d = TowardsNormal(record, p);
+  const auto inPlane = NearlyUnit(OntoPlane(record, p, d));
+  const TwoDoubles fromStart = ArcCosine(Dot(inPlane, Splat(record.spanStart, d)));
+  // Of the neighbour only the position counts, which needs no angle from the end.
+  const double fromEnd = ArcCosine(First(Dot(inPlane, Splat(record.spanEnd, d))));
+  const TwoDoubles across = FromGreatCircle(ArcCosine(d));
+  const TwoDoubles u = LayerColumn(record, fromStart);
+  const TwoDoubles v = LayerRow(record, across);
+  LayerMapping mapping{{static_cast<float>(First(u)), static_cast<float>(First(v))},
+                       {static_cast<float>(Second(u)), static_cast<float>(Second(v))},
+                       1.0F,
+                       true};
+  FindEdges(record, First(across), First(fromStart) + fromEnd, mapping);
+  return mapping;
+}
+
 template <class Depth>
-PF_Err SampleAndCompose(const PlacementRecord& record, const PairMapping& pair,
+PF_Err SampleAndCompose(const PlacementRecord& record, const LayerMapping& mapping,
                         typename Depth::Pixel* out) {
-  const LayerMapping& mapping = pair.here;
-  const float du = Footprint(pair.neighbour.u, mapping.position.u);
-  const float dv = Footprint(pair.neighbour.v, mapping.position.v);
+  const float du = Footprint(mapping.neighbour.u, mapping.here.u);
+  const float dv = Footprint(mapping.neighbour.v, mapping.here.v);
   PF_SampPB params = record.samplingParams;
-  float u = mapping.position.u;
-  const float v = mapping.position.v;
+  float u = mapping.here.u;
+  const float v = mapping.here.v;
   if (record.tileMode != 0) {
     u = WrapTile(record, u);
     if (u - du - kHalfPixel < 0.0F ||
@@ -77,58 +129,46 @@ A_long NeighbourOf(A_long position) {
   return position > 0 ? position - 1 : position + 1;
 }
 
-/// Where a pixel and its neighbour fall, one after the other.
-VELTRA_NOINLINE PairMapping MapByThemselves(const PlacementRecord& record, A_long x, A_long y) {
-  const double px = x - record.originOffsetX;
-  const double py = y - record.originOffsetY;
-  PairMapping pair{};
-  LayerMapping& here = pair.here;
-  here.inside = MapToLayer(px, py, record, &here.position.u, &here.position.v, &here.coverage);
-  float ignored = 0.0F;
-  MapToLayer(px + (x > 0 ? -1.0 : 1.0), py + (y > 0 ? -1.0 : 1.0), record, &pair.neighbour.u,
-             &pair.neighbour.v, &ignored);
-  return pair;
-}
-
-VELTRA_FORCE_INLINE PairMapping MapByTables(const PlacementRecord& record,
-                                            const FrameTables& tables, A_long x, A_long y) {
-  const A_long nextX = NeighbourOf(x);
-  const A_long nextY = NeighbourOf(y);
-  if (!tables.Hold(nextX, nextY)) {
-    return MapByThemselves(record, x, y);
-  }
-  return MapPairToLayer(SideBySide(tables.Column(x), tables.Column(nextX)),
-                        SideBySide(tables.Row(y), tables.Row(nextY)), tables.Bounds(), record);
-}
-
-/// `tables` is null where they do not cover the pixel.
+/// The exact steps for the pixel of a column and a row, beside its neighbour's. Out of line, so
+/// that the entry saves no registers for them.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceOnStrip(const PlacementRecord& record, const FrameTables* tables,
-                                    A_long x, A_long y, typename Depth::Pixel* out) {
-  const PairMapping pair =
-      tables != nullptr ? MapByTables(record, *tables, x, y) : MapByThemselves(record, x, y);
-  const LayerMapping& here = pair.here;
-  if (!here.inside || here.coverage < 0.0F || here.coverage > 1.0F) {
+VELTRA_NOINLINE PF_Err PlaceAt(const PlacementRecord& record, const SineAndCosineOf<double>& column,
+                               const SineAndCosineOf<double>& nextColumn,
+                               const SineAndCosineOf<double>& row,
+                               const SineAndCosineOf<double>& nextRow, typename Depth::Pixel* out) {
+  const LayerMapping mapping =
+      MapToLayer(SideBySide(column, nextColumn), SideBySide(row, nextRow), record);
+  if (!mapping.inside || mapping.coverage < 0.0F || mapping.coverage > 1.0F) {
     return PF_Err_NONE;
   }
-  return SampleAndCompose<Depth>(record, pair, out);
+  return SampleAndCompose<Depth>(record, mapping, out);
 }
 
-/// Most pixels end here, without their neighbour having been mapped. What follows is out of line,
-/// so that this entry saves no registers for it.
+/// A pixel without tables works out both directions.
+template <class Depth>
+VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_long y,
+                                     typename Depth::Pixel* out) {
+  const double px = x - record.originOffsetX;
+  const double py = y - record.originOffsetY;
+  return PlaceAt<Depth>(record, ColumnEntry(record, px),
+                        ColumnEntry(record, px + (x > 0 ? -1.0 : 1.0)), RowEntry(record, py),
+                        RowEntry(record, py + (y > 0 ? -1.0 : 1.0)), out);
+}
+
+/// Most pixels end here.
 template <class Depth>
 VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
                                               typename Depth::Pixel* out) {
   const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
   const FrameTables* tables = TabledRecord::TablesOf(record);
-  if (tables == nullptr || !tables->Cover(record, x, y)) {
-    return PlaceOnStrip<Depth>(record, nullptr, x, y, out);
+  if (tables == nullptr || !tables->Hold(x, y)) {
+    return PlaceByItself<Depth>(record, x, y, out);
   }
-  const double d = TowardsNormal(record, tables->Direction(x, y));
-  if (IsSurelyOffBand(tables->Bounds().acrossOutside, d)) {
+  if (tables->IsOffStrip(x, y)) {
     return PF_Err_NONE;
   }
-  return PlaceOnStrip<Depth>(record, tables, x, y, out);
+  return PlaceAt<Depth>(record, tables->Column(x), tables->Column(NeighbourOf(x)), tables->Row(y),
+                        tables->Row(NeighbourOf(y)), out);
 }
 
 }  // namespace

@@ -56,6 +56,14 @@ struct SineAndCosineOf {
   Real cosine;
 };
 
+/// Two of them in lanes.
+VELTRA_FORCE_INLINE SineAndCosineOf<TwoDoubles> SideBySide(const SineAndCosineOf<double>& first,
+                                                           const SineAndCosineOf<double>& second) {
+  const __m128d a = _mm_loadu_pd(&first.sine);
+  const __m128d b = _mm_loadu_pd(&second.sine);
+  return {{_mm_unpacklo_pd(a, b)}, {_mm_unpackhi_pd(a, b)}};
+}
+
 template <class Real>
 VELTRA_FORCE_INLINE Vector3Of<Real> DirectionOf(const SineAndCosineOf<Real>& column,
                                                 const SineAndCosineOf<Real>& row) {
