@@ -93,9 +93,9 @@ FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& wo
 TabledRecord::TabledRecord(const PlacementRecord& record, const PF_EffectWorld& world,
                            const PF_LRect& area)
     : PlacementRecord(record), tables_(record, world, area) {
-  const std::uint64_t mark = MarkFor(this);
-  tablesMarkLow.bits = static_cast<std::uint32_t>(mark);
-  tablesMarkHigh.bits = static_cast<std::uint32_t>(mark >> 32);
+  const Mark mark = MarkFor(*this);
+  tablesMarkLow.bits = mark.low;
+  tablesMarkHigh.bits = mark.high;
 }
 
 TabledRecord::~TabledRecord() {

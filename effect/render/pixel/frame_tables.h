@@ -73,15 +73,22 @@ class TabledRecord : public PlacementRecord {
 
   /// The tables behind the record; null when it is no TabledRecord.
   static const FrameTables* TablesOf(const PlacementRecord& record) {
-    const std::uint64_t mark =
-        std::uint64_t{record.tablesMarkHigh.bits} << 32 | record.tablesMarkLow.bits;
-    return mark == MarkFor(&record) ? &static_cast<const TabledRecord&>(record).tables_ : nullptr;
+    const Mark mark = MarkFor(record);
+    return record.tablesMarkLow.bits == mark.low && record.tablesMarkHigh.bits == mark.high
+               ? &static_cast<const TabledRecord&>(record).tables_
+               : nullptr;
   }
 
  private:
-  /// Never 0: an address on x64 leaves the highest bits alone.
-  static std::uint64_t MarkFor(const PlacementRecord* record) {
-    return reinterpret_cast<std::uintptr_t>(record) ^ 0x9d3a5c61e84b27f3U;
+  struct Mark {
+    std::uint32_t low;
+    std::uint32_t high;
+  };
+  /// The record's address and 64 bits that no other would come upon.
+  static Mark MarkFor(const PlacementRecord& record) {
+    const std::uint64_t address = reinterpret_cast<std::uintptr_t>(&record);
+    return {static_cast<std::uint32_t>(address) ^ 0xe84b27f3U,
+            static_cast<std::uint32_t>(address >> 32) ^ 0x9d3a5c61U};
   }
 
   FrameTables tables_;

@@ -84,11 +84,11 @@ VELTRA_FORCE_INLINE bool FindOnStrip(const PlacementRecord& record, double acros
   return true;
 }
 
-/// The exact steps for the pixel of a column and a row. Out of line, so that the entry saves no
-/// registers for them.
+/// The exact steps for the pixel of a column and a row.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceAt(const PlacementRecord& record, const SineAndCosineOf<double>& column,
-                               const SineAndCosineOf<double>& row, typename Depth::Pixel* out) {
+VELTRA_FORCE_INLINE PF_Err PlaceAt(const PlacementRecord& record,
+                                   const SineAndCosineOf<double>& column,
+                                   const SineAndCosineOf<double>& row, typename Depth::Pixel* out) {
   using numerics::kernels::ArcCosine;
   const auto p = DirectionOf(column, row);
   const double d = TowardsNormal(record, p);
@@ -109,7 +109,13 @@ VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_
                         RowEntry(record, y - record.originOffsetY), out);
 }
 
-/// Most pixels end here.
+template <class Depth>
+VELTRA_NOINLINE PF_Err PlaceByTables(const PlacementRecord& record, const FrameTables& tables,
+                                     A_long x, A_long y, typename Depth::Pixel* out) {
+  return PlaceAt<Depth>(record, tables.Column(x), tables.Row(y), out);
+}
+
+/// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
 template <class Depth>
 VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
                                       typename Depth::Pixel* out) {
@@ -121,7 +127,7 @@ VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
   if (tables->IsOffStrip(x, y)) {
     return PF_Err_NONE;
   }
-  return PlaceAt<Depth>(record, tables->Column(x), tables->Row(y), out);
+  return PlaceByTables<Depth>(record, *tables, x, y, out);
 }
 
 }  // namespace

@@ -129,13 +129,14 @@ A_long NeighbourOf(A_long position) {
   return position > 0 ? position - 1 : position + 1;
 }
 
-/// The exact steps for the pixel of a column and a row, beside its neighbour's. Out of line, so
-/// that the entry saves no registers for them.
+/// The exact steps for the pixel of a column and a row, beside its neighbour's.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceAt(const PlacementRecord& record, const SineAndCosineOf<double>& column,
-                               const SineAndCosineOf<double>& nextColumn,
-                               const SineAndCosineOf<double>& row,
-                               const SineAndCosineOf<double>& nextRow, typename Depth::Pixel* out) {
+VELTRA_FORCE_INLINE PF_Err PlaceAt(const PlacementRecord& record,
+                                   const SineAndCosineOf<double>& column,
+                                   const SineAndCosineOf<double>& nextColumn,
+                                   const SineAndCosineOf<double>& row,
+                                   const SineAndCosineOf<double>& nextRow,
+                                   typename Depth::Pixel* out) {
   const LayerMapping mapping =
       MapToLayer(SideBySide(column, nextColumn), SideBySide(row, nextRow), record);
   if (!mapping.inside || mapping.coverage < 0.0F || mapping.coverage > 1.0F) {
@@ -155,7 +156,14 @@ VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_
                         RowEntry(record, py + (y > 0 ? -1.0 : 1.0)), out);
 }
 
-/// Most pixels end here.
+template <class Depth>
+VELTRA_NOINLINE PF_Err PlaceByTables(const PlacementRecord& record, const FrameTables& tables,
+                                     A_long x, A_long y, typename Depth::Pixel* out) {
+  return PlaceAt<Depth>(record, tables.Column(x), tables.Column(NeighbourOf(x)), tables.Row(y),
+                        tables.Row(NeighbourOf(y)), out);
+}
+
+/// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
 template <class Depth>
 VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
                                               typename Depth::Pixel* out) {
@@ -167,8 +175,7 @@ VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
   if (tables->IsOffStrip(x, y)) {
     return PF_Err_NONE;
   }
-  return PlaceAt<Depth>(record, tables->Column(x), tables->Column(NeighbourOf(x)), tables->Row(y),
-                        tables->Row(NeighbourOf(y)), out);
+  return PlaceByTables<Depth>(record, *tables, x, y, out);
 }
 
 }  // namespace
