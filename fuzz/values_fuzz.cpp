@@ -61,7 +61,7 @@ void TryFrames(std::string_view text) {
   if ((range.last - range.first) / range.step < kMostRun) {
     const std::vector<int> numbers = range.Numbers();
     Expect(!numbers.empty() && numbers.back() <= range.last, "frames outside their range");
-    cli::RunsText(numbers);
+    cli::NumbersText(numbers);
   }
 }
 

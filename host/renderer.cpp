@@ -38,14 +38,16 @@ std::string WorldTrouble(const World& world, const std::string& what, Depth dept
   return {};
 }
 
+std::string FrameTrouble(const World* frame, const RenderSettings& settings) {
+  return frame == nullptr ? std::string()
+                          : WorldTrouble(*frame, "the frame", settings.depth,
+                                         DownsampledLength(settings.width, settings.downsample),
+                                         DownsampledLength(settings.height, settings.downsample));
+}
+
 std::string ImagesTrouble(const Effect& effect, const RenderSettings& settings) {
-  if (settings.input != nullptr) {
-    std::string trouble = WorldTrouble(*settings.input, "the frame", settings.depth,
-                                       DownsampledLength(settings.width, settings.downsample),
-                                       DownsampledLength(settings.height, settings.downsample));
-    if (!trouble.empty()) {
-      return trouble;
-    }
+  if (std::string trouble = FrameTrouble(settings.input, settings); !trouble.empty()) {
+    return trouble;
   }
   for (const auto& [index, world] : settings.layers) {
     const bool isLayer =
@@ -121,7 +123,9 @@ class FrameRender {
         settings_(settings),
         entry_(effect.Library().MainEntry()),
         session_(effect.Controls(), effect.GlobalData(), &settings),
-        region_(settings.region.value_or(session_.FrameRect())) {}
+        region_(settings.region.value_or(session_.FrameRect())) {
+    session_.input = settings.input;
+  }
 
   RenderResult Run() {
     if (SetUpSequence()) {
@@ -222,11 +226,27 @@ class FrameRender {
     }
   }
 
+  /// Has the frame read, where that was left until it is needed; reports what prevents it.
+  bool ReadInput() {
+    if (!settings_.readInput) {
+      return true;
+    }
+    const Expected<const World*> read = settings_.readInput();
+    std::string trouble = read ? FrameTrouble(*read, settings_) : read.ErrorText();
+    if (!trouble.empty()) {
+      Fail(PF_Err_BAD_CALLBACK_PARAM, trouble);
+      return false;
+    }
+    session_.input = *read;
+    return true;
+  }
+
   // ---- Smart render ----
 
   void RunSmart() {
     PF_PreRenderOutput answer{};
-    if (PreRender(answer) && !settings_.preRenderOnly) {
+    if (PreRender(answer) && !settings_.preRenderOnly &&
+        (!session_.diagnostics.inputRequested || ReadInput())) {
       SmartRender(answer);
     }
     DeletePreRenderData(answer);
@@ -319,7 +339,7 @@ class FrameRender {
     result_.maxResultRect = frame;
     result_.resultRect = part;
     World canvas;
-    if (IsEmpty(region_) || settings_.preRenderOnly || !MakeCanvas(frame, canvas)) {
+    if (IsEmpty(region_) || settings_.preRenderOnly || !ReadInput() || !MakeCanvas(frame, canvas)) {
       return;
     }
     PF_EffectWorld output = WriteableView(canvas, frame);

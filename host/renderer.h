@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/expected.h"
 #include "host/base/error_names.h"
 #include "host/base/thread_pool.h"
 #include "host/effect.h"
@@ -32,6 +33,10 @@ struct RenderSettings {
   /// The frame under the effect, DownsampledLength(width) x DownsampledLength(height) pixels;
   /// null is a transparent one.
   const World* input = nullptr;
+  /// Where given, takes the place of `input`: called once, on the rendering thread, when the
+  /// effect has asked for pixels of the frame, and never when it has not. Null is a transparent
+  /// frame; a failure ends the render with its text. The world must live as long as the render.
+  std::function<Expected<const World*>()> readInput;
   /// Layers for layer controls, by control index; absent or null is no layer.
   std::map<PF_ParamIndex, const World*> layers;
   /// By control index; a control that is absent has its declared default.

@@ -191,7 +191,7 @@ PF_LRect Session::FrameRect() const {
 
 const World* Session::LayerWorld(PF_ParamIndex index) const {
   if (index == 0) {
-    return settings_->input;
+    return input;
   }
   const auto found = settings_->layers.find(index);
   return found != settings_->layers.end() ? found->second : nullptr;

@@ -108,6 +108,7 @@ class Session {
   // ---- Layers ----
 
   PF_LRect FrameRect() const;
+  const World* input = nullptr;  ///< the frame under the effect; null is a transparent one
   /// The borrowed image of a layer parameter; null for none.
   const World* LayerWorld(PF_ParamIndex index) const;
   /// A part of a layer for the effect, with the visible extent; its sums can be made from now on.

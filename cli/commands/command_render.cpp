@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "cli/commands/commands.h"
 #include "cli/job/job.h"
+#include "cli/settings/paths.h"
 #include "cli/settings/scene.h"
 #include "pictures/output_file.h"
 #include "system/interrupt.h"
@@ -49,28 +50,29 @@ bool TakesValue(const std::string& argument) {
   return option != nullptr && !option->IsFlag();
 }
 
-struct Ahead {
+/// What the arguments name before their options are known.
+struct NamedFiles {
   std::string effect;
   std::string scene;
 };
 
 /// A first look at the arguments. The options of the controls are not known yet, so a scene is
 /// told by its ending.
-Ahead LookAhead(const Arguments& arguments) {
+NamedFiles FindNamedFiles(const Arguments& arguments) {
   constexpr std::string_view kEffectEquals = "--effect=";
-  Ahead ahead;
+  NamedFiles named;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (argument == "--effect" && i + 1 < arguments.size()) {
-      ahead.effect = arguments[i + 1];
+      named.effect = arguments[i + 1];
     } else if (argument.starts_with(kEffectEquals)) {
-      ahead.effect = argument.substr(kEffectEquals.size());
+      named.effect = argument.substr(kEffectEquals.size());
     } else if (!argument.starts_with('-') && argument.ends_with(".json")) {
-      ahead.scene = argument;
+      named.scene = argument;
     }
     i += TakesValue(argument) ? 1U : 0U;
   }
-  return ahead;
+  return named;
 }
 
 Scene LoadScene(const std::string& path) {
@@ -264,9 +266,8 @@ class JobBuilder {
       }
       throw UsageError(Text(place, ": no such control (expected ", list, ")"));
     }
-    if (option->declaration->type == PF_Param_LAYER && !control.value.empty() &&
-        control.value != "none") {
-      control.value = (std::filesystem::path(folder) / control.value).lexically_normal().string();
+    if (option->declaration->type == PF_Param_LAYER) {
+      control.value = FromFolder(control.value, folder);
     }
     FromPlace(place, [&] { SetControl(*option, control); });
   }
@@ -333,28 +334,16 @@ void CheckJob(const RenderJob& job) {
   }
 }
 
-/// Paths in a scene are relative to it.
-std::string RelativeTo(const std::string& path, const std::filesystem::path& folder) {
-  if (path.empty() || path == "none" || std::filesystem::path(path).is_absolute()) {
-    return path;
-  }
-  return std::filesystem::absolute(path)
-      .lexically_normal()
-      .lexically_proximate(
-          std::filesystem::absolute(folder.empty() ? "." : folder).lexically_normal())
-      .string();
-}
-
 void SaveScene(Scene scene, const JobBuilder& builder, const std::string& path) {
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
   for (auto& [name, text] : scene.settings) {
     if (FindOption(name)->isPath) {
-      text = RelativeTo(text, folder);
+      text = ToFolder(text, folder);
     }
   }
   for (SceneControl& control : scene.controls) {
     if (builder.IsLayer(control.name)) {
-      control.value = RelativeTo(control.value, folder);
+      control.value = ToFolder(control.value, folder);
     }
   }
   const std::string text = SceneText(scene);
@@ -372,16 +361,16 @@ bool AsksForHelp(const Arguments& arguments) {
 }  // namespace
 
 int RunRender(const Arguments& arguments) {
-  const Ahead ahead = LookAhead(arguments);
+  const NamedFiles named = FindNamedFiles(arguments);
   const bool help = AsksForHelp(arguments);
   Scene scene;
-  if (!ahead.scene.empty() && !help) {
-    scene = LoadScene(ahead.scene);
+  if (!named.scene.empty() && !help) {
+    scene = LoadScene(named.scene);
   }
   const auto sceneEffect = scene.settings.find("effect");
   RenderJob job;
   try {
-    job.effect = LoadEffect(!ahead.effect.empty()                 ? ahead.effect
+    job.effect = LoadEffect(!named.effect.empty()                 ? named.effect
                             : sceneEffect != scene.settings.end() ? sceneEffect->second
                                                                   : "");
   } catch (const RenderError&) {
@@ -406,11 +395,11 @@ int RunRender(const Arguments& arguments) {
   if (!ParseArguments(app, SpellOutSwitches(arguments, controls))) {
     return kExitDone;
   }
-  if (line.scenePath != ahead.scene) {
+  if (line.scenePath != named.scene) {
     throw UsageError(Text("'", line.scenePath, "' is not a scene file (expected NAME.json)"));
   }
   JobBuilder builder(job, controls);
-  builder.AddScene(scene, ahead.scene);
+  builder.AddScene(scene, named.scene);
   builder.AddCommandLine(line);
   CheckJob(job);
   if (!job.options.saveScene.empty()) {

@@ -4,6 +4,7 @@
 #include "cli/job/frame_render.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 
 #include "base/error.h"
@@ -42,22 +43,6 @@ PF_LRect ReducedRegion(const PF_LRect& region, int downsample, int width, int he
 
 }  // namespace
 
-SharedWorld AtJobResolution(host::World world, int downsample, PF_RationalScale aspect,
-                            host::ThreadPool* pool) {
-  if (downsample > 1) {
-    Expected<host::World> reduced =
-        host::BoxDownsample(world, downsample, {pool, &InterruptFlag()});
-    if (!reduced) {
-      ThrowIfInterrupted();
-      throw RenderError(reduced.ErrorText());
-    }
-    world = std::move(*reduced);
-  }
-  world.SetPixelAspect(aspect);
-  world.KeepFacts();
-  return std::make_shared<const host::World>(std::move(world));
-}
-
 void CheckDepth(const RenderJob& job, host::Depth depth) {
   const std::string name = host::DepthName(depth);
   if (job.options.classic && depth == host::Depth::kFloat) {
@@ -94,7 +79,6 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   settings.depth = depth_;
   settings.mode = options.classic ? host::RenderMode::kClassic : host::RenderMode::kSmart;
   settings.draft = options.draft;
-  settings.input = inputs.frame.get();
   for (const auto& [index, world] : inputs.layers) {
     settings.layers[index] = world.get();
   }
@@ -131,16 +115,6 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   return settings;
 }
 
-bool FrameRenderer::WantsFrame(int frame, const FrameInputs& inputs) const {
-  if (job_.options.classic) {
-    return true;  // the classic command is always handed its input
-  }
-  host::RenderSettings settings = Settings(frame, inputs);
-  settings.preRenderOnly = true;
-  const host::RenderResult result = host::RenderFrame(*job_.effect, settings);
-  return !result.Ok() || result.diagnostics.inputRequested;
-}
-
 RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
                                     const std::function<void(double)>& progress) const {
   host::RenderSettings settings = Settings(frame, inputs);
@@ -151,8 +125,24 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
       progress(total > 0 ? static_cast<double>(current) / total : 0.0);
     };
   }
+  SharedWorld world;  // stays for as long as the effect may look at it
+  std::exception_ptr failure;
+  if (inputs.readFrame) {
+    settings.readInput = [&]() -> Expected<const host::World*> {
+      try {
+        world = inputs.readFrame();
+        return world.get();
+      } catch (...) {
+        failure = std::current_exception();
+        return Failure{"the frame cannot be read"};
+      }
+    };
+  }
   host::RenderResult result = host::RenderFrame(*job_.effect, settings);
   ThrowIfInterrupted();
+  if (failure != nullptr) {
+    std::rethrow_exception(failure);
+  }
   if (!result.Ok()) {
     throw RenderError(result.errorText.empty() ? host::ErrorName(result.error) : result.errorText);
   }

@@ -3,25 +3,25 @@
 // Renders one frame of a job from worlds to a world.
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "cli/job/frame_source.h"
 #include "cli/job/job.h"
 #include "host/renderer.h"
 
 namespace veltra::cli {
 
-using SharedWorld = std::shared_ptr<const host::World>;
-
-/// What a frame is rendered from, already at the job's depth and resolution.
+/// What a frame is rendered from, at the job's depth and resolution.
 struct FrameInputs {
   int width = 0;  ///< of the frame at full resolution
   int height = 0;
-  SharedWorld frame;  ///< null is transparent
+  /// Reads the frame; called once at most, and only when the effect wants pixels of it. Absent is
+  /// a transparent frame.
+  std::function<SharedWorld()> readFrame;
   std::map<PF_ParamIndex, SharedWorld> layers;
 };
 
@@ -30,11 +30,6 @@ struct RenderedFrame {
   std::vector<std::string> warnings;
 };
 
-/// Reduces a world to the job's resolution, on the pool's threads, and gives it its pixel aspect;
-/// the full-size one is let go. Throws Interrupted after Ctrl-C.
-SharedWorld AtJobResolution(host::World world, int downsample, PF_RationalScale aspect,
-                            host::ThreadPool* pool);
-
 class FrameRenderer {
  public:
   /// `firstFrame` is at time zero. The pool and the job must outlive the renderer.
@@ -42,13 +37,9 @@ class FrameRenderer {
                 PF_RationalScale rate, host::ThreadPool* pool);
 
   /// Renders one frame. Safe on several threads where the effect is. Throws RenderError with the
-  /// name of the effect's error, Interrupted after Ctrl-C.
+  /// name of the effect's error, Interrupted after Ctrl-C, and what `readFrame` throws.
   RenderedFrame Render(int frame, const FrameInputs& inputs,
                        const std::function<void(double)>& progress) const;
-
-  /// Whether the effect wants pixels of the frame at all, which it may not when it does not
-  /// composite; asked by a pre-render alone. `inputs` needs only its size.
-  bool WantsFrame(int frame, const FrameInputs& inputs) const;
 
  private:
   host::RenderSettings Settings(int frame, const FrameInputs& inputs) const;

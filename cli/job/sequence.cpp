@@ -132,7 +132,7 @@ std::vector<int> HolesIn(const std::vector<int>& numbers) {
   return holes;
 }
 
-std::string RunsText(const std::vector<int>& numbers, std::size_t most) {
+std::string NumbersText(const std::vector<int>& numbers, std::size_t most) {
   std::string text;
   std::size_t runs = 0;
   for (std::size_t i = 0; i < numbers.size(); ++runs) {

@@ -41,7 +41,8 @@ std::vector<int> FramesOnDisk(const FileName& name);
 /// there would be more than a million.
 std::vector<int> HolesIn(const std::vector<int>& numbers);
 
-/// "3, 7-12 and 20": numbers in ascending order for people; at most `most` runs, then "...".
-std::string RunsText(const std::vector<int>& numbers, std::size_t most = 8);
+/// "3, 7-12, 20": ascending numbers for people, in runs of neighbours; after `most` runs
+/// "... (40 in all)".
+std::string NumbersText(const std::vector<int>& numbers, std::size_t most = 8);
 
 }  // namespace veltra::cli

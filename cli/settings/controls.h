@@ -55,7 +55,7 @@ ControlSetting ParseControl(const host::ControlDeclaration& control, std::string
 /// What the value of a control looks like, for help: "X,Y", "stretch|tile|solo", "NUMBER".
 std::string ValuePlaceholder(const host::ControlDeclaration& control);
 
-/// "-10000 to 10000", "on or off" and so on; empty for a layer.
+/// "-10000 to 10000", "on or off" and so on; "an image" for a layer.
 std::string RangeText(const host::ControlDeclaration& control);
 
 /// The declared default as it would be written, "none" for a layer.

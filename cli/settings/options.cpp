@@ -55,91 +55,96 @@ constexpr const char* kSequences = "Sequences and scenes";
 constexpr const char* kOutput = "Output";
 constexpr const char* kRunning = "Running";
 
-using Text = std::string_view;
-
 constexpr std::array kSpecs = {
     OptionSpec{"frame", "f", "FILE", kFiles,
                "the 360-degree frame: an image, a sequence (name.####.exr, name.%04d.exr) or a "
                "video",
-               true, true, "", [](RenderOptions& o, Text t) { o.frame = t; }},
+               true, true, "", [](RenderOptions& o, std::string_view t) { o.frame = t; }},
     OptionSpec{"size", "", "WxH", kFiles, "a transparent frame of this size instead", true, false,
-               "", [](RenderOptions& o, Text t) { o.size = ParseSize(t); }},
+               "", [](RenderOptions& o, std::string_view t) { o.size = ParseSize(t); }},
     OptionSpec{"output", "o", "FILE", kFiles,
                "what to write: .png, .exr, .tif, .jpg, a sequence of them, or a video", true, true,
-               "", [](RenderOptions& o, Text t) { o.output = t; }},
+               "", [](RenderOptions& o, std::string_view t) { o.output = t; }},
     OptionSpec{"effect", "", "FILE", kFiles,
                "the effect library (default: the one beside this program)", true, true, "",
-               [](RenderOptions& o, Text t) { o.effect = t; }},
+               [](RenderOptions& o, std::string_view t) { o.effect = t; }},
 
     OptionSpec{"depth", "d", "8|16|float", kRendering,
                "bits per channel to render in (default: the frame's)", true, false, "8 16 float",
-               [](RenderOptions& o, Text t) { o.depth = ParseDepth(t); }},
+               [](RenderOptions& o, std::string_view t) { o.depth = ParseDepth(t); }},
     OptionSpec{"quality", "q", "best|draft", kRendering,
                "draft takes the nearest pixel of the layer", true, false, "best draft",
-               [](RenderOptions& o, Text t) { o.draft = ParseQuality(t); }},
-    OptionSpec{
-        "downsample", "", "N", kRendering, "render at 1/N of the resolution", true, false, "",
-        [](RenderOptions& o, Text t) { o.downsample = ParseInteger(t, 1, kHostMaxWorldSide); }},
+               [](RenderOptions& o, std::string_view t) { o.draft = ParseQuality(t); }},
+    OptionSpec{"downsample", "", "N", kRendering, "render at 1/N of the resolution", true, false,
+               "",
+               [](RenderOptions& o, std::string_view t) {
+                 o.downsample = ParseInteger(t, 1, kHostMaxWorldSide);
+               }},
     OptionSpec{"region", "", "X,Y,W,H", kRendering,
                "only this part, in pixels of the full-resolution frame", true, false, "",
-               [](RenderOptions& o, Text t) { o.region = ParseRegion(t); }},
+               [](RenderOptions& o, std::string_view t) { o.region = ParseRegion(t); }},
     OptionSpec{"pixel-aspect", "", "N/D", kRendering, "width of the frame's pixels over height",
-               true, false, "", [](RenderOptions& o, Text t) { o.pixelAspect = ParseRatio(t); }},
+               true, false, "",
+               [](RenderOptions& o, std::string_view t) { o.pixelAspect = ParseRatio(t); }},
     OptionSpec{"layer-pixel-aspect", "", "N/D", kRendering,
                "width of the layer's pixels over height", true, false, "",
-               [](RenderOptions& o, Text t) { o.layerPixelAspect = ParseRatio(t); }},
+               [](RenderOptions& o, std::string_view t) { o.layerPixelAspect = ParseRatio(t); }},
     OptionSpec{"classic", "", "", kRendering, "use the older render command (8 and 16 bit only)",
-               true, false, "", [](RenderOptions& o, Text t) { o.classic = ParseSwitch(t); }},
+               true, false, "",
+               [](RenderOptions& o, std::string_view t) { o.classic = ParseSwitch(t); }},
 
     OptionSpec{"frames", "", "RANGE", kSequences, "the frames to render: 12, 1-240 or 1-240x2",
-               true, false, "", [](RenderOptions& o, Text t) { o.frames = ParseFrames(t); }},
+               true, false, "",
+               [](RenderOptions& o, std::string_view t) { o.frames = ParseFrames(t); }},
     OptionSpec{"rate", "r", "FPS", kSequences,
                "frames per second, such as 25 or 30000/1001 (default: the video's, or 24)", true,
-               false, "", [](RenderOptions& o, Text t) { o.rate = ParseRatio(t); }},
+               false, "", [](RenderOptions& o, std::string_view t) { o.rate = ParseRatio(t); }},
     OptionSpec{"skip-missing", "", "", kSequences, "leave out frames whose input is missing", true,
-               false, "", [](RenderOptions& o, Text t) { o.skipMissing = ParseSwitch(t); }},
+               false, "",
+               [](RenderOptions& o, std::string_view t) { o.skipMissing = ParseSwitch(t); }},
     OptionSpec{"resume", "", "", kSequences, "leave out frames whose output is there already",
-               false, false, "", [](RenderOptions& o, Text t) { o.resume = ParseSwitch(t); }},
+               false, false, "",
+               [](RenderOptions& o, std::string_view t) { o.resume = ParseSwitch(t); }},
     OptionSpec{"save-scene", "", "FILE", kSequences,
                "write all of this as a scene file; renders too when there is an output", false,
-               true, "", [](RenderOptions& o, Text t) { o.saveScene = t; }},
+               true, "", [](RenderOptions& o, std::string_view t) { o.saveScene = t; }},
 
     OptionSpec{"output-depth", "", "8|16|half|float", kOutput,
                "bits per channel of the file (default: what the render has, as far as the format "
                "can)",
                true, false, "8 16 half float",
-               [](RenderOptions& o, Text t) { o.outputDepth = ParseSampleType(t); }},
+               [](RenderOptions& o, std::string_view t) { o.outputDepth = ParseSampleType(t); }},
     OptionSpec{"compression", "", "NAME", kOutput,
                "none, fast, best; png: 0 to 9; tiff: lzw, deflate, packbits; exr: zip, zips, piz, "
                "rle",
                true, false, "none fast best lzw deflate packbits zip zips piz rle",
-               [](RenderOptions& o, Text t) { o.compression = t; }},
+               [](RenderOptions& o, std::string_view t) { o.compression = t; }},
     OptionSpec{"jpeg-quality", "", "N", kOutput, "1 to 100 (default 95)", true, false, "",
-               [](RenderOptions& o, Text t) {
+               [](RenderOptions& o, std::string_view t) {
                  constexpr int kMostQuality = 100;
                  o.jpegQuality = ParseInteger(t, 1, kMostQuality);
                }},
     OptionSpec{"video-options", "", "TEXT", kOutput,
                "options for the video encoder, such as \"-c:v libx265 -crf 16\"", true, false, "",
-               [](RenderOptions& o, Text t) { o.videoOptions = t; }},
+               [](RenderOptions& o, std::string_view t) { o.videoOptions = t; }},
     OptionSpec{"no-clobber", "n", "", kOutput, "refuse to overwrite what is there", false, false,
-               "", [](RenderOptions& o, Text t) { o.noClobber = ParseSwitch(t); }},
+               "", [](RenderOptions& o, std::string_view t) { o.noClobber = ParseSwitch(t); }},
 
-    OptionSpec{"threads", "j", "N", kRunning, "threads to use (default: one per core)", false,
-               false, "",
-               [](RenderOptions& o, Text t) { o.threads = ParseInteger(t, 1, kMostThreads); }},
+    OptionSpec{
+        "threads", "j", "N", kRunning, "threads to use (default: one per core)", false, false, "",
+        [](RenderOptions& o, std::string_view t) { o.threads = ParseInteger(t, 1, kMostThreads); }},
     OptionSpec{"concurrent-frames", "", "N", kRunning,
                "frames in flight at once (default: from cores and memory)", false, false, "",
-               [](RenderOptions& o, Text t) {
+               [](RenderOptions& o, std::string_view t) {
                  o.concurrentFrames = ParseInteger(t, 1, kMostFramesAtOnce);
                }},
     OptionSpec{"quiet", "", "", kRunning, "no progress and no warnings", false, false, "",
-               [](RenderOptions& o, Text t) {
+               [](RenderOptions& o, std::string_view t) {
                  o.progress = ParseSwitch(t) ? ProgressStyle::kNone : ProgressStyle::kAuto;
                }},
     OptionSpec{"progress", "", "KIND", kRunning, "auto, bar, lines, json or none", false, false,
                "auto bar lines json none",
-               [](RenderOptions& o, Text t) { o.progress = ParseProgress(t); }},
+               [](RenderOptions& o, std::string_view t) { o.progress = ParseProgress(t); }},
 };
 
 }  // namespace

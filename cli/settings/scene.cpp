@@ -4,13 +4,13 @@
 #include "cli/settings/scene.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <set>
 
 #include "base/error.h"
 #include "base/text.h"
 #include "cli/settings/options.h"
+#include "cli/settings/paths.h"
 
 namespace veltra::cli {
 namespace {
@@ -201,13 +201,6 @@ Json ControlJson(const SceneControl& control) {
   return Json{{"keys", keys}};
 }
 
-std::string Resolved(const std::string& path, const std::filesystem::path& folder) {
-  if (path.empty() || path == "none" || std::filesystem::path(path).is_absolute()) {
-    return path;
-  }
-  return (folder / path).lexically_normal().string();
-}
-
 }  // namespace
 
 Scene ParseScene(std::string_view text) {
@@ -264,7 +257,7 @@ void ResolvePaths(Scene& scene, const std::string& folder) {
   for (auto& [key, value] : scene.settings) {
     const OptionSpec* option = FindOption(key);
     if (option != nullptr && option->isPath) {
-      value = Resolved(value, folder);
+      value = FromFolder(value, folder);
     }
   }
 }

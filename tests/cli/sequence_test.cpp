@@ -47,9 +47,9 @@ TEST(Sequences, HolesAreWhatBreaksTheStep) {
 }
 
 TEST(Sequences, NumbersAreListedAsRuns) {
-  EXPECT_EQ(RunsText({1}), "1");
-  EXPECT_EQ(RunsText({1, 2, 3, 5, 9, 10}), "1-3, 5, 9-10");
-  EXPECT_EQ(RunsText({1, 3, 5, 7}, 2), "1, 3, ... (4 in all)");
+  EXPECT_EQ(NumbersText({1}), "1");
+  EXPECT_EQ(NumbersText({1, 2, 3, 5, 9, 10}), "1-3, 5, 9-10");
+  EXPECT_EQ(NumbersText({1, 3, 5, 7}, 2), "1, 3, ... (4 in all)");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 import json
 import os
 import pty
+import resource
 import signal
 import subprocess
 import time
@@ -58,6 +59,16 @@ class Runs(ProgramTest):
         os.close(master)
         self.assertRegex(shown, rb"\r\[#*\.*\] \d+/40  [\d.]+ fps  [\d.:]+ ?s? left")
         self.assertIn(b"big.#.png: 40 frames in", shown)
+
+    def test_fewer_threads_than_wanted_are_enough(self):
+        def limit():
+            # A stack of 256 MiB per thread: the memory is at its end after a few.
+            resource.setrlimit(resource.RLIMIT_STACK, (256 << 20, 256 << 20))
+            resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
+        if not os.environ.get("VELTRA_SANITIZE"):
+            self.run_well(*self.sequence, "--threads", "20", "--concurrent-frames", "20",
+                          preexec_fn=limit)
+            self.assertEqual(len([name for name in self.files() if name.startswith("out")]), 20)
 
     def stop(self, number, *arguments):
         """Starts a long run, stops it once there is work in progress, and returns how it ended

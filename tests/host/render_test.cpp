@@ -71,6 +71,35 @@ TYPED_TEST(Rendering, ThePictureDoesNotDependOnThreads) {
   EXPECT_NE(FirstDifference<TypeParam>(input, together.output), "");
 }
 
+TYPED_TEST(Rendering, AFrameIsReadOnceAndOnlyWhenItIsWanted) {
+  const World input = RandomWorld<TypeParam>(20, 10, 3);
+  for (const Behaviour behaviour : {Behaviour::kCopyInput, Behaviour::kLayerOnly}) {
+    RenderSettings settings = SettingsFor(input, behaviour);
+    const RenderResult given = RenderFrame(FixtureEffect(), settings);
+    int reads = 0;
+    settings.input = nullptr;
+    settings.readInput = [&]() -> veltra::Expected<const World*> {
+      ++reads;
+      return &input;
+    };
+    const RenderResult read = RenderFrame(FixtureEffect(), settings);
+    ASSERT_TRUE(read.Ok()) << read.errorText;
+    EXPECT_EQ(reads, behaviour == Behaviour::kCopyInput ? 1 : 0);
+    EXPECT_EQ(FirstDifference<TypeParam>(given.output, read.output), "");
+  }
+}
+
+TEST(RenderErrors, AFrameThatCannotBeReadEndsTheRenderWithItsText) {
+  const World input = RandomWorld<PF_Pixel8>(8, 8, 4);
+  const World other = RandomWorld<PF_Pixel8>(9, 8, 4);
+  RenderSettings settings = SettingsFor(input, Behaviour::kCopyInput);
+  settings.readInput = []() -> veltra::Expected<const World*> { return veltra::Failure{"gone"}; };
+  EXPECT_EQ(RenderFrame(FixtureEffect(), settings).errorText, "gone");
+  settings.readInput = [&]() -> veltra::Expected<const World*> { return &other; };
+  EXPECT_NE(RenderFrame(FixtureEffect(), settings).errorText.find("expected 8 x 8"),
+            std::string::npos);
+}
+
 TYPED_TEST(Rendering, ARegionIsThatPartOfTheWholePicture) {
   const World input = RandomWorld<TypeParam>(40, 30, 3);
   for (const RenderMode mode : {RenderMode::kSmart, RenderMode::kClassic}) {

@@ -1,0 +1,201 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The two kinds of sinks.
+#include "cli/job/frame_sink.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "pictures/output_file.h"
+#include "pictures/picture_world.h"
+
+namespace veltra::cli {
+namespace {
+
+using host::Depth;
+
+/// The sample type of the files: what was asked for, or the least that keeps what the render has.
+SampleType OutputType(const RenderOptions& options, PictureFormat format, Depth depth,
+                      std::optional<SampleType> inputStored) {
+  const std::vector<SampleType> possible = WritableTypes(format);
+  const auto can = [&possible](SampleType type) {
+    return std::find(possible.begin(), possible.end(), type) != possible.end();
+  };
+  if (options.outputDepth) {
+    if (!can(*options.outputDepth)) {
+      std::string list;
+      for (const SampleType type : possible) {
+        list += Text(list.empty() ? "" : ", ", SampleTypeName(type));
+      }
+      throw UsageError(Text("--output-depth: ", FormatName(format), " has no '",
+                            SampleTypeName(*options.outputDepth), "' (expected ", list, ")"));
+    }
+    return *options.outputDepth;
+  }
+  if (depth == Depth::k8) {
+    return possible.front();
+  }
+  if (depth == Depth::k16) {
+    return can(SampleType::kUint16) ? SampleType::kUint16 : possible.back();
+  }
+  // A float render of a half file needs no more than half.
+  return inputStored == SampleType::kHalf && can(SampleType::kHalf) ? SampleType::kHalf
+                                                                    : possible.back();
+}
+
+/// An image file per frame, each under its name only when it is whole.
+class FileSink : public FrameSink {
+ public:
+  FileSink(const Media& output, const RenderOptions& options)
+      : output_(output), options_(options), format_(WritableFormatOf(output.Name())) {
+    CheckCompression(format_, options.compression);
+  }
+
+  void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) override {
+    settings_ = settings;
+    OutputType(options_, format_, settings.depth, firstInput.stored);  // complains now
+  }
+
+  std::string Write(const FinishedFrame& frame, const host::World& picture) override {
+    const std::string path = output_.At(frame.number);
+    OutputFile file(path);
+    try {
+      WriteWorld(picture, file, OptionsFor(frame.input), settings_.pool);
+    } catch (const RenderError& error) {
+      file.ThrowIfFailed();
+      throw RenderError(Text(path, ": ", error.what()));
+    }
+    file.Commit();
+    return path;
+  }
+
+  std::vector<std::string> Losses() const override {
+    if (format_ == PictureFormat::kJpeg) {
+      return {"JPEG has no alpha; it is left out"};
+    }
+    return {};
+  }
+
+ private:
+  PictureOptions OptionsFor(const PictureInfo& input) const {
+    PictureOptions written;
+    written.format = format_;
+    written.stored = OutputType(options_, format_, settings_.depth, input.stored);
+    written.alpha = format_ != PictureFormat::kJpeg;
+    written.compression = options_.compression;
+    written.jpegQuality = options_.jpegQuality;
+    written.pixelAspect = static_cast<double>(options_.pixelAspect.num) / options_.pixelAspect.den;
+    written.metadata = input.metadata;
+    if (options_.region || options_.downsample > 1) {
+      written.metadata.xmp.clear();  // it tells the size of a whole panorama
+    }
+    return written;
+  }
+
+  Media output_;
+  const RenderOptions& options_;
+  PictureFormat format_;
+  SinkSettings settings_;
+};
+
+/// All frames into one video, in their order.
+class VideoSink : public FrameSink {
+ public:
+  VideoSink(const Media& output, const RenderOptions& options)
+      : output_(output), options_(options) {
+    if (options.resume) {
+      throw UsageError("--resume: a video can only be written whole");
+    }
+    if (!options.compression.empty() || options.outputDepth) {
+      throw UsageError(Text(options.compression.empty() ? "--output-depth" : "--compression",
+                            ": not for videos (see --video-options)"));
+    }
+  }
+
+  void Prepare(const SinkSettings& settings, const PictureInfo& /*firstInput*/) override {
+    settings_ = settings;
+  }
+
+  std::string Write(const FinishedFrame& frame, const host::World& picture) override {
+    std::unique_lock lock(mutex_);
+    turnCame_.wait(lock, [&] { return written_ == frame.turn || givenUp_; });
+    if (givenUp_) {
+      return {};
+    }
+    if (writer_ == nullptr) {
+      writer_ = std::make_unique<VideoWriter>(output_.Name(), picture.Width(), picture.Height(),
+                                              Options());
+    }
+    lock.unlock();
+    writer_->Write(picture);  // nobody else has this turn
+    lock.lock();
+    ++written_;
+    turnCame_.notify_all();
+    return {};
+  }
+
+  void GiveUp() override {
+    const std::lock_guard lock(mutex_);
+    givenUp_ = true;
+    turnCame_.notify_all();
+  }
+
+  std::vector<std::string> Finish() override {
+    if (writer_ == nullptr) {
+      throw RenderError(Text(output_.Name(), ": no frames to write"));
+    }
+    std::vector<std::string> losses;
+    if (settings_.video != nullptr && settings_.video->hasAudio && !KeepsSound()) {
+      losses.emplace_back("the sound is left out, since frames are");
+    }
+    if (!writer_->Finish()) {
+      losses.push_back(
+          Text(output_.Name(), ": the spherical metadata could not be kept (.mp4 and .mov can)"));
+    }
+    return losses;
+  }
+
+ private:
+  /// Every second frame has no sound to fit.
+  bool KeepsSound() const { return !options_.frames || options_.frames->step == 1; }
+
+  VideoOptions Options() const {
+    VideoOptions video;
+    video.rate = settings_.rate;
+    video.deep = settings_.depth != Depth::k8;
+    video.encoder = options_.videoOptions;
+    video.source = settings_.video;
+    if (options_.frames) {
+      const double rate = static_cast<double>(video.rate.num) / video.rate.den;
+      const int first = settings_.numbers.front();
+      video.soundStart = (first - 1) / rate;
+      video.soundLength = (settings_.numbers.back() - first + 1) / rate;
+      video.sound = KeepsSound();
+    }
+    return video;
+  }
+
+  Media output_;
+  const RenderOptions& options_;
+  SinkSettings settings_;
+  std::mutex mutex_;
+  std::condition_variable turnCame_;
+  std::size_t written_ = 0;
+  bool givenUp_ = false;
+  std::unique_ptr<VideoWriter> writer_;
+};
+
+}  // namespace
+
+std::unique_ptr<FrameSink> MakeSink(const Media& output, const RenderOptions& options) {
+  if (output.kind == MediaKind::kVideo) {
+    return std::make_unique<VideoSink>(output, options);
+  }
+  return std::make_unique<FileSink>(output, options);
+}
+
+}  // namespace veltra::cli

@@ -1,0 +1,69 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Where the pictures of a job come from: a still, a sequence of files or a video.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/job/media.h"
+#include "cli/video/video.h"
+#include "host/base/thread_pool.h"
+#include "host/pixels/world.h"
+#include "pictures/picture.h"
+
+namespace veltra::cli {
+
+using SharedWorld = std::shared_ptr<const host::World>;
+
+/// How the pictures of a source are wanted.
+struct SourceSettings {
+  host::Depth depth = host::Depth::k8;
+  int downsample = 1;                  ///< 1/n of the resolution
+  PF_RationalScale pixelAspect{1, 1};  ///< of the pictures
+  PF_RationalScale rate{24, 1};        ///< of the output, in frames per second
+  bool manyFrames = false;             ///< a still is wanted more than once
+  host::ThreadPool* pool = nullptr;    ///< outlives the source
+};
+
+/// One picture of a source, taken for one frame. For one thread at a time.
+class SourcePicture {
+ public:
+  SourcePicture() = default;
+  SourcePicture(const SourcePicture&) = delete;
+  SourcePicture& operator=(const SourcePicture&) = delete;
+  virtual ~SourcePicture() = default;
+
+  /// What the header tells, before any pixel is read. Throws RenderError "NAME: reason".
+  virtual const PictureInfo& Info() = 0;
+  /// The pixels, as the settings want them. Throws RenderError "NAME: reason", Interrupted.
+  virtual SharedWorld Read() = 0;
+};
+
+/// Gives the pictures of one input by their frame numbers. Not for several threads at once, but
+/// the pictures it gave may be read on as many threads as there are pictures.
+class FrameSource {
+ public:
+  FrameSource() = default;
+  FrameSource(const FrameSource&) = delete;
+  FrameSource& operator=(const FrameSource&) = delete;
+  virtual ~FrameSource() = default;
+
+  /// What the header of a frame's picture tells. The picture stays open for whoever takes it, since
+  /// a pipe cannot be opened twice. Throws RenderError "NAME: reason".
+  virtual PictureInfo Look(int number) = 0;
+  /// To be called once, before the first picture is taken.
+  virtual void Prepare(const SourceSettings& settings) = 0;
+  /// The picture of a frame; null after the last one of a video. Numbers must rise. Throws
+  /// RenderError "NAME: reason".
+  virtual std::unique_ptr<SourcePicture> Take(int number) = 0;
+  /// What a video tells of itself; null for pictures.
+  virtual const VideoInfo* Video() const { return nullptr; }
+};
+
+/// Opens an input, which must not be of kind none. Throws RenderError where a video cannot be read;
+/// pictures are opened when they are looked at or taken.
+std::unique_ptr<FrameSource> OpenSource(const Media& media);
+
+}  // namespace veltra::cli

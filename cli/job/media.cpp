@@ -1,0 +1,50 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Names of files, and what is told by their endings.
+#include "cli/job/media.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+
+#include "base/error.h"
+#include "base/text.h"
+
+namespace veltra::cli {
+namespace {
+
+bool IsVideoName(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  constexpr std::array<std::string_view, 8> kVideos = {".mp4", ".mov",  ".m4v", ".mkv",
+                                                       ".avi", ".webm", ".mxf", ".mpg"};
+  return std::find(kVideos.begin(), kVideos.end(), extension) != kVideos.end();
+}
+
+Media MediaOf(const FileName& name) {
+  const MediaKind kind = IsVideoName(name.Pattern()) ? MediaKind::kVideo
+                         : name.IsSequence()         ? MediaKind::kSequence
+                                                     : MediaKind::kStill;
+  if (kind == MediaKind::kVideo && name.IsSequence()) {
+    throw UsageError(Text(name.Pattern(), ": a video has no place for a frame number"));
+  }
+  return {kind, name};
+}
+
+}  // namespace
+
+Media InputMedia(const std::string& path) {
+  if (path.empty()) {
+    return {};
+  }
+  std::error_code ignored;
+  return MediaOf(std::filesystem::exists(path, ignored) ? FileName::Literal(path) : FileName(path));
+}
+
+Media OutputMedia(const std::string& path) {
+  return path.empty() ? Media{} : MediaOf(FileName(path));
+}
+
+}  // namespace veltra::cli

@@ -1,0 +1,90 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Which frames a run renders, in which order, and how many of them at once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/job/media.h"
+#include "cli/settings/options.h"
+#include "host_api/types.h"
+
+namespace veltra::cli {
+
+/// The files that a job reads and writes.
+struct JobMedia {
+  Media frame;  ///< kind none for a transparent frame
+  std::map<PF_ParamIndex, Media> layers;
+  Media output;
+};
+
+/// The frames of a run. Not for several threads at once.
+class Schedule {
+ public:
+  /// The frames of --frames, or those that the input sequence has on disk; one frame when nothing
+  /// counts. Throws UsageError when it cannot be told, and RenderError when what is on disk has
+  /// holes that nobody asked to skip.
+  Schedule(const RenderOptions& options, const JobMedia& media);
+  /// All frames of a video, counted from 1: `told` of them as far as it tells, 0 when it does not.
+  /// The run goes on until the video ends.
+  static Schedule UntilTheEnd(int told);
+
+  /// Frame numbers before any was left out; there is at least one.
+  int First() const { return first_; }
+  int Last() const { return last_; }
+  /// The frames that are to be rendered.
+  const std::vector<int>& Numbers() const { return numbers_; }
+  /// Whether more frames than these may come.
+  bool HasOpenEnd() const { return openEnd_; }
+  /// How many were left out.
+  std::size_t LeftOut() const { return leftOut_; }
+
+  /// Leaves out the frames whose output is there already (--resume), or refuses to overwrite
+  /// (--no-clobber). Throws RenderError.
+  void CheckOutputs(const RenderOptions& options, const Media& output);
+  /// Refuses or leaves out (--skip-missing) the frames of which a sequence has no file. Returns a
+  /// line for each sequence of which frames were left out. Throws RenderError.
+  std::vector<std::string> CheckInputs(const RenderOptions& options, const JobMedia& media);
+
+  /// One frame's turn.
+  struct Turn {
+    std::size_t index = 0;  ///< 0 for the first frame of the run
+    int number = 0;
+  };
+  /// The next turn; nothing when all had theirs.
+  std::optional<Turn> Next() const;
+  /// The turn was taken.
+  void Advance() { ++next_; }
+
+ private:
+  Schedule() = default;
+  void SetNumbers(std::vector<int> numbers);
+
+  std::vector<int> numbers_;
+  int first_ = 0;
+  int last_ = 0;
+  bool openEnd_ = false;
+  std::size_t leftOut_ = 0;
+  std::size_t next_ = 0;
+};
+
+/// How many threads in all, and how many frames are in flight on them.
+struct Spread {
+  int threads = 1;
+  int frames = 1;
+};
+
+/// The threads of --threads, or one per core.
+int ThreadsOf(const RenderOptions& options);
+
+/// As many frames at once as there are threads, and as fit into half of the free memory, unless
+/// --concurrent-frames says otherwise.
+Spread SpreadOver(const RenderOptions& options, std::size_t frameCount,
+                  std::uint64_t bytesPerFrame);
+
+}  // namespace veltra::cli
