@@ -8,7 +8,8 @@
 #include "base/error.h"
 #include "fuzz/byte_reader.h"
 #include "host_api/types.h"
-#include "pictures/formats.h"
+#include "pictures/bytes/memory_bytes.h"
+#include "pictures/formats/formats.h"
 #include "pictures/picture_rows.h"
 
 namespace veltra::fuzz {
@@ -17,18 +18,18 @@ namespace {
 /// A small file can stand for a picture of 900 million pixels; this much of one is read.
 constexpr std::size_t kMostBytes = std::size_t{4} << 20;
 
-void CheckInfo(const cli::PictureInfo& info) {
+void CheckInfo(const pictures::PictureInfo& info) {
   Expect(info.width >= 1 && info.height >= 1 && info.width <= kHostMaxWorldSide &&
              info.height <= kHostMaxWorldSide,
          "a picture that no world can hold was accepted");
   Expect(info.channels >= 1 && info.channels <= 4, "a row of odd pixels");
-  Expect(info.rowType != cli::SampleType::kHalf, "a row of half floats");
+  Expect(info.rowType != pictures::SampleType::kHalf, "a row of half floats");
 }
 
 /// Rows in blocks of memory of exactly their size, so that one byte too many shows; each then
 /// becomes pixels of every depth.
-void ReadAll(cli::PictureReader& reader) {
-  const cli::PictureInfo& info = reader.Info();
+void ReadAll(pictures::PictureReader& reader) {
+  const pictures::PictureInfo& info = reader.Info();
   CheckInfo(info);
   const std::size_t rowBytes = info.RowBytes();
   const int preferred = std::clamp(reader.PreferredRows(), 1, info.height);
@@ -45,7 +46,7 @@ void ReadAll(cli::PictureReader& reader) {
     for (const host::Depth depth : host::kAllDepths) {
       const auto pixels = std::make_unique<std::byte[]>(
           width * static_cast<std::size_t>(host::BytesPerPixel(depth)));
-      cli::UnpackRow(info, rows.get(), depth, pixels.get());
+      pictures::UnpackRow(info, rows.get(), depth, pixels.get());
     }
     row += count;
     seen += bytes;
@@ -57,11 +58,11 @@ void ReadAll(cli::PictureReader& reader) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace veltra;
-  const cli::MemorySource source(std::as_bytes(std::span(data, size)));
+  const pictures::MemorySource source(std::as_bytes(std::span(data, size)));
   try {
-    const auto reader = cli::VELTRA_FUZZ_OPEN(source);
+    const auto reader = pictures::VELTRA_FUZZ_OPEN(source);
     fuzz::ReadAll(*reader);
-  } catch (const cli::RenderError&) {
+  } catch (const RenderError&) {
   }
   return 0;
 }

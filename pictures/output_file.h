@@ -5,16 +5,43 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "pictures/bytes.h"
+#include "pictures/bytes/byte_sink.h"
+#include "system/files.h"
+#include "system/temporary_files.h"
 
-namespace veltra {
+namespace veltra::pictures {
+
+/// A file beside its target, under a name that nothing else has, that is deleted unless it gets
+/// the target's name; also when the program is stopped.
+class TemporaryFile {
+ public:
+  /// Counts on something else (the video encoder) to make the file of this name.
+  explicit TemporaryFile(std::string path);
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile();
+  /// Gives the file its name, in place of what had it. Throws RenderError "NAME: reason", and what
+  /// had the name before stays.
+  void RenameTo(const std::string& target);
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+  TemporaryTicket ticket_ = 0;
+};
+
+/// A name beside `path` that no other call and no other running program gives out, with the same
+/// ending so that programs that go by the ending accept it.
+std::string TemporaryNameBeside(const std::string& path);
 
 /// Writes beside the target under a temporary name; Commit renames it into place. Without
 /// Commit the temporary file goes and what was there before stays. A target that exists and is
-/// not a regular file (a pipe, /dev/null) is written directly.
+/// not a regular file (a pipe, /dev/null) is written directly, and "-" is standard output; formats
+/// that write again at an earlier place then fail.
 class OutputFile : public ByteSink {
  public:
   /// Throws RenderError "NAME: reason" where the file cannot be made.
@@ -32,40 +59,17 @@ class OutputFile : public ByteSink {
   void Commit();
 
  private:
+  void Create(const FileStatus& before);
   bool Flush() noexcept;
-  void CloseAndRemove() noexcept;
 
-  std::string name_;       ///< as the user wrote it, for messages
-  std::string target_;     ///< after following links
-  std::string temporary_;  ///< empty when written directly
-  int file_ = -1;
+  std::string name_;                          ///< as the user wrote it, for messages
+  std::string target_;                        ///< after following links
+  std::unique_ptr<TemporaryFile> temporary_;  ///< null when written directly
+  File file_;
   int failure_ = 0;
   std::uint64_t position_ = 0;
   std::uint64_t length_ = 0;
   std::vector<std::byte> buffer_;  ///< bytes just before position_
 };
 
-/// A name beside `path` that nothing has, with the same ending so that programs that go by the
-/// ending accept it.
-std::string TemporaryNameBeside(const std::string& path);
-
-/// Deletes the temporary files that are being written. Safe in a signal handler.
-void RemoveTemporaryFiles() noexcept;
-
-/// Counts a file that something else writes (the video encoder) among the temporary ones.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(std::string path);
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-  /// Deletes the file unless it was renamed.
-  ~TemporaryFile();
-  /// Gives the file its name. Throws RenderError "NAME: reason".
-  void RenameTo(const std::string& target);
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
-}  // namespace veltra
+}  // namespace veltra::pictures

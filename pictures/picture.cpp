@@ -1,195 +1,128 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Recognises picture formats and lists what each can store.
+// Finds the row of the table that a file or a name asks for.
 #include "pictures/picture.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <cstring>
-#include <filesystem>
-#include <string_view>
 
 #include "base/error.h"
-#include "host_api/types.h"
-#include "pictures/formats.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "pictures/formats/format_table.h"
+#include "pictures/formats/formats.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 constexpr std::size_t kSignatureBytes = 12;
 
-struct Signature {
-  std::string_view bytes;
-  PictureFormat format;
-};
-
-using namespace std::string_view_literals;
-
-constexpr std::array<Signature, 9> kSignatures = {{
-    {"\x89PNG\r\n\x1a\n"sv, PictureFormat::kPng},
-    {"II\x2a\0"sv, PictureFormat::kTiff},
-    {"MM\0\x2a"sv, PictureFormat::kTiff},
-    {"II\x2b\0"sv, PictureFormat::kTiff},  // large files
-    {"MM\0\x2b"sv, PictureFormat::kTiff},
-    {"\xff\xd8\xff"sv, PictureFormat::kJpeg},
-    {"\x76\x2f\x31\x01"sv, PictureFormat::kExr},
-    {"#?RADIANCE"sv, PictureFormat::kHdr},
-    {"#?RGBE"sv, PictureFormat::kHdr},
-}};
-
-std::string LowerExtension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension;
+/// "A, B or C" with this word before the last.
+std::string Listed(const std::vector<std::string_view>& names, std::string_view lastWord) {
+  std::string list;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const bool last = i + 1 == names.size();
+    list += Text(i == 0 ? "" : last ? lastWord : ", ", names[i]);
+  }
+  return list;
 }
 
-std::vector<std::string> Compressions(PictureFormat format) {
-  switch (format) {
-    case PictureFormat::kPng:
-      return {"none", "fast", "best", "0", "1", "2", "3", "4", "5", "6", "7", "8", "9"};
-    case PictureFormat::kTiff:
-      return {"none", "fast", "best", "lzw", "deflate", "packbits"};
-    case PictureFormat::kExr:
-      return {"none", "fast", "best", "rle", "zips", "zip", "piz"};
-    default:
-      return {};
+const FormatRow* RecognisedBy(std::string_view head) {
+  for (const FormatRow& row : Formats()) {
+    if (std::any_of(row.signatures.begin(), row.signatures.end(),
+                    [head](std::string_view start) { return head.starts_with(start); })) {
+      return &row;
+    }
   }
+  return nullptr;
 }
 
 }  // namespace
 
-const char* FormatName(PictureFormat format) {
-  switch (format) {
-    case PictureFormat::kPng:
-      return "PNG";
-    case PictureFormat::kTiff:
-      return "TIFF";
-    case PictureFormat::kJpeg:
-      return "JPEG";
-    case PictureFormat::kExr:
-      return "OpenEXR";
-    default:
-      return "Radiance HDR";
+std::string_view FormatName(PictureFormat format) {
+  return RowOf(format).name;
+}
+
+std::string ReadableFormats() {
+  std::vector<std::string_view> names;
+  for (const FormatRow& row : Formats()) {
+    names.push_back(row.shortName);
   }
+  return Listed(names, " or ");
 }
 
 const char* SampleTypeName(SampleType type) {
-  switch (type) {
-    case SampleType::kUint8:
-      return "8";
-    case SampleType::kUint16:
-      return "16";
-    case SampleType::kHalf:
-      return "half";
-    default:
-      return "float";
-  }
-}
-
-void CheckPictureSize(std::int64_t width, std::int64_t height) {
-  const std::string size = std::to_string(width) + "x" + std::to_string(height);
-  if (width < 1 || height < 1) {
-    throw RenderError("a picture of " + size + " pixels has nothing in it");
-  }
-  if (width > kHostMaxWorldSide || height > kHostMaxWorldSide) {
-    const std::string most = std::to_string(kHostMaxWorldSide);
-    throw RenderError("a picture of " + size + " pixels is too large (at most " + most + "x" +
-                      most + ")");
-  }
-}
-
-void ThrowDamaged(const char* format, const std::string& detail) {
-  throw RenderError("damaged or cut short " + std::string(format) + " file" +
-                    (detail.empty() ? "" : " (" + detail + ")"));
+  static constexpr std::array kNames = {"8", "16", "half", "float"};
+  return kNames[static_cast<std::size_t>(type)];
 }
 
 std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source) {
   std::array<char, kSignatureBytes> start{};
   const std::size_t length = source.ReadAt(0, start.data(), start.size());
-  const std::string_view head(start.data(), length);
-  for (const Signature& signature : kSignatures) {
-    if (!head.starts_with(signature.bytes)) {
-      continue;
-    }
-    switch (signature.format) {
-      case PictureFormat::kPng:
-        return OpenPng(source);
-      case PictureFormat::kTiff:
-        return OpenTiff(source);
-      case PictureFormat::kJpeg:
-        return OpenJpeg(source);
-      case PictureFormat::kExr:
-        return OpenExr(source);
-      default:
-        return OpenHdr(source);
-    }
+  const FormatRow* row = RecognisedBy({start.data(), length});
+  if (row == nullptr) {
+    source.ThrowIfFailed();
+    throw RenderError(Text(length == 0 ? "empty file" : "not a readable image", " (expected ",
+                           ReadableFormats(), ")"));
   }
-  throw RenderError(std::string(source.Size() == 0 ? "empty file" : "not a readable image") +
-                    " (expected PNG, TIFF, JPEG, EXR or HDR)");
+  static_cast<void>(source.Size());  // waits for all of a pipe
+  source.ThrowIfFailed();
+  return row->open(source);
+}
+
+void SetPictureThreads(int threads) {
+  SetExrThreads(threads);
 }
 
 std::unique_ptr<PictureWriter> CreatePicture(ByteSink& sink, int width, int height,
                                              const PictureOptions& options) {
-  switch (options.format) {
-    case PictureFormat::kPng:
-      return CreatePng(sink, width, height, options);
-    case PictureFormat::kTiff:
-      return CreateTiff(sink, width, height, options);
-    case PictureFormat::kJpeg:
-      return CreateJpeg(sink, width, height, options);
-    default:
-      return CreateExr(sink, width, height, options);
+  const FormatRow& row = RowOf(options.format);
+  if (row.create == nullptr) {
+    throw RenderError(Text(row.name, " is only read"));
   }
+  return row.create(sink, width, height, options);
 }
 
 PictureFormat WritableFormatOf(const std::string& path) {
   const std::string extension = LowerExtension(path);
-  if (extension == ".png") {
-    return PictureFormat::kPng;
+  std::vector<std::string_view> endings;
+  for (const FormatRow& row : Formats()) {
+    if (row.create == nullptr) {
+      continue;
+    }
+    if (std::find(row.endings.begin(), row.endings.end(), extension) != row.endings.end()) {
+      return row.format;
+    }
+    endings.push_back(row.endings.front());
   }
-  if (extension == ".exr") {
-    return PictureFormat::kExr;
-  }
-  if (extension == ".tif" || extension == ".tiff") {
-    return PictureFormat::kTiff;
-  }
-  if (extension == ".jpg" || extension == ".jpeg") {
-    return PictureFormat::kJpeg;
-  }
-  throw UsageError(path + ": cannot tell the format from the name (expected an ending of .png, " +
-                   ".exr, .tif, .jpg, or a video's)");
+  throw UsageError(Text(path, ": cannot tell the format from the name (expected an ending of ",
+                        Listed(endings, ", "), ", or a video's)"));
+}
+
+bool IsPremultiplied(PictureFormat format) {
+  return RowOf(format).premultiplied;
+}
+
+bool HasAlpha(PictureFormat format) {
+  return RowOf(format).hasAlpha;
 }
 
 void CheckCompression(PictureFormat format, const std::string& compression) {
-  const std::vector<std::string> known = Compressions(format);
+  const FormatRow& row = RowOf(format);
+  const auto known = row.compressions;
   if (compression.empty() || std::find(known.begin(), known.end(), compression) != known.end()) {
     return;
   }
   if (known.empty()) {
-    throw UsageError("--compression: " + std::string(FormatName(format)) +
-                     " has none to choose (see --jpeg-quality)");
+    throw UsageError(Text("--compression: ", row.name, " has none to choose (see --jpeg-quality)"));
   }
-  std::string list;
-  for (const std::string& name : known) {
-    list += (list.empty() ? "" : ", ") + name;
-  }
-  throw UsageError("--compression: " + std::string(FormatName(format)) + " has no '" + compression +
-                   "' (expected " + list + ")");
+  throw UsageError(Text("--compression: ", row.name, " has no '", compression, "' (expected ",
+                        Listed({known.begin(), known.end()}, ", "), ")"));
 }
 
 std::vector<SampleType> WritableTypes(PictureFormat format) {
-  switch (format) {
-    case PictureFormat::kPng:
-      return {SampleType::kUint8, SampleType::kUint16};
-    case PictureFormat::kTiff:
-      return {SampleType::kUint8, SampleType::kUint16, SampleType::kFloat};
-    case PictureFormat::kJpeg:
-      return {SampleType::kUint8};
-    default:
-      return {SampleType::kHalf, SampleType::kFloat};
-  }
+  const auto types = RowOf(format).types;
+  return {types.begin(), types.end()};
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

@@ -1,77 +1,25 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Image files, a few rows at a time: what a reader and a writer of every format can do.
+// Image files of every format.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "pictures/bytes.h"
+#include "pictures/bytes/byte_sink.h"
+#include "pictures/bytes/byte_source.h"
+#include "pictures/bytes/file_source.h"
+#include "pictures/formats/picture_types.h"
 
-namespace veltra::host {
-class ThreadPool;
-}
-
-namespace veltra {
-
-/// A channel as a file stores it: 0..255, 0..65535, or floating point with 1.0 as full scale.
-enum class SampleType { kUint8, kUint16, kHalf, kFloat };
-
-constexpr std::size_t BytesPerSample(SampleType type) {
-  return type == SampleType::kUint8 ? 1 : type == SampleType::kFloat ? 4 : 2;
-}
-
-enum class PictureFormat { kPng, kTiff, kJpeg, kExr, kHdr };
+namespace veltra::pictures {
 
 /// "PNG", "TIFF", "JPEG", "OpenEXR" or "Radiance HDR".
-const char* FormatName(PictureFormat format);
+std::string_view FormatName(PictureFormat format);
 
-/// What a file says about its colours and its projection; carried along, never interpreted.
-struct PictureMetadata {
-  std::vector<std::uint8_t> iccProfile;
-  std::string xmp;
-};
-
-struct PictureInfo {
-  PictureFormat format = PictureFormat::kPng;
-  int width = 0;
-  int height = 0;
-  int channels = 0;  ///< of a row as read: 1 grey, 2 grey and alpha, 3 RGB, 4 RGBA
-  SampleType stored = SampleType::kUint8;   ///< in the file
-  SampleType rowType = SampleType::kUint8;  ///< of a row as read; half comes as float
-  bool premultiplied = false;               ///< colour is multiplied by alpha
-  PictureMetadata metadata;
-
-  std::size_t RowBytes() const {
-    return static_cast<std::size_t>(width) * static_cast<std::size_t>(channels) *
-           BytesPerSample(rowType);
-  }
-};
-
-/// Gives the rows of one picture from the top. Not for several threads at once unless
-/// AnyOrder() is true.
-class PictureReader {
- public:
-  PictureReader() = default;
-  PictureReader(const PictureReader&) = delete;
-  PictureReader& operator=(const PictureReader&) = delete;
-  virtual ~PictureReader() = default;
-
-  const PictureInfo& Info() const { return info_; }
-  /// How many rows are best read at once.
-  virtual int PreferredRows() const { return 1; }
-  /// Whether rows may be read in any order, and on several threads at once.
-  virtual bool AnyOrder() const { return false; }
-  /// Reads `count` rows from `first` into `out`, interleaved, Info().RowBytes() each. Rows are
-  /// asked for in order. Throws RenderError with the reason, without the file's name.
-  virtual void ReadRows(int first, int count, std::byte* out) = 0;
-
- protected:
-  PictureInfo info_;
-};
+/// "PNG, TIFF, JPEG, EXR or HDR".
+std::string ReadableFormats();
 
 /// Recognises the format by the first bytes and reads the header; sizes are checked before
 /// memory is taken. The source must outlive the reader. Throws RenderError with the reason,
@@ -82,36 +30,8 @@ std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source);
 /// 1 until this is called. Counts for pictures opened and created later, and only once.
 void SetPictureThreads(int threads);
 
-/// How a picture is written. Strings that do not apply to the format were refused before.
-struct PictureOptions {
-  PictureFormat format = PictureFormat::kPng;
-  SampleType stored = SampleType::kUint8;
-  bool alpha = true;        ///< RGBA, otherwise RGB
-  std::string compression;  ///< empty is the format's default
-  int jpegQuality = 95;     ///< 1..100
-  double pixelAspect = 1.0;
-  host::ThreadPool* pool = nullptr;  ///< that compression may use
-  PictureMetadata metadata;
-};
-
-/// Takes the rows of one picture from the top.
-class PictureWriter {
- public:
-  PictureWriter() = default;
-  PictureWriter(const PictureWriter&) = delete;
-  PictureWriter& operator=(const PictureWriter&) = delete;
-  virtual ~PictureWriter() = default;
-
-  /// How many rows are best written at once.
-  virtual int PreferredRows() const { return 1; }
-  /// Appends rows of the stored type: interleaved RGB or RGBA, premultiplied where the format
-  /// wants it. May change what it is handed. Throws RenderError with the reason.
-  virtual void WriteRows(int count, std::byte* rows) = 0;
-  /// After the last row.
-  virtual void Finish() = 0;
-};
-
-/// Starts a picture of width x height. The sink must outlive the writer.
+/// Starts a picture of width x height. The sink must outlive the writer. Throws RenderError, also
+/// for a format that is only read.
 std::unique_ptr<PictureWriter> CreatePicture(ByteSink& sink, int width, int height,
                                              const PictureOptions& options);
 
@@ -120,17 +40,19 @@ std::unique_ptr<PictureWriter> CreatePicture(ByteSink& sink, int width, int heig
 PictureFormat WritableFormatOf(const std::string& path);
 
 /// Whether the format keeps colour multiplied by alpha.
-constexpr bool IsPremultiplied(PictureFormat format) {
-  return format == PictureFormat::kExr;
-}
+bool IsPremultiplied(PictureFormat format);
+
+/// Whether the format can keep alpha.
+bool HasAlpha(PictureFormat format);
 
 /// Refuses a compression that the format does not know. Throws UsageError.
 void CheckCompression(PictureFormat format, const std::string& compression);
 
-/// The stored types that a format can be written in, the preferred one first.
+/// The stored types that a format can be written in, the preferred one first; none for a format
+/// that is only read.
 std::vector<SampleType> WritableTypes(PictureFormat format);
 
 /// "8", "16", "half" or "float".
 const char* SampleTypeName(SampleType type);
 
-}  // namespace veltra
+}  // namespace veltra::pictures

@@ -13,7 +13,7 @@
 #include <cstring>
 #include <limits>
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 // ---- The kinds of sample, with their full scale ----
@@ -225,7 +225,8 @@ void UnpackSamples(const PictureInfo& info, const std::byte* row, std::byte* pix
     case SampleType::kUint16:
       UnpackChannels<To, File16>(info, row, pixels);
       break;
-    default:
+    case SampleType::kHalf:  // comes as float
+    case SampleType::kFloat:
       UnpackChannels<To, FileFloat>(info, row, pixels);
   }
 }
@@ -295,7 +296,7 @@ void PackSamples(const std::byte* pixels, int count, const PackedRow& format, st
     case SampleType::kHalf:
       PackAlpha<FileHalf, From>(pixels, count, format, row);
       break;
-    default:
+    case SampleType::kFloat:
       PackAlpha<FileFloat, From>(pixels, count, format, row);
   }
 }
@@ -311,7 +312,7 @@ void UnpackRow(const PictureInfo& info, const std::byte* row, host::Depth depth,
     case host::Depth::k16:
       UnpackSamples<World16>(info, row, pixels);
       break;
-    default:
+    case host::Depth::kFloat:
       UnpackSamples<WorldFloat>(info, row, pixels);
   }
 }
@@ -325,9 +326,9 @@ void PackRow(host::Depth depth, const std::byte* pixels, int count, const Packed
     case host::Depth::k16:
       PackSamples<World16>(pixels, count, format, row);
       break;
-    default:
+    case host::Depth::kFloat:
       PackSamples<WorldFloat>(pixels, count, format, row);
   }
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

@@ -6,9 +6,9 @@
 #include <cstddef>
 
 #include "host/base/depth.h"
-#include "pictures/picture.h"
+#include "pictures/formats/picture_types.h"
 
-namespace veltra {
+namespace veltra::pictures {
 
 /// Turns one row of a file into pixels of a world. Scaling rounds to nearest; floating point is
 /// clamped to 0..1 for the integer depths, with NaN as 0. Colour multiplied by alpha is divided;
@@ -30,4 +30,4 @@ struct PackedRow {
 void PackRow(host::Depth depth, const std::byte* pixels, int count, const PackedRow& format,
              std::byte* row);
 
-}  // namespace veltra
+}  // namespace veltra::pictures

@@ -13,7 +13,7 @@
 #include "pictures/picture_rows.h"
 #include "system/interrupt.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 using host::Depth;
@@ -173,4 +173,4 @@ void WriteWorld(const World& world, ByteSink& sink, const PictureOptions& option
   sink.ThrowIfFailed();
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

@@ -9,7 +9,7 @@
 #include "host/pixels/world.h"
 #include "pictures/picture.h"
 
-namespace veltra {
+namespace veltra::pictures {
 
 /// The depth a file asks for: 8 and 16 bit as they are, half and float as float.
 host::Depth DepthOf(const PictureInfo& info);
@@ -22,4 +22,4 @@ host::World ReadWorld(PictureReader& reader, host::Depth depth, host::ThreadPool
 void WriteWorld(const host::World& world, ByteSink& sink, const PictureOptions& options,
                 host::ThreadPool* pool);
 
-}  // namespace veltra
+}  // namespace veltra::pictures

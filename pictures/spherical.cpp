@@ -3,18 +3,18 @@
 // Reads and rebuilds the index ("moov") of MP4 and MOV files.
 #include "pictures/spherical.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 #include "base/error.h"
+#include "pictures/bytes/file_source.h"
+#include "system/files.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 // A box is a 32-bit size that counts everything, a four-letter type, and the contents; size 1
@@ -211,16 +211,8 @@ std::optional<std::string> IndexWith(std::string_view index, const SphericalBoxe
   return done ? std::optional(rebuilt) : std::nullopt;
 }
 
-bool WriteAt(int file, std::uint64_t offset, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t put = pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
-    if (put <= 0) {
-      return false;
-    }
-    offset += static_cast<std::uint64_t>(put);
-    bytes.remove_prefix(static_cast<std::size_t>(put));
-  }
-  return true;
+bool WriteAt(const File& file, std::uint64_t offset, std::string_view bytes) {
+  return file.Seek(offset) == 0 && file.Write(bytes.data(), bytes.size()) == 0;
 }
 
 }  // namespace
@@ -284,17 +276,17 @@ bool AddSpherical(const std::string& path, const SphericalBoxes& boxes) {
   if (!rebuilt) {
     return false;
   }
-  const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  if (file < 0) {
+  Expected<File> file = OpenForWriting(path);
+  if (!file) {
     return false;
   }
   const bool atEnd = layout.index->offset + layout.index->size == source->Size();
   const std::uint64_t place = atEnd ? layout.index->offset : source->Size();
   // An index that stood before the pictures becomes free space once the new one is whole.
   constexpr std::uint64_t kType = 4;
-  const bool written = WriteAt(file, place, MakeBox("moov", *rebuilt)) &&
-                       (atEnd || WriteAt(file, layout.index->offset + kType, "free"));
-  return close(file) == 0 && written;
+  const bool written = WriteAt(*file, place, MakeBox("moov", *rebuilt)) &&
+                       (atEnd || WriteAt(*file, layout.index->offset + kType, "free"));
+  return file->Close() == 0 && written;
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

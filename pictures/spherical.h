@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "pictures/bytes.h"
+#include "pictures/bytes/byte_source.h"
 
-namespace veltra {
+namespace veltra::pictures {
 
 /// The boxes of a video track that make players show it as a sphere, byte for byte.
 struct SphericalBoxes {
@@ -29,4 +29,4 @@ SphericalBoxes MakeEquirectangular(const std::string& stereo);
 /// at the end of the file, so that no picture moves. False when the file has no place for them.
 bool AddSpherical(const std::string& path, const SphericalBoxes& boxes);
 
-}  // namespace veltra
+}  // namespace veltra::pictures

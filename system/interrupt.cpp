@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "base/error.h"
+#include "system/temporary_files.h"
 
 namespace veltra {
 namespace {
@@ -18,15 +19,10 @@ std::atomic<int>& LastSignal() {
   return signal;
 }
 
-std::atomic<void (*)() noexcept>& CleanUp() {
-  static std::atomic<void (*)() noexcept> cleanUp{nullptr};
-  return cleanUp;
-}
-
 void OnSignal(int signal) {
   LastSignal().store(signal);
   if (InterruptFlag().exchange(true)) {
-    CleanUp().load()();
+    RemoveTemporaryFiles();
     _exit(kSignalExitBase + signal);
   }
 }
@@ -38,12 +34,11 @@ std::atomic<bool>& InterruptFlag() {
   return flag;
 }
 
-void CatchInterrupts(void (*cleanUp)() noexcept) {
+void CatchInterrupts() {
   // Made before a handler can need them.
   LastSignal().store(0);
   InterruptFlag().store(false);
-  CleanUp().store(cleanUp);
-  cleanUp();
+  RemoveTemporaryFiles();
   struct sigaction action {};
   action.sa_handler = OnSignal;
   sigemptyset(&action.sa_mask);

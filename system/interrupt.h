@@ -7,10 +7,9 @@
 
 namespace veltra {
 
-/// From here on SIGINT, SIGTERM and SIGHUP set the flag. The second one runs `cleanUp`
-/// and ends the program at once. `cleanUp` must be safe in a signal handler; it is also called
-/// here, so that whatever it needs is made before a signal can come.
-void CatchInterrupts(void (*cleanUp)() noexcept);
+/// From here on SIGINT, SIGTERM and SIGHUP set the flag. The second one removes the
+/// temporary files (system/temporary_files.h) and ends the program at once.
+void CatchInterrupts();
 
 /// Set when the user asked to stop; also what tests set.
 std::atomic<bool>& InterruptFlag();

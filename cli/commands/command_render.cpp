@@ -406,7 +406,7 @@ int RunRender(const Arguments& arguments) {
     SaveScene(builder.ToScene(), builder, job.options.saveScene);
   }
   if (!job.options.output.empty()) {
-    CatchInterrupts(RemoveTemporaryFiles);
+    CatchInterrupts();
     RunJob(job);
   }
   return kExitDone;

@@ -45,16 +45,16 @@ constexpr const char* kSampleScene = R"({
 )";
 
 void WritePng(const host::World& world, const std::filesystem::path& path, host::ThreadPool& pool) {
-  PictureOptions options;
+  pictures::PictureOptions options;
   options.compression = "6";
-  OutputFile file(path.string());
-  WriteWorld(world, file, options, &pool);
+  pictures::OutputFile file(path.string());
+  pictures::WriteWorld(world, file, options, &pool);
   file.Commit();
   Print(stdout, path.string(), "\n");
 }
 
 void WriteText(const std::string& text, const std::filesystem::path& path) {
-  OutputFile file(path.string());
+  pictures::OutputFile file(path.string());
   file.Write(text.data(), text.size());
   file.Commit();
   Print(stdout, path.string(), "\n");

@@ -16,6 +16,9 @@
 
 namespace veltra::cli {
 
+// Pictures are the program's daily business.
+using namespace pictures;  // NOLINT(google-build-using-namespace)
+
 /// How progress is told.
 enum class ProgressStyle { kAuto, kBar, kLines, kJson, kNone };
 

@@ -15,6 +15,8 @@
 
 namespace veltra::cli {
 
+using namespace pictures;  // NOLINT(google-build-using-namespace)
+
 /// What a video file says about itself.
 struct VideoInfo {
   std::string path;

@@ -19,9 +19,9 @@
 #include <stdexcept>
 
 #include "base/error.h"
-#include "pictures/formats.h"
+#include "pictures/formats/formats.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 constexpr int kRowsAtOnce = 64;  // several blocks of the usual 16 rows, for several threads
@@ -306,7 +306,7 @@ class ExrWriter : public PictureWriter {
 
 }  // namespace
 
-void SetPictureThreads(int threads) {
+void SetExrThreads(int threads) {
   threadsAllowed = threads;
 }
 
@@ -319,4 +319,4 @@ std::unique_ptr<PictureWriter> CreateExr(ByteSink& sink, int width, int height,
   return std::make_unique<ExrWriter>(sink, width, height, options);
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

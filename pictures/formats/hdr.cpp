@@ -14,9 +14,9 @@
 #include <cstring>
 
 #include "base/error.h"
-#include "pictures/formats.h"
+#include "pictures/formats/formats.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 // Handed out past the end of the file. The reader would take missing bytes for zeros and wait for
@@ -132,4 +132,4 @@ std::unique_ptr<PictureReader> OpenHdr(const ByteSource& source) {
   return std::make_unique<HdrReader>(source);
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

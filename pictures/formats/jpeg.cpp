@@ -13,9 +13,9 @@
 #include <string_view>
 
 #include "base/error.h"
-#include "pictures/formats.h"
+#include "pictures/formats/formats.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
@@ -309,4 +309,4 @@ std::unique_ptr<PictureWriter> CreateJpeg(ByteSink& sink, int width, int height,
   return std::make_unique<JpegWriter>(sink, width, height, options);
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

@@ -14,9 +14,9 @@
 
 #include "base/error.h"
 #include "host/base/thread_pool.h"
-#include "pictures/formats.h"
+#include "pictures/formats/formats.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 constexpr const char* kXmpKeyword = "XML:com.adobe.xmp";
@@ -459,4 +459,4 @@ std::unique_ptr<PictureWriter> CreatePng(ByteSink& sink, int width, int height,
   return std::make_unique<PngWriter>(sink, width, height, options);
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

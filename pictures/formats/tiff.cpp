@@ -13,10 +13,9 @@
 
 #include "base/error.h"
 #include "numerics/compiler.h"
-#include "pictures/formats.h"
-#include "pictures/output_file.h"
+#include "pictures/formats/formats.h"
 
-namespace veltra {
+namespace veltra::pictures {
 namespace {
 
 // Larger than any strip or tile of a sound file within the size limits, smaller than a damaged
@@ -612,4 +611,4 @@ std::unique_ptr<PictureWriter> CreateTiff(ByteSink& sink, int width, int height,
   return std::make_unique<TiffWriter>(sink, width, height, options);
 }
 
-}  // namespace veltra
+}  // namespace veltra::pictures

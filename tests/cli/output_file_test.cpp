@@ -12,7 +12,7 @@
 
 #include "base/error.h"
 
-namespace veltra::cli {
+namespace veltra::pictures {
 namespace {
 
 class OutputFiles : public testing::Test {
@@ -91,4 +91,4 @@ TEST_F(OutputFiles, FailureSticksAndIsTold) {
 }
 
 }  // namespace
-}  // namespace veltra::cli
+}  // namespace veltra::pictures

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace veltra::cli {
+namespace veltra::pictures {
 namespace {
 
 using host::Depth;
@@ -131,4 +131,4 @@ TEST(PictureRows, MultipliedIntegersAreDividedToTheNearest) {
 }
 
 }  // namespace
-}  // namespace veltra::cli
+}  // namespace veltra::pictures

@@ -8,9 +8,12 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <sstream>
 
-namespace veltra::cli {
+#include "pictures/bytes/memory_bytes.h"
+
+namespace veltra::pictures {
 namespace {
 
 std::string Box(const std::string& type, const std::string& contents) {
@@ -102,4 +105,4 @@ TEST(Spherical, EveryCutAndEveryChangedSizeIsSurvived) {
 }
 
 }  // namespace
-}  // namespace veltra::cli
+}  // namespace veltra::pictures

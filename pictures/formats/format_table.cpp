@@ -1,0 +1,94 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The table of picture formats.
+#include "pictures/formats/format_table.h"
+
+#include <algorithm>
+#include <array>
+
+#include "pictures/formats/formats.h"
+
+namespace veltra::pictures {
+namespace {
+
+using namespace std::string_view_literals;
+using enum SampleType;
+
+template <class... Parts>
+using Texts = std::array<std::string_view, sizeof...(Parts)>;
+
+template <class... Parts>
+constexpr Texts<Parts...> List(Parts... parts) {
+  return {parts...};
+}
+
+constexpr auto kNoTexts = std::array<std::string_view, 0>{};
+
+constexpr auto kPngSignatures = List("\x89PNG\r\n\x1a\n"sv);
+constexpr auto kPngEndings = List(".png"sv);
+constexpr auto kPngTypes = std::array{kUint8, kUint16};
+constexpr auto kPngCompressions = List("none"sv, "fast"sv, "best"sv, "0"sv, "1"sv, "2"sv, "3"sv,
+                                       "4"sv, "5"sv, "6"sv, "7"sv, "8"sv, "9"sv);
+
+constexpr auto kTiffSignatures = List("II\x2a\0"sv, "MM\0\x2a"sv, "II\x2b\0"sv, "MM\0\x2b"sv);
+constexpr auto kTiffEndings = List(".tif"sv, ".tiff"sv);
+constexpr auto kTiffTypes = std::array{kUint8, kUint16, kFloat};
+constexpr auto kTiffCompressions =
+    List("none"sv, "fast"sv, "best"sv, "lzw"sv, "deflate"sv, "packbits"sv);
+
+constexpr auto kJpegSignatures = List("\xff\xd8\xff"sv);
+constexpr auto kJpegEndings = List(".jpg"sv, ".jpeg"sv);
+constexpr auto kJpegTypes = std::array{kUint8};
+
+constexpr auto kExrSignatures = List("\x76\x2f\x31\x01"sv);
+constexpr auto kExrEndings = List(".exr"sv);
+constexpr auto kExrTypes = std::array{kHalf, kFloat};
+constexpr auto kExrCompressions =
+    List("none"sv, "fast"sv, "best"sv, "rle"sv, "zips"sv, "zip"sv, "piz"sv);
+
+constexpr auto kHdrSignatures = List("#?RADIANCE"sv, "#?RGBE"sv);
+constexpr auto kHdrEndings = List(".hdr"sv);
+constexpr auto kNoTypes = std::array<SampleType, 0>{};
+
+constexpr bool kAlpha = true;
+constexpr bool kNoAlpha = false;
+constexpr bool kMultiplied = true;
+constexpr bool kStraight = false;
+
+// clang-format off
+constexpr std::array kFormats = {
+    FormatRow{PictureFormat::kPng, "PNG", "PNG", kPngSignatures, kPngEndings, kPngTypes,
+              kPngCompressions, kAlpha, kStraight, OpenPng, CreatePng},
+    FormatRow{PictureFormat::kTiff, "TIFF", "TIFF", kTiffSignatures, kTiffEndings, kTiffTypes,
+              kTiffCompressions, kAlpha, kStraight, OpenTiff, CreateTiff},
+    FormatRow{PictureFormat::kJpeg, "JPEG", "JPEG", kJpegSignatures, kJpegEndings, kJpegTypes,
+              kNoTexts, kNoAlpha, kStraight, OpenJpeg, CreateJpeg},
+    FormatRow{PictureFormat::kExr, "OpenEXR", "EXR", kExrSignatures, kExrEndings, kExrTypes,
+              kExrCompressions, kAlpha, kMultiplied, OpenExr, CreateExr},
+    FormatRow{PictureFormat::kHdr, "Radiance HDR", "HDR", kHdrSignatures, kHdrEndings, kNoTypes,
+              kNoTexts, kNoAlpha, kStraight, OpenHdr, nullptr},
+};
+// clang-format on
+
+constexpr bool InOrder() {
+  for (std::size_t i = 0; i < kFormats.size(); ++i) {
+    if (static_cast<std::size_t>(kFormats[i].format) != i) {
+      return false;
+    }
+  }
+  return true;
+}
+static_assert(InOrder() && kFormats.size() == kPictureFormatCount,
+              "a row for each enumerator, in their order");
+
+}  // namespace
+
+std::span<const FormatRow> Formats() {
+  return kFormats;
+}
+
+const FormatRow& RowOf(PictureFormat format) {
+  return kFormats[static_cast<std::size_t>(format)];
+}
+
+}  // namespace veltra::pictures

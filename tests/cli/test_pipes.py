@@ -1,0 +1,52 @@
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+"""Pictures from and to pipes and devices."""
+
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+import numpy as np
+
+import pictures
+from support import PROGRAM, ProgramTest, gradient
+
+
+class Pipes(ProgramTest):
+
+    def test_what_is_no_picture_is_noticed_by_its_first_bytes(self):
+        process = self.assert_fails(1, "/dev/zero: not a readable image", "render", "-f",
+                                    "/dev/zero", "-o", "out.png")
+        self.assertNotIn("memory", process.stderr)
+        self.assert_fails(1, "/dev/null: empty file", "render", "-f", "/dev/null", "-o", "out.png")
+
+    def test_the_first_signal_ends_the_wait_for_a_pipe(self):
+        os.mkfifo(self.path("pipe.png"))
+        for written in (b"", pictures.png_chunk(b"IHDR", b"")):
+            process = subprocess.Popen(
+                [PROGRAM, "render", "-f", "pipe.png", "-o", "out.png"], cwd=self.folder,
+                stderr=subprocess.PIPE, text=True)
+            time.sleep(0.5)
+            if written:
+                end = os.open(self.path("pipe.png"), os.O_WRONLY | os.O_NONBLOCK)
+                self.addCleanup(os.close, end)
+                os.write(end, b"\x89PNG\r\n\x1a\n" + written)
+                time.sleep(0.3)
+            process.send_signal(signal.SIGINT)
+            _, errors = process.communicate(timeout=20)
+            self.assertEqual(process.returncode, 130, errors)
+        self.assertEqual(self.files(), ["pipe.png"])
+
+    def test_a_picture_comes_through_a_pipe(self):
+        frame = gradient(33, 17, 4, np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        os.mkfifo(self.path("pipe"))
+        with subprocess.Popen(["cp", self.path("in.png"), self.path("pipe")]):
+            self.run_well("render", "-f", "pipe", "-o", "out.png")
+        np.testing.assert_array_equal(pictures.read_png(self.path("out.png")), frame)
+
+
+if __name__ == "__main__":
+    unittest.main()
