@@ -92,7 +92,7 @@ std::size_t File::ReadNext(void* out, std::size_t size) const {
   for (;;) {
     ThrowIfInterrupted();
     pollfd wanted{handle_, POLLIN, 0};
-    if (poll(&wanted, 1, kPatience) == 0) {
+    if (poll(&wanted, 1, kPatience) <= 0) {  // also when a signal came
       continue;
     }
     const ssize_t got = read(handle_, out, size);
