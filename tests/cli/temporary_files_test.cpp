@@ -74,7 +74,7 @@ TEST_F(TemporaryFiles, AFullListIsNoHindrance) {
 /// The thread sanitizer sees whether a path is read while it is written.
 TEST_F(TemporaryFiles, CanBeRemovedWhileOthersComeAndGo) {
   constexpr int kWriters = 3;
-  constexpr int kFiles = 200;
+  constexpr int kFiles = 5000;
   std::atomic<int> running{kWriters};
   std::vector<std::thread> writers;
   for (int writer = 0; writer < kWriters; ++writer) {
