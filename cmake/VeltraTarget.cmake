@@ -5,7 +5,17 @@
 set(VELTRA_WARNINGS
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual
     -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wundef
-    -Wdouble-promotion -Wformat=2 -Wvla -Werror)
+    -Wdouble-promotion -Wformat=2 -Wvla)
+if(VELTRA_WERROR)
+  list(APPEND VELTRA_WARNINGS -Werror)
+endif()
+
+# veltra_includes(NAME SCOPE): "room/header.h" finds its header, here and where it is installed.
+function(veltra_includes name scope)
+  target_include_directories(
+    ${name} ${scope} $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/veltra>)
+endfunction()
 
 function(veltra_target name)
   target_compile_features(${name} PUBLIC cxx_std_20)
@@ -15,9 +25,9 @@ function(veltra_target name)
                CXX_VISIBILITY_PRESET hidden
                VISIBILITY_INLINES_HIDDEN ON
                POSITION_INDEPENDENT_CODE ON)
-  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  veltra_includes(${name} PUBLIC)
   if(MSVC)
-    target_compile_options(${name} PRIVATE /W4 /WX /fp:precise /utf-8)
+    target_compile_options(${name} PRIVATE /W4 $<$<BOOL:${VELTRA_WERROR}>:/WX> /fp:precise /utf-8)
   else()
     # The same picture from every compiler: no fused multiply-add, no value-changing shortcuts.
     target_compile_options(${name} PRIVATE ${VELTRA_WARNINGS} -ffp-contract=off -fno-fast-math)

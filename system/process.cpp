@@ -354,10 +354,6 @@ std::string Process::Errors() const {
 
 // ---- Our own program once more ----
 
-std::filesystem::path OwnProgram() {
-  return std::filesystem::read_symlink("/proc/self/exe");
-}
-
 ProcessEnd RunChild(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                     std::chrono::milliseconds timeout,
                     const std::function<void(std::string_view line)>& onLine) {

@@ -57,9 +57,6 @@ class Process {
   std::unique_ptr<State> state_;
 };
 
-/// The program that is running, to be started again.
-std::filesystem::path OwnProgram();
-
 /// Runs a program that reports to us through ReportLine, and calls onLine for each of its lines.
 /// When the time is over, or the user asked to stop (then Interrupted is thrown), it and whatever
 /// it has started are killed.

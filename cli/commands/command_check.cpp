@@ -12,6 +12,7 @@
 #include "check/runner.h"
 #include "cli/commands/commands.h"
 #include "system/process.h"
+#include "system/program_file.h"
 
 namespace veltra::cli {
 namespace {
@@ -103,7 +104,7 @@ void CheckOptionValues(CheckOptions& options) {
 int RunTestsAndReport(const CheckOptions& options) {
   check::RunnerSettings settings;
   settings.tests = options.tests;
-  settings.program = OwnProgram();
+  settings.program = ProgramFile();
   settings.timeout = std::chrono::milliseconds(
       static_cast<std::int64_t>(std::ceil(options.timeoutSeconds * 1000.0)));
   for (const std::string& name : options.only) {

@@ -14,6 +14,7 @@
 #include "cli/settings/controls.h"
 #include "cli/settings/options.h"
 #include "system/process.h"
+#include "system/program_file.h"
 
 namespace veltra::cli {
 namespace {
@@ -93,7 +94,7 @@ int PrintInfo(const char* command, const InfoOptions& options) {
   std::string text;
   std::string error;
   bool done = false;
-  const ProcessEnd end = RunChild(OwnProgram(), arguments, kTimeout, [&](std::string_view line) {
+  const ProcessEnd end = RunChild(ProgramFile(), arguments, kTimeout, [&](std::string_view line) {
     if (line.starts_with(kTextWord)) {
       text += Text(line.substr(kTextWord.size()), "\n");
     } else if (line.starts_with(kErrorWord)) {

@@ -13,6 +13,7 @@
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/effect_location.h"
 #include "cli/commands/version.h"
 #include "system/interrupt.h"
 
@@ -26,6 +27,7 @@ constexpr std::array kCommands = {
     Command{"check", "check an effect library for what hosts rely on", RunCheck},
     Command{"sample", "draw a sample frame and layer to try things with", RunSample},
     Command{"completion", "print the completion script for bash", RunCompletion},
+    Command{"manual", "print the manual page", RunManual},
 };
 
 void PrintHelp() {
@@ -142,25 +144,6 @@ std::string ParseMessage(const CLI::ParseError& error) {
   return message;
 }
 
-std::filesystem::path ProgramFolder() {
-  std::error_code ignored;
-  return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
-}
-
-std::string DefaultEffectPath() {
-  const std::filesystem::path folder = ProgramFolder();
-  const std::array candidates = {folder / "libveltra.so",
-                                 folder / ".." / "lib" / "veltra" / "libveltra.so"};
-  for (const std::filesystem::path& candidate : candidates) {
-    std::error_code ignored;
-    if (std::filesystem::exists(candidate, ignored)) {
-      return candidate.lexically_normal().string();
-    }
-  }
-  throw RenderError(Text("no effect library beside the program (looked for ",
-                         candidates[0].string(), "; give --effect FILE)"));
-}
-
 }  // namespace
 
 std::span<const Command> Commands() {
@@ -168,6 +151,10 @@ std::span<const Command> Commands() {
 }
 
 bool ParseArguments(CLI::App& app, const Arguments& arguments) {
+  if (arguments == Arguments{kManualSection}) {
+    Print(stdout, ManualSection(app));
+    return false;
+  }
   app.allow_extras();
   try {
     app.parse(Arguments(arguments.rbegin(), arguments.rend()));  // CLI11 takes them backwards
@@ -185,7 +172,8 @@ bool ParseArguments(CLI::App& app, const Arguments& arguments) {
 }
 
 std::shared_ptr<const host::Effect> LoadEffect(const std::string& path) {
-  auto library = host::EffectLibrary::Open(path.empty() ? DefaultEffectPath() : path);
+  auto library =
+      host::EffectLibrary::Open(path.empty() ? DefaultEffectPath() : std::filesystem::path(path));
   if (!library) {
     throw RenderError(library.ErrorText());
   }

@@ -37,6 +37,13 @@ int RunAbout(const Arguments& arguments);
 int RunCheck(const Arguments& arguments);
 int RunSample(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);
+int RunManual(const Arguments& arguments);
+
+/// The only argument of a command that prints its part of the manual page and does nothing else.
+inline constexpr const char* kManualSection = "--manual-section";
+
+/// What the command that reads its arguments with `app` has to say in the manual page, as troff.
+std::string ManualSection(const CLI::App& app);
 
 /// Lets `app` read the arguments. Returns false when help was asked for and printed; throws
 /// UsageError for what the command line should not have.

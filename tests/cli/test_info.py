@@ -23,7 +23,8 @@ class Info(ProgramTest):
 
     def test_help_lists_the_commands(self):
         out = self.run_well("help").stdout
-        for command in ("render", "controls", "about", "sample", "completion"):
+        for command in ("render", "controls", "about", "sample", "completion",
+                        "manual"):
             self.assertIn("\n  " + command, out)
         self.assertEqual(self.run_well("--help").stdout, out)
         self.assertEqual(self.run_program().returncode, USAGE)
@@ -112,6 +113,15 @@ class Info(ProgramTest):
             self.assertGreater(len(options), 1)
             self.assertEqual(set(options) - set(complete("veltra", command, "--")), set())
         self.assert_fails(USAGE, "expected bash", "completion", "fish")
+
+    def test_the_manual_page_has_every_command_and_option(self):
+        page = self.run_well("manual").stdout.replace("\\-", "-")
+        self.assertTrue(page.startswith(".TH VELTRA 1 "))
+        for command in ("render", "controls", "about", "check", "sample", "completion"):
+            self.assertIn(f".SH VELTRA {command.upper()}\n", page)
+            shown = self.run_well(command, "--help").stdout
+            for option in re.findall(r"(?<![\w-])--[a-z-]+", shown):
+                self.assertIn(option, page)
 
     def test_sample_draws_a_scene_that_renders(self):
         self.run_well("sample", "s", "--size", "256x128")
