@@ -31,6 +31,10 @@ function(veltra_target name)
   else()
     # The same picture from every compiler: no fused multiply-add, no value-changing shortcuts.
     target_compile_options(${name} PRIVATE ${VELTRA_WARNINGS} -ffp-contract=off -fno-fast-math)
+    if(EMSCRIPTEN)
+      # Sizes have 32 bits there; what passes through 64 to be safe on the way fits them.
+      target_compile_options(${name} PRIVATE -Wno-shorten-64-to-32)
+    endif()
     if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       # For Windows gcc lets callers of an inline function keep values in registers that their own
       # copy of it spares, although the linker may take another file's copy that does not.

@@ -5,11 +5,11 @@
 #include "numerics/trigonometry.h"
 
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 
+#include "numerics/compiler.h"
 #include "numerics/trigonometry_kernels.h"
 #include "numerics/trigonometry_sse2.h"
 
@@ -106,7 +106,7 @@ WideFraction Negated(const WideFraction& value) {
 }
 
 constexpr double PowerOfTwo(int exponent) {
-  return std::bit_cast<double>(static_cast<std::uint64_t>(exponent + 1023) << 52);
+  return BitCast<double>(static_cast<std::uint64_t>(exponent + 1023) << 52);
 }
 
 /// (fractionHigh + fractionLow) * pi/2 as a double and its rest. The product of the high parts is

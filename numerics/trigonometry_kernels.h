@@ -12,7 +12,6 @@
 #include <emmintrin.h>
 
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -116,7 +115,7 @@ constexpr double ValueOf(Constant name) {
 // Operations on double
 
 VELTRA_FORCE_INLINE std::uint64_t Bits(double value) {
-  return std::bit_cast<std::uint64_t>(value);
+  return BitCast<std::uint64_t>(value);
 }
 VELTRA_FORCE_INLINE double Splat(double value, double /*type*/) {
   return value;
@@ -148,7 +147,7 @@ VELTRA_FORCE_INLINE double SquareRoot(double value) {
 }
 /// The value with its sign turned where `sign` is negative.
 VELTRA_FORCE_INLINE double FlipSign(double value, double sign) {
-  return std::bit_cast<double>(Bits(value) ^ (Bits(sign) & 0x8000000000000000U));
+  return BitCast<double>(Bits(value) ^ (Bits(sign) & 0x8000000000000000U));
 }
 VELTRA_FORCE_INLINE double Magnitude(double value) {
   return std::fabs(value);
@@ -158,14 +157,14 @@ VELTRA_FORCE_INLINE double Negated(double value) {
 }
 /// The top 26 bits of the significand, whose square is exact.
 VELTRA_FORCE_INLINE double Head(double value) {
-  return std::bit_cast<double>(Bits(value) & 0xfffffffff8000000U);
+  return BitCast<double>(Bits(value) & 0xfffffffff8000000U);
 }
 VELTRA_FORCE_INLINE bool IsOdd(std::uint64_t bits) {
   return (bits & 1U) != 0;
 }
 /// A value whose sign is bit 1 of the number: negative in the quadrants 2 and 3.
 VELTRA_FORCE_INLINE double SignFromBit1(std::uint64_t bits, double /*type*/) {
-  return std::bit_cast<double>(bits << 62);
+  return BitCast<double>(bits << 62);
 }
 VELTRA_FORCE_INLINE std::uint64_t Increment(std::uint64_t bits) {
   return bits + 1;
