@@ -18,6 +18,7 @@
 #include <string>
 #include <utility>
 
+#include "cli/sample/sample_picture.h"
 #include "host/effect.h"
 #include "host/effect_library.h"
 #include "host/renderer.h"
@@ -280,6 +281,20 @@ EMSCRIPTEN_KEEPALIVE int VeltraMakePicture(int width, int height, int channels, 
       }
     }
     return Keep(std::move(world));
+  });
+}
+
+/// A new float picture drawn by code, the same as the program's sample: a landscape to lay
+/// something on, or with `layer` not 0 a title. A side of 0 or less gives 0.
+EMSCRIPTEN_KEEPALIVE int VeltraDrawSample(int layer, int width, int height) {
+  return Guarded([=]() -> int {
+    if (std::string trouble = host::WorldSizeError(width, height); !trouble.empty()) {
+      TheState().error = std::move(trouble);
+      return 0;
+    }
+    host::ThreadPool pool(1);
+    return Keep(layer != 0 ? cli::DrawSampleLayer(width, height, pool)
+                           : cli::DrawSampleFrame(width, height, pool));
   });
 }
 

@@ -1,0 +1,220 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Everything that leaves the page: pictures, the scene, the command, a link.
+import type { App } from '../app';
+import type { Engine } from '../engine/engine';
+import type { Delivery } from '../engine/protocol';
+import type { FileWorker } from '../pictures/files';
+import { fileNameOf, type Library } from '../pictures/library';
+import { requestOf, type Preview } from '../preview';
+import { commandLine } from '../scene/command_line';
+import { linkOf } from '../scene/link';
+import type { Source } from '../scene/scene';
+import { sceneText, type SceneNames } from '../scene/scene_file';
+import { el, icon, iconButton } from '../ui/dom';
+import type { Notices } from '../ui/notices';
+
+export function save(bytes: BlobPart, name: string, type: string): void {
+  const address = URL.createObjectURL(new Blob([bytes], { type }));
+  const link = el('a', { href: address, download: name });
+  link.click();
+  setTimeout(() => URL.revokeObjectURL(address), 60_000);
+}
+
+export function namesOf(app: App): SceneNames {
+  const layers = Object.fromEntries(
+    Object.entries(app.scene.layers).map(([index, source]) => [
+      Number(index),
+      source === undefined ? undefined : fileNameOf(source),
+    ]),
+  );
+  return { frame: fileNameOf(app.scene.frame), layers };
+}
+
+type PictureKind = 'png8' | 'png16' | 'exr';
+
+export class ExportDialog {
+  readonly element: HTMLDialogElement;
+  readonly #app: App;
+  readonly #engine: Engine;
+  readonly #preview: Preview;
+  readonly #files: FileWorker;
+  readonly #library: Library;
+  readonly #notices: Notices;
+  readonly #command = el('textarea', { readonly: true, rows: 3, id: 'command-line', spellcheck: 'false' });
+  readonly #progress = el('p', { class: 'hint', role: 'status' });
+
+  constructor(
+    app: App,
+    engine: Engine,
+    preview: Preview,
+    files: FileWorker,
+    library: Library,
+    notices: Notices,
+    extra: HTMLElement | null,
+  ) {
+    this.#app = app;
+    this.#engine = engine;
+    this.#preview = preview;
+    this.#files = files;
+    this.#library = library;
+    this.#notices = notices;
+    this.element = el(
+      'dialog',
+      { class: 'dialog', 'aria-labelledby': 'export-title' },
+      el(
+        'div',
+        { class: 'dialog-head' },
+        el('h2', { id: 'export-title', text: 'Export' }),
+        iconButton('close', 'Close', () => this.element.close()),
+      ),
+      this.#pictureSection(),
+      ...(extra === null ? [] : [extra]),
+      this.#sceneSection(),
+      this.#linkSection(),
+      this.#progress,
+    );
+  }
+
+  open(): void {
+    this.#command.value = commandLine(this.#app.scene, this.#app.effect.controls, namesOf(this.#app));
+    this.#progress.textContent = '';
+    this.element.showModal();
+  }
+
+  #button(text: string, onclick: () => void, name: string): HTMLButtonElement {
+    return el('button', { type: 'button', class: 'button', onclick, 'data-export': name }, icon('export'), text);
+  }
+
+  #pictureSection(): HTMLElement {
+    return el(
+      'section',
+      {},
+      el('h3', { text: 'This frame, full resolution' }),
+      el(
+        'div',
+        { class: 'buttons' },
+        this.#button('PNG, 8 bit', () => void this.#picture('png8'), 'png8'),
+        this.#button('PNG, 16 bit', () => void this.#picture('png16'), 'png16'),
+        this.#button('OpenEXR, float', () => void this.#picture('exr'), 'exr'),
+      ),
+      el('p', { class: 'hint', text: 'Rendered in the depth that the scene has, as veltra render does.' }),
+    );
+  }
+
+  #sceneSection(): HTMLElement {
+    return el(
+      'section',
+      {},
+      el('h3', { text: 'The scene, for the program and After Effects' }),
+      el(
+        'div',
+        { class: 'buttons' },
+        this.#button('scene.json', () => this.#scene(), 'scene'),
+        this.#button('Pictures that the page drew', () => void this.#drawnPictures(), 'pictures'),
+      ),
+      el('label', { for: 'command-line', text: 'Command line' }),
+      this.#command,
+      el('div', { class: 'buttons' }, this.#copyButton('Copy the command', () => this.#command.value)),
+    );
+  }
+
+  #linkSection(): HTMLElement {
+    return el(
+      'section',
+      {},
+      el('h3', { text: 'Link' }),
+      el('p', {
+        class: 'hint',
+        text: 'Holds all settings and texts. Pictures of your own stay on this machine; whoever opens the link chooses theirs.',
+      }),
+      el('div', { class: 'buttons' }, this.#copyButton('Copy the link', () => this.#link())),
+    );
+  }
+
+  #copyButton(text: string, value: () => string): HTMLButtonElement {
+    return el(
+      'button',
+      {
+        type: 'button',
+        class: 'button quiet',
+        onclick: () => {
+          navigator.clipboard.writeText(value()).then(
+            () => (this.#progress.textContent = 'Copied.'),
+            () => (this.#progress.textContent = 'The browser did not allow copying; select the text instead.'),
+          );
+        },
+      },
+      icon('copy'),
+      text,
+    );
+  }
+
+  #link(): string {
+    const hash = linkOf(this.#app.scene, this.#app.effect.controls);
+    history.replaceState(null, '', hash);
+    return location.href;
+  }
+
+  #scene(): void {
+    const text = sceneText(this.#app.scene, this.#app.effect.controls, namesOf(this.#app));
+    save(text, 'scene.json', 'application/json');
+    this.#progress.textContent = 'Saved scene.json.';
+  }
+
+  async #guarded(what: string, work: () => Promise<void>): Promise<void> {
+    this.#progress.textContent = `${what}…`;
+    try {
+      await work();
+      this.#progress.textContent = 'Saved.';
+    } catch (error) {
+      const reason = error instanceof Error ? error.message : String(error);
+      this.#progress.textContent = `Not saved: ${reason}`;
+      this.#notices.show(`Not saved: ${reason}`, 'trouble');
+    }
+  }
+
+  /** The examples and texts of the scene as the files that it names. */
+  async #drawnPictures(): Promise<void> {
+    const { scene } = this.#app;
+    const sources = [scene.frame, ...Object.values(scene.layers)].filter(
+      (source): source is Source => source !== undefined && source.kind !== 'file',
+    );
+    if (sources.length === 0) {
+      this.#progress.textContent = 'All pictures of this scene are your own.';
+      return;
+    }
+    await this.#guarded('Writing the pictures', async () => {
+      for (const source of sources) {
+        const { width, height, data } = await this.#library.get(source);
+        const bytes = await this.#files.write({
+          type: 'png', width, height, channels: 4, bits: 8, data: data.slice(0),
+        });
+        save(bytes, fileNameOf(source), 'image/png');
+      }
+    });
+  }
+
+  async #picture(kind: PictureKind): Promise<void> {
+    await this.#guarded('Rendering', async () => {
+      const { scene, frame } = this.#app;
+      const inputs = await this.#preview.inputs(scene);
+      const request = requestOf(this.#app, scene, inputs, frame, 1);
+      const delivery: Delivery = {
+        kind: 'file',
+        samples: kind === 'png8' ? 'uint8' : kind === 'png16' ? 'uint16' : 'float',
+        alpha: true,
+        premultiplied: kind === 'exr',
+      };
+      const { width, height, pixels } = await this.#engine.render(request, delivery, { replaceable: false });
+      const data = pixels.buffer;
+      if (kind === 'exr') {
+        save(await this.#files.write({ type: 'exr', width, height, data }), 'out.exr', 'image/x-exr');
+        return;
+      }
+      const bits = kind === 'png8' ? 8 : 16;
+      const bytes = await this.#files.write({ type: 'png', width, height, channels: 4, bits, data });
+      save(bytes, 'out.png', 'image/png');
+    });
+  }
+}
