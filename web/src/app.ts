@@ -1,7 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // What the page holds: the scene with its history, the moment, the way to look at it.
-import type { Depth } from './engine/protocol';
 import type { Control, EffectDescription, Value, ValueControl } from './scene/controls';
 import { History } from './scene/history';
 import { findRoles, type Roles } from './scene/roles';
@@ -22,10 +21,10 @@ export interface Look {
 export interface Sizes {
   readonly width: number;
   readonly height: number;
+  /** Whether the frame is linear light, which the view shows through an exposure. */
+  readonly linear: boolean;
   /** Width over height of the layer's picture. */
   readonly layerAspect: number;
-  readonly linear: boolean;
-  readonly depth: Depth;
 }
 
 export class App {
@@ -36,10 +35,10 @@ export class App {
   #frame = 1;
   #look: Look = {
     view: 'both',
-    camera: { yaw: 60, pitch: 0, fieldOfView: 90 },
+    camera: { yaw: 72, pitch: 22, fieldOfView: 100 },
     exposure: 0,
   };
-  #sizes: Sizes = { width: 2048, height: 1024, layerAspect: 4, linear: false, depth: '8' };
+  #sizes: Sizes = { width: 2048, height: 1024, linear: false, layerAspect: 4 };
   #dragging = false;
   #announced = false;
 

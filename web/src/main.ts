@@ -64,6 +64,16 @@ class Page {
     );
   }
 
+  /** The first panorama takes a while to draw; a quarter of its pixels is there at once. */
+  async drawDraft(engine: Engine): Promise<void> {
+    const { frame } = this.#app.scene;
+    const [width, height] = [1024, 512];
+    const data = await engine.drawSample(false, width, height);
+    this.#library.addDraft(frame, {
+      width, height, channels: 4, samples: 'uint8', premultiplied: false, linear: false, data,
+    });
+  }
+
   mount(root: HTMLElement): void {
     root.replaceChildren(
       this.#header(),
@@ -312,7 +322,11 @@ class Page {
       const key = event.key.toLowerCase();
       if (command && key === 'z' && !typing) {
         event.preventDefault();
-        event.shiftKey ? this.#app.redo() : this.#app.undo();
+        if (event.shiftKey) {
+          this.#app.redo();
+        } else {
+          this.#app.undo();
+        }
       } else if (command && key === 'y' && !typing) {
         event.preventDefault();
         this.#app.redo();
@@ -332,7 +346,9 @@ async function start(root: HTMLElement): Promise<void> {
   }
   try {
     const engine = await Engine.start();
-    new Page(engine, parseDescription(engine.description)).mount(root);
+    const page = new Page(engine, parseDescription(engine.description));
+    await page.drawDraft(engine);
+    page.mount(root);
   } catch (error) {
     const reason = error instanceof Error ? error.message : String(error);
     root.replaceChildren(

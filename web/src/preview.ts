@@ -12,6 +12,8 @@ import type { Stage } from './views/stage';
 const movingBudget = 26;
 /** The screen shows no more than this, whatever the picture has. */
 const mostScreenWidth = 4096;
+/** Milliseconds after which what is held counts as resting. */
+const restAfter = 220;
 const downsamples: readonly number[] = [1, 2, 4, 8];
 
 /** The depth that a picture asks for. */
@@ -54,13 +56,17 @@ export class Preview {
   readonly #engine: Engine;
   readonly #library: Library;
   readonly #stage: Stage;
-  /** Milliseconds of one worker's work for a million pixels, as the last frames took. */
-  #cost = 40;
-  #rendering = false;
-  #wanted = false;
-  #settleTimer = 0;
-  #shownKey = '';
   readonly #fail: (reason: string) => void;
+  /** Milliseconds for a million pixels, as the last frames took. */
+  #cost = 40;
+  #running = false;
+  #wanted = false;
+  /** Something is held but has not moved for a while. */
+  #resting = false;
+  #restTimer = 0;
+  #interrupt: (() => void) | null = null;
+  #shownKey = '';
+  #playing = false;
 
   constructor(
     app: App,
@@ -77,135 +83,124 @@ export class Preview {
     app.subscribe(() => this.update());
   }
 
-  /** Whether playing or dragging asks for speed. Set by the timeline. */
-  playing = false;
+  get playing(): boolean {
+    return this.#playing;
+  }
+  set playing(on: boolean) {
+    this.#playing = on;
+    this.update();
+  }
 
   /** The pictures of the scene; reads or draws what is not there yet. */
   async inputs(scene: Scene): Promise<Inputs> {
-    const frame = await this.#library.get(scene.frame);
     const layers = [];
     for (const [index, source] of Object.entries(scene.layers)) {
       if (source !== undefined) {
         layers.push({ index: Number(index), picture: await this.#library.get(source) });
       }
     }
-    return { frame, layers };
+    return { frame: await this.#library.get(scene.frame), layers };
   }
 
   /** Shows the present state as soon as can be; the newest call wins. */
   update(): void {
+    this.#resting = false;
+    this.#wish();
+    clearTimeout(this.#restTimer);
+    if (this.#app.dragging && !this.playing) {
+      this.#restTimer = window.setTimeout(() => {
+        this.#resting = true;
+        this.#wish();
+      }, restAfter);
+    }
+  }
+
+  #wish(): void {
     this.#wanted = true;
-    if (!this.#rendering) {
+    document.documentElement.dataset['state'] = 'busy';
+    this.#interrupt?.();
+    if (!this.#running) {
       void this.#run();
     }
   }
 
   get #moving(): boolean {
-    return this.#app.dragging || this.playing;
+    return (this.#app.dragging || this.playing) && !this.#resting;
   }
 
   async #run(): Promise<void> {
-    this.#rendering = true;
-    clearTimeout(this.#settleTimer);
+    this.#running = true;
+    let shown = true;
     while (this.#wanted) {
       this.#wanted = false;
       try {
         await this.#show();
+        shown = true;
       } catch (error) {
+        shown = false;
         if (!(error instanceof Superseded)) {
           this.#fail(error instanceof Error ? error.message : String(error));
         }
       }
     }
-    this.#rendering = false;
+    this.#running = false;
+    if (!this.#moving) {
+      document.documentElement.dataset['state'] = shown ? 'settled' : 'failed';
+    }
   }
 
   async #show(): Promise<void> {
     const { scene, frame, look } = this.#app;
-    const inputs = await this.inputs(scene);
-    this.#noteSizes(inputs);
+    const inputs = await this.#inputsNow(scene);
     const moving = this.#moving;
-    const full = this.#fullDownsample(inputs.frame.width);
+    const full = downsamples.find((each) => inputs.frame.width / each <= mostScreenWidth) ?? 8;
     const downsample = moving ? Math.max(full, this.#quickDownsample(inputs.frame)) : full;
     const request = requestOf(this.#app, scene, inputs, frame, downsample);
-    const linear = inputs.frame.linear;
-    const gain = 2 ** look.exposure;
-    const key = JSON.stringify([request, linear, gain]);
+    const delivery = { kind: 'screen', linear: inputs.frame.linear, gain: 2 ** look.exposure } as const;
+    const key = JSON.stringify([request, delivery]);
     if (key === this.#shownKey) {
       return;
     }
     const begin = performance.now();
-    const job = this.#engine.render(
-      request,
-      { kind: 'screen', linear, gain },
-      { replaceable: true, quick: moving },
-    );
-    // At rest a newer wish need not wait for the full resolution.
-    const rendered = await (moving ? job : Promise.race([job, this.#newerWish()]));
-    if (rendered === null) {
-      job.catch(() => undefined);
-      return;
-    }
-    const took = performance.now() - begin;
-    const megapixels = (rendered.width * rendered.height) / 1e6;
-    this.#cost += (took / Math.max(0.02, megapixels) - this.#cost) * 0.3;
-    this.#shownKey = key;
-    this.#stage.setPicture(rendered);
-    document.documentElement.dataset['resolution'] = String(downsample);
-    document.documentElement.dataset['renderMs'] = took.toFixed(1);
-    if (moving && downsample > full) {
-      this.#settleTimer = window.setTimeout(() => {
-        if (!this.playing) {
-          this.#settle();
-        }
-      }, 250);
-    }
-  }
-
-  /** Something still held, but at rest: the full resolution after all. */
-  #settle(): void {
-    if (!this.#rendering && this.#app.dragging) {
-      this.#rendering = true;
-      void this.#showFull().finally(() => {
-        this.#rendering = false;
-        if (this.#wanted) {
-          this.update();
-        }
-      });
-    }
-  }
-
-  async #showFull(): Promise<void> {
-    const { scene, frame, look } = this.#app;
-    const inputs = await this.inputs(scene);
-    const request = requestOf(this.#app, scene, inputs, frame, this.#fullDownsample(inputs.frame.width));
-    const delivery = { kind: 'screen', linear: inputs.frame.linear, gain: 2 ** look.exposure } as const;
-    const job = this.#engine.render(request, delivery, { replaceable: true });
-    const rendered = await Promise.race([job, this.#newerWish()]);
-    if (rendered === null) {
-      job.catch(() => undefined);
-    } else {
-      this.#shownKey = JSON.stringify([request, delivery.linear, delivery.gain]);
+    const job = this.#engine.render(request, delivery, { replaceable: true, quick: moving });
+    // What is on the move is always shown; at rest a newer wish need not wait for what is under way.
+    const rendered = moving ? await job : await this.#unlessInterrupted(job);
+    if (rendered !== null) {
+      const took = performance.now() - begin;
+      const megapixels = Math.max(0.02, (rendered.width * rendered.height) / 1e6);
+      this.#cost += (took / megapixels - this.#cost) * 0.3;
+      this.#shownKey = key;
       this.#stage.setPicture(rendered);
+      document.documentElement.dataset['resolution'] = String(downsample);
+      document.documentElement.dataset['renderMs'] = took.toFixed(1);
     }
   }
 
-  /** Answers null when something newer is wanted, and never otherwise. */
-  #newerWish(): Promise<null> {
-    return new Promise((resolve) => {
-      const look = (): void => {
-        if (this.#wanted) {
-          resolve(null);
-        } else if (this.#rendering) {
-          setTimeout(look, 4);
-        }
-      };
-      look();
+  async #unlessInterrupted<T>(job: Promise<T>): Promise<T | null> {
+    job.catch(() => undefined);
+    if (this.#wanted) {
+      return null;
+    }
+    const interrupted = new Promise<null>((resolve) => {
+      this.#interrupt = () => resolve(null);
     });
+    try {
+      return await Promise.race([job, interrupted]);
+    } finally {
+      this.#interrupt = null;
+    }
   }
 
-  #fullDownsample(width: number): number {
-    return downsamples.find((each) => width / each <= mostScreenWidth) ?? 8;
+  /** For the screen a draft of the frame will do until it is drawn. */
+  async #inputsNow(scene: Scene): Promise<Inputs> {
+    const draft = this.#library.draftOf(scene.frame);
+    if (draft === undefined) {
+      const inputs = await this.inputs(scene);
+      this.#noteSizes(inputs);
+      return inputs;
+    }
+    void this.#library.get(scene.frame).then(() => this.update());
+    return { ...(await this.inputs({ ...scene, frame: draft.source })), frame: draft.picture };
   }
 
   #quickDownsample(frame: Picture): number {
@@ -218,14 +213,14 @@ export class Preview {
   #noteSizes(inputs: Inputs): void {
     const { width, height, linear } = inputs.frame;
     const layer = inputs.layers[0]?.picture;
-    const layerAspect = layer === undefined ? 4 : layer.width / layer.height;
-    const depth = depthOf(inputs.frame);
-    const now = this.#app.sizes;
-    if (
-      now.width !== width || now.height !== height || now.linear !== linear ||
-      now.layerAspect !== layerAspect || now.depth !== depth
-    ) {
-      this.#app.setSizes({ width, height, linear, layerAspect, depth });
+    const sizes = {
+      width,
+      height,
+      linear,
+      layerAspect: layer === undefined ? 4 : layer.width / layer.height,
+    };
+    if (JSON.stringify(sizes) !== JSON.stringify(this.#app.sizes)) {
+      this.#app.setSizes(sizes);
     }
   }
 }

@@ -33,8 +33,8 @@ interface Job {
   readonly rowBytes: number;
   readonly pixels: Uint8Array<ArrayBuffer>;
   readonly replaceable: boolean;
-  resolve(work: number): void;
-  reject(error: Error): void;
+  readonly resolve: (work: number) => void;
+  readonly reject: (error: Error) => void;
 }
 
 interface Helper {

@@ -79,7 +79,7 @@ export class Panel {
     control: ValueControl,
     label: HTMLElement,
     ...fields: HTMLElement[]
-  ): { element: HTMLElement; updateCommon(): void } {
+  ): { readonly element: HTMLElement; readonly updateCommon: () => void } {
     const animate = iconButton('key', `Animate ${control.name}`, () => {
       this.#app.changeScene((scene) =>
         withAnimation(scene, control, this.#app.frame, !trackOf(scene, control).animated),

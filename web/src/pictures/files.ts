@@ -6,9 +6,14 @@ import type { FileAnswer, FileJob, PictureData } from './worker';
 
 type Unnumbered<Job> = Job extends unknown ? Omit<Job, 'job'> : never;
 
+interface Waiting {
+  readonly resolve: (answer: FileAnswer) => void;
+  readonly reject: (error: Error) => void;
+}
+
 export class FileWorker {
   readonly #worker = new Worker(new URL('./worker.ts', import.meta.url), { type: 'module' });
-  readonly #waiting = new Map<number, { resolve(answer: FileAnswer): void; reject(e: Error): void }>();
+  readonly #waiting = new Map<number, Waiting>();
   #lastJob = 0;
 
   constructor() {

@@ -11,7 +11,7 @@ export type FileKind = 'png' | 'hdr' | 'exr' | 'browser' | 'video' | 'scene' | '
 export const mostSide = 16384;
 
 function startsWith(bytes: Uint8Array, text: string, at = 0): boolean {
-  return [...text].every((letter, i) => bytes[at + i] === letter.charCodeAt(0));
+  return Array.from(text).every((letter, i) => bytes[at + i] === letter.charCodeAt(0));
 }
 
 export function kindOf(head: Uint8Array): FileKind {

@@ -38,15 +38,21 @@ export function labelOf(source: Source): string {
     case 'example':
       return findExample(source.example)?.label ?? source.example;
     case 'text':
-      return `“${source.text}”`;
+      return `“${source.text.text}”`;
     case 'file':
       return source.name;
   }
 }
 
+interface Draft {
+  readonly source: Source;
+  readonly picture: Picture;
+}
+
 export class Library {
   readonly #engine: Engine;
   readonly #pictures = new Map<string, Picture>();
+  readonly #drafts = new Map<string, Draft>();
   readonly #making = new Map<string, Promise<Picture>>();
   #lastId = 0;
   /** Text changes with every letter; the ones before are kept a while for undo. */
@@ -64,11 +70,18 @@ export class Library {
     return source;
   }
 
-  /** Shows something at once until the picture itself is drawn. */
-  addDraft(source: Source, data: PictureData): void {
-    if (!this.#pictures.has(keyOf(source))) {
-      this.#keep(keyOf(source), labelOf(source), data);
+  /** Keeps a small version of a picture that is shown until the picture itself is drawn. */
+  addDraft(of: Source, data: PictureData): void {
+    const source = this.addFile(labelOf(of), data);
+    const picture = this.find(source);
+    if (picture !== undefined) {
+      this.#drafts.set(keyOf(of), { source, picture });
     }
+  }
+
+  /** The small version of a picture that is not drawn yet. */
+  draftOf(source: Source): Draft | undefined {
+    return this.#pictures.has(keyOf(source)) ? undefined : this.#drafts.get(keyOf(source));
   }
 
   find(source: Source): Picture | undefined {
@@ -78,7 +91,7 @@ export class Library {
   async get(source: Source): Promise<Picture> {
     const key = keyOf(source);
     const known = this.#pictures.get(key);
-    if (known !== undefined && !known.id.endsWith(':draft')) {
+    if (known !== undefined) {
       return known;
     }
     const making = this.#making.get(key) ?? this.#make(source);

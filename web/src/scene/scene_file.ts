@@ -99,6 +99,11 @@ export function sceneText(scene: Scene, controls: readonly Control[], names: Sce
 
 // ---- Reading ----
 
+/** What people may write as a text or as a number; anything else is no value at all. */
+function textOf(json: Json | undefined): string {
+  return typeof json === 'string' ? json : typeof json === 'number' ? String(json) : '';
+}
+
 function objectAt(json: Json | undefined, where: string): Readonly<Record<string, Json>> {
   if (typeof json !== 'object' || json === null || Array.isArray(json)) {
     throw new SceneFailure(`${where}: an object is expected`);
@@ -128,10 +133,10 @@ function pointValue(json: Json, size: Size, where: string): Value {
 }
 
 function choiceValue(control: PopupControl, json: Json, where: string): number {
-  const index = control.choices.findIndex((choice) => slug(choice) === slug(String(json)));
-  const number = index >= 0 ? index + 1 : Number(json);
+  const index = control.choices.findIndex((choice) => slug(choice) === slug(textOf(json)));
+  const number = index >= 0 ? index + 1 : Number(textOf(json));
   if (!Number.isInteger(number) || number < 1 || number > control.choices.length) {
-    throw new SceneFailure(`${where}: '${String(json)}' is not one of ${control.choices.map(slug).join(', ')}`);
+    throw new SceneFailure(`${where}: '${textOf(json)}' is not one of ${control.choices.map(slug).join(', ')}`);
   }
   return number;
 }
@@ -204,7 +209,7 @@ function readFrames(json: Json | undefined): { firstFrame: number; lastFrame: nu
   if (json === undefined) {
     return null;
   }
-  const match = /^(\d+)(?:-(\d+))?$/.exec(String(json as string));
+  const match = /^(\d+)(?:-(\d+))?$/.exec(textOf(json));
   const first = Number(match?.[1]);
   const last = Number(match?.[2] ?? match?.[1]);
   if (match === null || last < first) {
@@ -217,12 +222,12 @@ function readRate(json: Json | undefined): Rate | null {
   if (json === undefined) {
     return null;
   }
-  const match = /^(\d+)(?:\/(\d+))?$/.exec(String(json as string));
+  const match = /^(\d+)(?:\/(\d+))?$/.exec(textOf(json));
   const rate = { num: Number(match?.[1]), den: Number(match?.[2] ?? 1) };
   if (match !== null && rate.num > 0 && rate.den > 0) {
     return rate;
   }
-  const decimal = Number(json);
+  const decimal = Number(textOf(json));
   if (!(decimal > 0 && decimal < 1000)) {
     throw new SceneFailure('rate: frames per second are expected, such as 24 or 30000/1001');
   }
@@ -289,7 +294,7 @@ export function readScene(
     throw new SceneFailure('version: 1 is expected');
   }
   const { tracks, layers } = readControls(objectAt(json['controls'] ?? {}, 'controls'), controls, size);
-  const depth = json['depth'] === undefined ? before.depth : depths.find((each) => each === String(json['depth'] as string));
+  const depth = json['depth'] === undefined ? before.depth : depths.find((each) => each === textOf(json['depth']));
   if (depth === undefined) {
     throw new SceneFailure('depth: 8, 16 or float is expected');
   }

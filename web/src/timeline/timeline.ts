@@ -11,7 +11,6 @@ import {
   withInterpolation,
   withKeyMoved,
   withoutKey,
-  withValue,
   type Interpolation,
   type Key,
 } from '../scene/scene';
@@ -75,7 +74,11 @@ export class Timeline {
   }
 
   togglePlaying(): void {
-    this.playing ? this.stop() : this.start();
+    if (this.playing) {
+      this.stop();
+    } else {
+      this.start();
+    }
   }
 
   start(): void {
@@ -89,7 +92,6 @@ export class Timeline {
   stop(): void {
     this.#preview.playing = false;
     this.#showPlaying();
-    this.#preview.update();
   }
 
   #showPlaying(): void {
@@ -301,16 +303,6 @@ export class Timeline {
       el('span', { text: `${control.name}, frame ${key.frame}, then` }),
       select,
       iconButton('trash', 'Remove the keyframe', () => this.#remove(control, key.frame)),
-    );
-  }
-
-  /** A keyframe at this frame for every control that is animated. */
-  keyEverything(): void {
-    this.#app.changeScene((scene) =>
-      this.#app.effect.controls
-        .filter(hasValue)
-        .filter((control) => trackOf(scene, control).animated)
-        .reduce((now, control) => withValue(now, control, this.#app.frame, this.#app.value(control)), scene),
     );
   }
 }

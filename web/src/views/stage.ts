@@ -141,7 +141,11 @@ export class Stage {
       if (held !== null) {
         held = null;
         pane.box.classList.remove('moving');
-        done ? this.#app.endGesture() : this.#app.cancelGesture();
+        if (done) {
+          this.#app.endGesture();
+        } else {
+          this.#app.cancelGesture();
+        }
       }
     };
     target.addEventListener('pointerdown', (event) => {
