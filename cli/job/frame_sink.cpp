@@ -4,12 +4,15 @@
 #include "cli/job/frame_sink.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/video/alpha.h"
+#include "cli/video/video_writer.h"
 #include "pictures/output_file.h"
 #include "pictures/picture_world.h"
 
@@ -62,6 +65,9 @@ class FileSink : public FrameSink {
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
     const std::string path = output_.At(frame.number);
+    if (format_ == PictureFormat::kJpeg && !losesAlpha_ && HasTransparency(picture)) {
+      losesAlpha_ = true;
+    }
     OutputFile file(path);
     try {
       WriteWorld(picture, file, OptionsFor(frame.input), settings_.pool);
@@ -73,8 +79,8 @@ class FileSink : public FrameSink {
     return path;
   }
 
-  std::vector<std::string> Losses() const override {
-    if (format_ == PictureFormat::kJpeg) {
+  std::vector<std::string> Finish() override {
+    if (losesAlpha_) {
       return {"JPEG has no alpha; it is left out"};
     }
     return {};
@@ -100,6 +106,7 @@ class FileSink : public FrameSink {
   const RenderOptions& options_;
   PictureFormat format_;
   SinkSettings settings_;
+  std::atomic<bool> losesAlpha_{false};
 };
 
 /// All frames into one video, in their order.
@@ -116,8 +123,10 @@ class VideoSink : public FrameSink {
     }
   }
 
-  void Prepare(const SinkSettings& settings, const PictureInfo& /*firstInput*/) override {
+  void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) override {
     settings_ = settings;
+    alpha_ =
+        firstInput.channels % 2 == 0 && (settings.video == nullptr || settings.video->format.alpha);
   }
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
@@ -152,9 +161,8 @@ class VideoSink : public FrameSink {
     if (settings_.video != nullptr && settings_.video->hasAudio && !KeepsSound()) {
       losses.emplace_back("the sound is left out, since frames are");
     }
-    if (!writer_->Finish()) {
-      losses.push_back(
-          Text(output_.Name(), ": the spherical metadata could not be kept (.mp4 and .mov can)"));
+    for (const std::string& lost : writer_->Finish()) {
+      losses.push_back(Text(output_.Name(), ": ", lost));
     }
     return losses;
   }
@@ -167,6 +175,8 @@ class VideoSink : public FrameSink {
     VideoOptions video;
     video.rate = settings_.rate;
     video.deep = settings_.depth != Depth::k8;
+    video.alpha = alpha_;
+    video.part = options_.region.has_value();
     video.encoder = options_.videoOptions;
     video.source = settings_.video;
     if (options_.frames) {
@@ -182,6 +192,7 @@ class VideoSink : public FrameSink {
   Media output_;
   const RenderOptions& options_;
   SinkSettings settings_;
+  bool alpha_ = false;  ///< the frames come from something that has it
   std::mutex mutex_;
   std::condition_variable turnCame_;
   std::size_t written_ = 0;

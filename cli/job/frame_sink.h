@@ -50,8 +50,6 @@ class FrameSink {
   virtual void GiveUp() {}
   /// After the last frame. Returns what could not be kept, a line each. Throws RenderError.
   virtual std::vector<std::string> Finish() { return {}; }
-  /// What is known to be lost before the first frame is written, a line each.
-  virtual std::vector<std::string> Losses() const { return {}; }
 };
 
 /// Throws UsageError where the options do not fit the kind of output, which is told by its name.

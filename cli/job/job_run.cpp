@@ -143,6 +143,7 @@ PictureInfo JobRun::LookAtFirst() {
     return sources_.frame->Look(number);
   }
   PictureInfo info;
+  info.channels = 4;
   info.width = job_.options.size->width;
   info.height = job_.options.size->height;
   for (const auto& [index, layer] : sources_.layers) {
@@ -166,7 +167,6 @@ void JobRun::Prepare() {
   pool_ = std::make_unique<host::ThreadPool>(std::max(1, spread_.threads - spread_.frames + 1));
 
   sink_->Prepare({depth_, Rate(), numbers, sources_.FrameVideo(), pool_.get()}, first_);
-  WarnOnce(sink_->Losses());
   SourceSettings settings{depth_,
                           job_.options.downsample,
                           {1, 1},

@@ -1,15 +1,12 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Raw frames to and from ffmpeg.
+// Raw frames from ffmpeg.
 #include "cli/video/video.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <utility>
 
 #include "base/error.h"
@@ -46,24 +43,6 @@ std::string ColourAt(const Json& stream, const char* key) {
   const std::string tag = StringAt(stream, key);
   // What ffprobe calls gbr has no matrix to convert with.
   return tag == "unknown" || tag == "reserved" || tag == "gbr" ? "" : tag;
-}
-
-int BitsOf(const Json& stream) {
-  const std::string told = StringAt(stream, "bits_per_raw_sample");
-  const std::string format = StringAt(stream, "pix_fmt");
-  for (const char* bits : {"16", "14", "12", "10", "9"}) {
-    const std::size_t at = format.rfind(bits);
-    const bool sized = at != std::string::npos && at > 0 &&
-                       (format[at - 1] == 'p' || format.starts_with("rgb") ||
-                        format.starts_with("gray") || format.starts_with("p0"));
-    if (told == bits || sized) {
-      return 16;
-    }
-  }
-  return format.find("48") != std::string::npos || format.find("64") != std::string::npos ||
-                 format.starts_with("p01")
-             ? 16
-             : 8;
 }
 
 PF_RationalScale RateOf(const Json& stream) {
@@ -131,131 +110,45 @@ SphericalBoxes SphericalOf(const std::string& path, const Json& stream) {
   return sphere ? MakeEquirectangular(stereo) : boxes;
 }
 
+SoundStream SoundOf(const Json& stream) {
+  SoundStream sound{StringAt(stream, "codec_name"), 0};
+  try {
+    constexpr int kMostSamples = 10000000;
+    sound.rate = ParseInteger(StringAt(stream, "sample_rate"), 0, kMostSamples);
+  } catch (const UsageError&) {
+    sound.rate = 0;
+  }
+  return sound;
+}
+
+void TakeFormat(const Json& stream, VideoInfo& info) {
+  info.format = FormatNamed(StringAt(stream, "pix_fmt"), StringAt(stream, "bits_per_raw_sample"));
+  const auto tags = stream.find("tags");
+  const std::string codec = StringAt(stream, "codec_name");
+  if ((codec == "vp8" || codec == "vp9") && tags != stream.end() && tags->is_object() &&
+      StringAt(*tags, "alpha_mode") == "1") {
+    // ffmpeg's own decoder leaves out the alpha without a word.
+    info.format.alpha = true;
+    info.decoder = codec == "vp8" ? "libvpx" : "libvpx-vp9";
+  }
+}
+
 // ---- Commands ----
 
 Words ReadCommand(const VideoInfo& info, PF_RationalScale rate) {
   const bool deep = info.picture.rowType == SampleType::kUint16;
-  return {"ffmpeg",
-          "-v",
-          "error",
-          "-nostdin",
-          "-i",
-          FileUrl(info.path),
-          "-map",
-          "0:v:0",
-          "-r",
-          RateText(rate),
-          "-s",  // whatever changes on the way
-          Text(info.picture.width, "x", info.picture.height),
-          "-sws_flags",
-          kConversion,
-          "-f",
-          "rawvideo",
-          "-pix_fmt",
-          deep ? "rgba64le" : "rgba",
-          "pipe:1"};
-}
-
-void AppendSound(Words& words, const VideoOptions& options) {
-  if (options.source == nullptr) {
-    return;
+  Words words = {"ffmpeg", "-v", "error", "-nostdin"};
+  if (!info.decoder.empty()) {
+    Append(words, {"-c:v", info.decoder});
   }
-  if (options.soundStart > 0) {
-    Append(words, {"-ss", std::to_string(options.soundStart)});
+  Append(words, {"-i", FileUrl(info.path), "-map", "0:v:0", "-r", RateText(rate)});
+  if (info.colours.matrix.empty() && !info.format.rgb) {
+    const std::string assumed = AssumedMatrix(info.picture.width, info.picture.height);
+    Append(words, {"-vf", Text("setparams=colorspace=", assumed)});
   }
-  if (options.soundLength > 0) {
-    Append(words, {"-t", std::to_string(options.soundLength)});
-  }
-  Append(words, {"-i", FileUrl(options.source->path)});
-}
-
-/// ffmpeg's conversion knows some matrices under other names than its tags have.
-std::string MatrixName(const std::string& tag) {
-  return tag == "bt470bg" ? "bt470" : tag == "bt2020nc" || tag == "bt2020c" ? "bt2020" : tag;
-}
-
-/// The colours as the source has them: converted by the same matrix and range, and tagged so.
-void AppendColours(Words& words, const VideoOptions& options) {
-  std::string filter = Text("scale=flags=", kConversion);
-  if (options.source != nullptr) {
-    const VideoInfo& source = *options.source;
-    if (!source.colourMatrix.empty()) {
-      filter += Text(":out_color_matrix=", MatrixName(source.colourMatrix));
-      Append(words, {"-colorspace", source.colourMatrix});
-    }
-    if (!source.colourRange.empty()) {
-      filter += Text(":out_range=", source.colourRange);
-      Append(words, {"-color_range", source.colourRange});
-    }
-    if (!source.colourPrimaries.empty()) {
-      Append(words, {"-color_primaries", source.colourPrimaries});
-    }
-    if (!source.colourTransfer.empty()) {
-      Append(words, {"-color_trc", source.colourTransfer});
-    }
-  }
-  Append(words, {"-vf", filter});
-}
-
-std::string LowerExtension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension;
-}
-
-bool IsBoxed(const std::string& path) {
-  const std::string extension = LowerExtension(path);
-  return extension == ".mp4" || extension == ".mov" || extension == ".m4v";
-}
-
-void AppendEncoder(Words& words, const std::string& path, int width, int height,
-                   const VideoOptions& options) {
-  const std::string extension = LowerExtension(path);
-  if (extension == ".webm") {
-    Append(words, {"-c:v", "libvpx-vp9", "-crf", "20", "-b:v", "0", "-row-mt", "1"});
-  } else if (IsBoxed(path) || extension == ".mkv") {
-    Append(words, {"-c:v", "libx264", "-crf", "17", "-preset", "medium"});
-  }
-  if (IsBoxed(path) || extension == ".mkv" || extension == ".webm") {
-    // Halved colour resolution needs even sides.
-    const bool even = width % 2 == 0 && height % 2 == 0;
-    Append(words, {"-pix_fmt", Text(even ? "yuv420p" : "yuv444p", options.deep ? "10le" : "")});
-  }
-  std::istringstream own(options.encoder);
-  for (std::string word; own >> word;) {
-    words.push_back(word);
-  }
-}
-
-Words WriteCommand(const std::string& path, const std::string& temporary, int width, int height,
-                   const VideoOptions& options) {
-  Words words = {"ffmpeg",
-                 "-v",
-                 "error",
-                 "-nostdin",
-                 "-y",
-                 "-f",
-                 "rawvideo",
-                 "-pix_fmt",
-                 options.deep ? "rgba64le" : "rgba",
-                 "-s",
-                 Text(width, "x", height),
-                 "-r",
-                 RateText(options.rate),
-                 "-i",
-                 "pipe:0"};
-  AppendSound(words, options);
-  Append(words, {"-map", "0:v:0"});
-  if (options.source != nullptr) {
-    Append(words, {"-map_metadata", "1"});
-    if (options.sound) {
-      Append(words, {"-map", "1:a?", "-c:a", "copy"});
-    }
-  }
-  AppendColours(words, options);
-  AppendEncoder(words, path, width, height, options);
-  words.push_back(FileUrl(temporary));
+  Append(words, {"-s",  // whatever changes on the way
+                 Text(info.picture.width, "x", info.picture.height), "-sws_flags", kConversion,
+                 "-f", "rawvideo", "-pix_fmt", deep ? "rgba64le" : "rgba", "pipe:1"});
   return words;
 }
 
@@ -276,7 +169,10 @@ VideoInfo ProbeVideo(const std::string& path) {
   for (const Json& stream :
        json.is_object() ? json.value("streams", Json::array()) : Json::array()) {
     const std::string kind = StringAt(stream, "codec_type");
-    info.hasAudio = info.hasAudio || kind == "audio";
+    if (kind == "audio") {
+      info.hasAudio = true;
+      info.sound.push_back(SoundOf(stream));
+    }
     if (kind != "video" || found) {
       continue;
     }
@@ -287,14 +183,13 @@ VideoInfo ProbeVideo(const std::string& path) {
       std::swap(info.picture.width, info.picture.height);
     }
     info.picture.channels = 4;
-    info.picture.stored = BitsOf(stream) > 8 ? SampleType::kUint16 : SampleType::kUint8;
+    TakeFormat(stream, info);
+    info.picture.stored = info.format.bits > 8 ? SampleType::kUint16 : SampleType::kUint8;
     info.picture.rowType = info.picture.stored;
     info.rate = RateOf(stream);
     info.frames = FramesOf(stream, info.rate);
-    info.colourMatrix = ColourAt(stream, "color_space");
-    info.colourPrimaries = ColourAt(stream, "color_primaries");
-    info.colourTransfer = ColourAt(stream, "color_transfer");
-    info.colourRange = ColourAt(stream, "color_range");
+    info.colours = {ColourAt(stream, "color_space"), ColourAt(stream, "color_primaries"),
+                    ColourAt(stream, "color_transfer"), ColourAt(stream, "color_range")};
     info.spherical = SphericalOf(path, stream);
   }
   if (!found) {
@@ -358,58 +253,6 @@ bool VideoReader::Skip() {
     }
   }
   return true;
-}
-
-// ---- Writing ----
-
-VideoWriter::VideoWriter(const std::string& path, int width, int height,
-                         const VideoOptions& options)
-    : path_(path),
-      width_(width),
-      height_(height),
-      options_(options),
-      temporary_(TemporaryNameBeside(path)),
-      process_(StartFfmpeg(WriteCommand(path, temporary_.Path(), width, height, options),
-                           Process::Pipe::kToChild)) {}
-
-void VideoWriter::Fail() {
-  process_->Finish();
-  const std::string complaint = ComplaintIn(process_->Errors());
-  throw RenderError(
-      Text(path_, ": ", complaint.empty() ? "ffmpeg could not write the video" : complaint));
-}
-
-void VideoWriter::Write(const host::World& picture) {
-  if (picture.Width() != width_ || picture.Height() != height_) {
-    throw RenderError(Text(path_, ": all frames of a video must have one size"));
-  }
-  const PackedRow format{options_.deep ? SampleType::kUint16 : SampleType::kUint8, true, false};
-  const std::size_t rowBytes = format.PixelBytes() * static_cast<std::size_t>(width_);
-  constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
-  const int blockRows =
-      static_cast<int>(std::clamp<std::size_t>(kBlockBytes / rowBytes, 1, 1U << 14));
-  for (int first = 0; first < height_; first += blockRows) {
-    const int count = std::min(blockRows, height_ - first);
-    block_.resize(rowBytes * static_cast<std::size_t>(count));
-    for (int row = 0; row < count; ++row) {
-      PackRow(picture.PixelDepth(), picture.RowAddress(first + row), width_, format,
-              block_.data() + static_cast<std::size_t>(row) * rowBytes);
-    }
-    if (!process_->Write(block_.data(), block_.size())) {
-      Fail();
-    }
-  }
-}
-
-bool VideoWriter::Finish() {
-  if (!process_->Finish().Succeeded()) {
-    Fail();
-  }
-  const bool wanted = options_.source != nullptr && !options_.source->spherical.Empty();
-  const bool kept =
-      !wanted || (IsBoxed(path_) && AddSpherical(temporary_.Path(), options_.source->spherical));
-  temporary_.RenameTo(path_);
-  return kept;
 }
 
 }  // namespace veltra::cli

@@ -1,14 +1,15 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Videos, read and written through the ffmpeg program.
+// Videos, read through the ffmpeg program.
 #pragma once
 
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "cli/video/encoding.h"
 #include "host/pixels/world.h"
-#include "pictures/output_file.h"
 #include "pictures/picture.h"
 #include "pictures/spherical.h"
 #include "system/process.h"
@@ -24,10 +25,10 @@ struct VideoInfo {
   PF_RationalScale rate{24, 1};
   int frames = 0;  ///< as far as the file tells; 0 when it does not
   bool hasAudio = false;
-  std::string colourMatrix;  ///< ffmpeg's names; empty where the file does not tell
-  std::string colourPrimaries;
-  std::string colourTransfer;
-  std::string colourRange;
+  PixelFormat format;   ///< of a frame as it is stored
+  std::string decoder;  ///< empty for ffmpeg's own choice
+  ColourTags colours;
+  std::vector<SoundStream> sound;
   SphericalBoxes spherical;
 };
 
@@ -51,38 +52,6 @@ class VideoReader {
   VideoInfo info_;
   std::unique_ptr<Process> process_;
   std::vector<std::byte> row_;
-};
-
-/// How a video is written.
-struct VideoOptions {
-  PF_RationalScale rate{24, 1};
-  bool deep = false;                  ///< 16 bits to the encoder
-  std::string encoder;                ///< the user's own options, blank-separated
-  const VideoInfo* source = nullptr;  ///< sound, colour tags and projection come from here
-  double soundStart = 0;              ///< seconds into the source
-  double soundLength = 0;             ///< 0 is all of it
-  bool sound = true;
-};
-
-class VideoWriter {
- public:
-  VideoWriter(const std::string& path, int width, int height, const VideoOptions& options);
-
-  /// Appends a frame. Throws RenderError.
-  void Write(const host::World& picture);
-  /// Ends the video and gives it its name; false when the projection could not be kept.
-  bool Finish();
-
- private:
-  [[noreturn]] void Fail();
-
-  std::string path_;
-  int width_;
-  int height_;
-  VideoOptions options_;
-  TemporaryFile temporary_;
-  std::unique_ptr<Process> process_;
-  std::vector<std::byte> block_;
 };
 
 }  // namespace veltra::cli

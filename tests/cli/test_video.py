@@ -219,6 +219,16 @@ class Videos(ProgramTest):
         process = self.run_well("render", "-f", "sphere.mp4", "-o", "out.mkv")
         self.assertIn("spherical metadata could not be kept", process.stderr)
 
+    def test_part_of_a_sphere_is_not_tagged_as_the_whole(self):
+        self.make_video(frames=2)
+        add_projection(self.path("in.mp4"), self.path("sphere.mp4"))
+        add_projection(self.path("in.mp4"), self.path("older.mp4"), uuid=True)
+        for source in ("sphere.mp4", "older.mp4"):
+            process = self.run_well("render", "-f", source, "-o", "out.mp4", "--region",
+                                    "0,0,64,32")
+            self.assertEqual(self.side_data("out.mp4"), {})
+            self.assertIn("spherical metadata is left out, since a part", process.stderr)
+
     def test_video_without_projection_gets_none(self):
         self.make_video(frames=2)
         self.run_well("render", "-f", "in.mp4", "-o", "out.mp4")
