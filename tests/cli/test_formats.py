@@ -187,9 +187,13 @@ class Formats(ProgramTest):
         frame = np.full((16, 16, 4), [200, 100, 50, 255], np.uint8)
         pictures.write_png(self.path("in.png"), frame)
         process = self.run_well("render", "-f", "in.png", "-o", "out.jpg")
-        self.assertIn("JPEG has no alpha", process.stderr)
+        self.assertNotIn("alpha", process.stderr)  # there is none to lose
         back = pictures.read_png(self.through("out.jpg", "back.png"))
         np.testing.assert_allclose(back.astype(int), frame, atol=3)
+        frame[3, 4, 3] = 254
+        pictures.write_png(self.path("in.png"), frame)
+        process = self.run_well("render", "-f", "in.png", "-o", "out.jpg")
+        self.assertIn("JPEG has no alpha; it is left out", process.stderr)
 
     def test_colour_profile_goes_along(self):
         profile = _small_profile()
