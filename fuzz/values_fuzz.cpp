@@ -47,8 +47,8 @@ void TryPoint(std::string_view text) {
   const cli::PointText point = cli::ParsePoint(text);
   for (const int side : {1, 2048, kHostMaxWorldSide}) {
     try {
-      point.x.OnSide(side);
-      point.y.OnSide(side);
+      point.ColumnOf(side);
+      point.RowOf(side);
     } catch (const cli::UsageError&) {
     }
   }

@@ -269,6 +269,11 @@ class JobBuilder {
     if (option->declaration->type == PF_Param_LAYER) {
       control.value = FromFolder(control.value, folder);
     }
+    if (const auto [other, isNew] = sceneNames_.emplace(option->declaration->index, control.name);
+        !isNew) {
+      throw UsageError(Text(place, ": is the control ", option->ShownName(), ", which controls.",
+                            other->second, " sets already"));
+    }
     FromPlace(place, [&] { SetControl(*option, control); });
   }
 
@@ -304,10 +309,13 @@ class JobBuilder {
     const bool steps = declaration.type == PF_Param_CHECKBOX || declaration.type == PF_Param_POPUP;
     for (std::size_t i = 0; i < control.keys.size(); ++i) {
       const SceneKey& key = control.keys[i];
+      if (key.path != KeyPath::kStraight && declaration.type != PF_Param_POINT) {
+        throw UsageError(Text("keys[", i, "].path: only points go along a great circle"));
+      }
       FromPlace(Text("keys[", i, "].value"), [&] {
         // There is nothing between two choices.
         track.keys.push_back({key.frame, ParseControl(declaration, key.value),
-                              steps ? Interpolation::kHold : key.interpolation});
+                              steps ? Interpolation::kHold : key.interpolation, key.path});
       });
     }
     return track;
@@ -317,6 +325,7 @@ class JobBuilder {
   std::vector<ControlOption> controls_;
   std::map<std::string, std::string> settings_;
   std::map<PF_ParamIndex, SceneControl> sceneControls_;
+  std::map<PF_ParamIndex, std::string> sceneNames_;  ///< what the scene calls the controls it sets
 };
 
 // ---- Checking and saving ----

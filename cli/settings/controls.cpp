@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <map>
 
 #include "base/error.h"
@@ -98,11 +99,20 @@ A_long ParseChoice(const ControlDeclaration& control, std::string_view text) {
 PointText ParseBoundedPoint(const ControlDeclaration& control, std::string_view text) {
   const PointText point = ParsePoint(text);
   constexpr double kWhole = 100.0;
-  for (const Coordinate& coordinate : {point.x, point.y}) {
-    if (control.restrictBounds &&
-        (coordinate.value < 0 || (coordinate.percent && coordinate.value > kWhole))) {
-      throw UsageError(Text("'", text, "' is outside the frame"));
+  constexpr double kHalfTurn = 180.0;
+  const auto outside = [](const Coordinate& coordinate) {
+    switch (coordinate.unit) {
+      case PointUnit::kPixels:
+        return coordinate.value < 0;  // the other end is known with the frame's size
+      case PointUnit::kPercent:
+        return coordinate.value < 0 || coordinate.value > kWhole;
+      case PointUnit::kDegrees:
+        break;
     }
+    return std::abs(coordinate.value) > kHalfTurn;
+  };
+  if (control.restrictBounds && (outside(point.x) || outside(point.y))) {
+    throw UsageError(Text("'", text, "' is outside the frame"));
   }
   return point;
 }
@@ -148,7 +158,7 @@ const ControlOption* FindControl(const std::vector<ControlOption>& options, std:
 
 host::ControlValue ControlSetting::OnFrame(int width, int height) const {
   if (type == PF_Param_POINT) {
-    return {point.x.OnSide(width), point.y.OnSide(height)};
+    return {point.ColumnOf(width), point.RowOf(height)};
   }
   return {value, 0};
 }
@@ -208,7 +218,8 @@ std::string RangeText(const ControlDeclaration& control) {
     case PF_Param_CHECKBOX:
       return "on or off";
     case PF_Param_POINT:
-      return control.restrictBounds ? "pixels or percent, inside the frame" : "pixels or percent";
+      return control.restrictBounds ? "pixels, percent or degrees, inside the frame"
+                                    : "pixels, percent or degrees";
     case PF_Param_POPUP: {
       std::string choices;
       for (std::size_t i = 0; i < control.choices.size(); ++i) {

@@ -123,7 +123,7 @@ SceneKey ParseKey(const std::string& where, const Json& json) {
   if (!json.is_object()) {
     Fail(where, "a keyframe must be an object with frame and value");
   }
-  RefuseOtherKeys(where, json, {"frame", "value", "interpolation"});
+  RefuseOtherKeys(where, json, {"frame", "value", "interpolation", "path"});
   const auto frame = json.find("frame");
   if (frame == json.end() || !frame->is_number_integer() || *frame < 0 ||
       *frame > kMostFrameNumber) {
@@ -143,6 +143,14 @@ SceneKey ParseKey(const std::string& where, const Json& json) {
       Fail(Text(where, ".interpolation"), "must be hold, linear or smooth");
     }
     key.interpolation = *found;
+  }
+  if (const auto name = json.find("path"); name != json.end()) {
+    const std::optional<KeyPath> found =
+        name->is_string() ? FindKeyPath(name->get<std::string>()) : std::nullopt;
+    if (!found) {
+      Fail(Text(where, ".path"), "must be straight or great-circle");
+    }
+    key.path = *found;
   }
   return key;
 }
@@ -194,9 +202,13 @@ Json ControlJson(const SceneControl& control) {
   }
   Json keys = Json::array();
   for (const SceneKey& key : control.keys) {
-    keys.push_back(Json{{"frame", key.frame},
-                        {"value", TypedValue(key.value)},
-                        {"interpolation", InterpolationName(key.interpolation)}});
+    Json json = {{"frame", key.frame},
+                 {"value", TypedValue(key.value)},
+                 {"interpolation", InterpolationName(key.interpolation)}};
+    if (key.path != KeyPath::kStraight) {
+      json["path"] = KeyPathName(key.path);
+    }
+    keys.push_back(std::move(json));
   }
   return Json{{"keys", keys}};
 }

@@ -18,6 +18,7 @@ struct SceneKey {
   int frame = 0;
   std::string value;
   Interpolation interpolation = Interpolation::kLinear;
+  KeyPath path = KeyPath::kStraight;
 };
 
 /// One control as written: a value, or keyframes in order of their frames.

@@ -7,10 +7,13 @@
 #include <array>
 #include <cmath>
 
+#include "cli/settings/great_circle.h"
+
 namespace veltra::cli {
 namespace {
 
 constexpr std::array<const char*, 3> kNames = {"hold", "linear", "smooth"};
+constexpr std::array<const char*, 2> kPathNames = {"straight", "great-circle"};
 
 double Progress(Interpolation interpolation, double t) {
   switch (interpolation) {
@@ -18,9 +21,10 @@ double Progress(Interpolation interpolation, double t) {
       return 0.0;
     case Interpolation::kLinear:
       return t;
-    default:
-      return t * t * (3.0 - 2.0 * t);
+    case Interpolation::kSmooth:
+      break;
   }
+  return t * t * (3.0 - 2.0 * t);
 }
 
 A_long Mix(A_long from, A_long to, double progress) {
@@ -44,6 +48,19 @@ std::optional<Interpolation> FindInterpolation(std::string_view name) {
   return std::nullopt;
 }
 
+const char* KeyPathName(KeyPath path) {
+  return kPathNames[static_cast<std::size_t>(path)];
+}
+
+std::optional<KeyPath> FindKeyPath(std::string_view name) {
+  for (std::size_t i = 0; i < kPathNames.size(); ++i) {
+    if (name == kPathNames[i]) {
+      return static_cast<KeyPath>(i);
+    }
+  }
+  return std::nullopt;
+}
+
 host::ControlValue ValueAt(const Track& track, double frame, int width, int height) {
   const auto after = std::find_if(track.keys.begin(), track.keys.end(),
                                   [frame](const Keyframe& key) { return key.frame > frame; });
@@ -58,6 +75,9 @@ host::ControlValue ValueAt(const Track& track, double frame, int width, int heig
   const host::ControlValue end = after->setting.OnFrame(width, height);
   const double t = (frame - from.frame) / (static_cast<double>(after->frame) - from.frame);
   const double progress = Progress(from.interpolation, t);
+  if (from.path == KeyPath::kGreatCircle) {
+    return OnGreatCircle(start, end, progress, width, height);
+  }
   return {Mix(start.x, end.x, progress), Mix(start.y, end.y, progress)};
 }
 

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -63,15 +64,44 @@ std::optional<PF_Fixed> TryFixed(double value) {
 }
 
 std::optional<Coordinate> TryCoordinate(std::string_view text) {
-  const bool percent = text.ends_with('%');
-  if (percent) {
-    text.remove_suffix(1);
+  constexpr std::array<std::pair<std::string_view, PointUnit>, 3> kSuffixes = {
+      {{"%", PointUnit::kPercent}, {"deg", PointUnit::kDegrees}, {"\u00b0", PointUnit::kDegrees}}};
+  PointUnit unit = PointUnit::kPixels;
+  for (const auto& [suffix, meant] : kSuffixes) {
+    if (text.ends_with(suffix)) {
+      text.remove_suffix(suffix.size());
+      unit = meant;
+      break;
+    }
   }
   const std::optional<double> value = TryNumber(text);
   if (!value) {
     return std::nullopt;
   }
-  return Coordinate{*value, percent};
+  return Coordinate{*value, unit};
+}
+
+/// A coordinate on a side of this length; `fromDegrees` is the share of the side that degrees come
+/// to.
+PF_Fixed OnSide(const Coordinate& coordinate, int length, double fromDegrees) {
+  constexpr double kHundred = 100.0;
+  double pixels = coordinate.value;
+  switch (coordinate.unit) {
+    case PointUnit::kPixels:
+      break;
+    case PointUnit::kPercent:
+      // Through the 16.16 percentage, as the host turns a point's default into pixels.
+      pixels = std::round(coordinate.value * kFixedOne) * length / kHundred / kFixedOne;
+      break;
+    case PointUnit::kDegrees:
+      pixels = fromDegrees * length;
+      break;
+  }
+  const std::optional<PF_Fixed> fixed = TryFixed(pixels);
+  if (!fixed) {
+    throw UsageError("a point so far outside the frame cannot be expressed (at most 32767 pixels)");
+  }
+  return *fixed;
 }
 
 }  // namespace
@@ -167,16 +197,16 @@ PF_RationalScale ParseRatio(std::string_view text) {
   return {scaled / common, static_cast<A_u_long>(kDecimalParts / common)};
 }
 
-PF_Fixed Coordinate::OnSide(int length) const {
-  constexpr double kHundred = 100.0;
-  // Through the 16.16 percentage, as the host turns a point's default into pixels.
-  const double pixels =
-      percent ? std::round(value * kFixedOne) * length / kHundred / kFixedOne : value;
-  const std::optional<PF_Fixed> fixed = TryFixed(pixels);
-  if (!fixed) {
-    throw UsageError("a point so far outside the frame cannot be expressed (at most 32767 pixels)");
-  }
-  return *fixed;
+PF_Fixed PointText::ColumnOf(int width) const {
+  constexpr double kTurn = 360.0;
+  constexpr double kMiddle = 0.5;
+  return OnSide(x, width, kMiddle + x.value / kTurn);
+}
+
+PF_Fixed PointText::RowOf(int height) const {
+  constexpr double kHalfTurn = 180.0;
+  constexpr double kMiddle = 0.5;
+  return OnSide(y, height, kMiddle - y.value / kHalfTurn);
 }
 
 PointText ParsePoint(std::string_view text) {
@@ -184,7 +214,12 @@ PointText ParsePoint(std::string_view text) {
   const std::optional<Coordinate> x = TryCoordinate(parts[0]);
   const std::optional<Coordinate> y = parts.size() == 2 ? TryCoordinate(parts[1]) : std::nullopt;
   if (!x || !y) {
-    ThrowNotA(text, "a point", "X,Y in pixels or percent, such as 1024,512 or 54%,17%");
+    ThrowNotA(text, "a point",
+              "X,Y in pixels, percent or degrees, such as 1024,512, 54%,17% or 30deg,-10deg");
+  }
+  constexpr double kSteepest = 90.0;
+  if (y->unit == PointUnit::kDegrees && std::abs(y->value) > kSteepest) {
+    ThrowNotA(text, "a point on the sphere", "a pitch of -90deg to 90deg");
   }
   return {*x, *y};
 }

@@ -41,20 +41,27 @@ PF_LRect ParseRegion(std::string_view text);
 /// "N/D", "N" or a decimal such as "0.9091", positive.
 PF_RationalScale ParseRatio(std::string_view text);
 
+/// What a coordinate of a point is given in.
+enum class PointUnit { kPixels, kPercent, kDegrees };
+
 /// One coordinate of a point.
 struct Coordinate {
-  double value = 0;      ///< pixels of the full-resolution frame, or percent of its side
-  bool percent = false;  ///< "54%"
+  double value = 0;  ///< pixels of the full-resolution frame, percent of its side, or degrees
+  PointUnit unit = PointUnit::kPixels;
+};
 
-  /// As signed 16.16 pixels on a side of this length, rounded to nearest. Throws UsageError
-  /// when that does not fit.
-  PF_Fixed OnSide(int length) const;
-};
+/// A point as written; its two coordinates may have different units.
 struct PointText {
-  Coordinate x;
-  Coordinate y;
+  Coordinate x;  ///< degrees are yaw: 0 is the middle column, 180 the right edge
+  Coordinate y;  ///< degrees are pitch: 0 is the middle row, 90 the top edge
+
+  /// The column and the row as signed 16.16 pixels of a frame of this size, rounded to nearest.
+  /// Throw UsageError when they do not fit.
+  PF_Fixed ColumnOf(int width) const;
+  PF_Fixed RowOf(int height) const;
 };
-/// "X,Y", each in pixels or, with a % sign, in percent.
+/// "X,Y", each in pixels, with a % sign in percent, or with deg (or a degree sign) as yaw and
+/// pitch: "1024,512", "54%,17%", "30deg,-10deg". Pitch is between -90 and 90.
 PointText ParsePoint(std::string_view text);
 
 /// Frame numbers first, first + step, ... up to last.

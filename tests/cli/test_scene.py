@@ -154,3 +154,34 @@ class Scenes(ProgramTest):
         refuse("controls.layer: a layer has no keyframes",
                controls={"layer": {"keys": [{"frame": 4, "value": "x"}]}})
         self.assert_fails(USAGE, "gone.json: no such file", "render", "gone.json", "-o", "o.png")
+
+    def test_points_in_degrees_are_the_same_place_and_may_go_along_the_great_circle(self):
+        same = set()
+        for start, end in (("54%,50%", "75%,25%"), ("14.4deg,0deg", "90deg,45deg"),
+                           (["14.4deg", 16], "90\u00b0,45\u00b0")):
+            self.write_scene(frame="frame.png", output="out.png",
+                             controls={**LINE, "start": start, "end": end})
+            self.run_well("render", "scene.json")
+            same.add(self.out())
+        self.assertEqual(len(same), 1)
+        keys = [{"frame": 1, "value": "-45deg,45deg", "path": "great-circle"},
+                {"frame": 3, "value": "45deg,45deg"}]
+        self.write_scene(frame="frame.png", output="o.#.png", frames="1-3",
+                         controls={**LINE, "start": {"keys": keys}})
+        self.run_well("render", "scene.json", "--save-scene", "again.json")
+        saved = json.loads((self.folder / "again.json").read_text())
+        self.assertEqual(saved["controls"]["start"]["keys"][0]["path"], "great-circle")
+        self.run_well("render", "-f", "frame.png", "--layer", "layer.png", "--start",
+                      "0deg,54.73561deg", "--end", "70%,50%", "--degrees", "40", "-o", "still.png")
+        self.assertEqual(self.out("o.2.png"), self.out("still.png"))
+
+    def test_wrong_paths_and_controls_set_twice_are_refused(self):
+        for controls, message in (
+                ({"start": {"keys": [{"frame": 1, "value": "0,0", "path": "round"}]}},
+                 "controls.start.keys[0].path: must be straight or great-circle"),
+                ({"travel": {"keys": [{"frame": 1, "value": 1, "path": "great-circle"}]}},
+                 "keys[0].path: only points go along a great circle"),
+                ({"degrees": 10, "size-degrees": 20}, "which controls.degrees sets already"),
+                ({"start": "0deg,95deg"}, "-90deg to 90deg")):
+            self.write_scene(frame="frame.png", output="out.png", controls=controls)
+            self.assert_fails(USAGE, message, "render", "scene.json")

@@ -39,15 +39,22 @@ TEST(Values, NumbersTakeTheWholeText) {
 
 TEST(Values, PointsMixPixelsAndPercent) {
   const PointText point = ParsePoint("54%,-12.5");
-  EXPECT_TRUE(point.x.percent);
-  EXPECT_FALSE(point.y.percent);
-  EXPECT_EQ(point.x.OnSide(200), 108 * 65536);
-  EXPECT_EQ(point.y.OnSide(200), -12 * 65536 - 32768);
+  EXPECT_EQ(point.x.unit, PointUnit::kPercent);
+  EXPECT_EQ(point.y.unit, PointUnit::kPixels);
+  EXPECT_EQ(point.ColumnOf(200), 108 * 65536);
+  EXPECT_EQ(point.RowOf(200), -12 * 65536 - 32768);
   for (const char* text : {"", ",", "1", "1,", "1,2,3", "1%%,2", "%,1", "1;2"}) {
     EXPECT_THROW(ParsePoint(text), UsageError) << text;
   }
-  EXPECT_THROW(static_cast<void>(ParsePoint("40000,0").x.OnSide(1)), UsageError);
-  EXPECT_THROW(static_cast<void>(ParsePoint("1e300%,0").x.OnSide(30000)), UsageError);
+  const PointText onSphere = ParsePoint("90deg,-45\u00b0");
+  EXPECT_EQ(onSphere.ColumnOf(400), 300 * 65536);
+  EXPECT_EQ(onSphere.RowOf(200), 150 * 65536);
+  const PointText centre = ParsePoint("0deg,0deg");
+  EXPECT_EQ(centre.ColumnOf(401), 200 * 65536 + 32768);
+  EXPECT_EQ(centre.RowOf(200), 100 * 65536);
+  EXPECT_THROW(ParsePoint("0deg,91deg"), UsageError);
+  EXPECT_THROW(static_cast<void>(ParsePoint("40000,0").ColumnOf(1)), UsageError);
+  EXPECT_THROW(static_cast<void>(ParsePoint("1e300%,0").ColumnOf(30000)), UsageError);
 }
 
 TEST(Values, FrameRangesCountInSteps) {
