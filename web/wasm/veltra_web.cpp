@@ -31,6 +31,9 @@ namespace {
 
 using host::Depth;
 using host::World;
+using pictures::PackedRow;
+using pictures::PictureInfo;
+using pictures::SampleType;
 
 struct State {
   std::shared_ptr<const host::Effect> effect;
