@@ -9,9 +9,9 @@
 
 #include "bench/timing.h"
 #include "host/base/thread_pool.h"
-#include "host/session.h"
 #include "host/suites/iterate.h"
 #include "host/suites/sampling_callbacks.h"
+#include "host/suites/tables.h"
 
 namespace veltra::bench {
 namespace {
@@ -23,7 +23,7 @@ template <class Pixel>
 class SampledLayer {
  public:
   SampledLayer(A_long width, A_long height)
-      : layer_(Make(width, height)), session_(controls_, nullptr, &settings_) {
+      : layer_(Make(width, height)), session_({host::Tables(), controls_}, &settings_) {
     view_ = session_.LayerView(layer_, {0, 0, width, height});
     block_.src = &view_;
   }
@@ -105,7 +105,7 @@ double Iterate(int threads) {
   host::RenderSettings settings;
   settings.pool = &pool;
   const std::vector<host::ControlDeclaration> controls;
-  host::Session session(controls, nullptr, &settings);
+  host::Session session({host::Tables(), controls}, &settings);
   auto world = host::World::Create(2048, 1024, host::Depth::k8);
   if (!world) {
     throw std::runtime_error("no memory for a benchmark world");

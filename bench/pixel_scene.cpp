@@ -149,7 +149,7 @@ template <class Pixel>
 PixelScene<Pixel>::PixelScene(const SceneSettings& settings, Family family)
     : frame_(MakeWorld<Pixel>(settings.width, settings.height)),
       layer_(MakeWorld<Pixel>(kLayerWidth, kLayerHeight)),
-      session_(controls_, nullptr, &renderSettings_),
+      session_({host::Tables(), controls_}, &renderSettings_),
       family_(family),
       placement_(PlacementOf(settings)) {
   Paint<Pixel>(frame_, 1);

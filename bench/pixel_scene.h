@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "effect/render/pixel/frame_tables.h"
-#include "host/session.h"
+#include "host/suites/tables.h"
 #include "tests/reference/pixels.h"
 
 namespace veltra::bench {

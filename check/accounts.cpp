@@ -21,7 +21,7 @@ void Compare(std::vector<std::string>& out, int taken, int returned, std::string
 std::vector<std::string> Accounts(const host::RenderResult& result, bool keptOnly) {
   const host::RenderDiagnostics& d = result.diagnostics;
   std::vector<std::string> out;
-  Compare(out, d.paramCheckouts, d.paramCheckins, "parameters", keptOnly);
+  Compare(out, d.paramCheckouts, d.paramCheckins + d.paramsTakenBack, "parameters", keptOnly);
   Compare(out, d.suitesAcquired, d.suitesReleased, "suites", keptOnly);
   Compare(out, d.worldsMade, d.worldsDisposed, "worlds", keptOnly);
   Compare(out, d.blocksAllocated, d.blocksFreed, "memory blocks", keptOnly);
@@ -29,13 +29,6 @@ std::vector<std::string> Accounts(const host::RenderResult& result, bool keptOnl
     Compare(out, d.layerCheckouts, d.layerCheckins, "layer pixels", keptOnly);
   }
   return out;
-}
-
-/// The host's own notes about accounts, which name single suites as well.
-bool IsAboutAccounts(const std::string& violation) {
-  return violation.find(" taken, ") != std::string::npos ||
-         violation.find(" was not released") != std::string::npos ||
-         violation.find(" was released without") != std::string::npos;
 }
 
 }  // namespace
@@ -48,14 +41,8 @@ std::vector<std::string> Kept(const host::RenderResult& result) {
   return Accounts(result, true);
 }
 
-std::vector<std::string> BrokenRules(const host::RenderResult& result) {
-  std::vector<std::string> rules;
-  for (const std::string& violation : result.diagnostics.violations) {
-    if (!IsAboutAccounts(violation)) {
-      rules.push_back(violation);
-    }
-  }
-  return rules;
+std::vector<host::Violation> BrokenRules(const host::RenderResult& result) {
+  return result.diagnostics.violations;
 }
 
 }  // namespace veltra::check

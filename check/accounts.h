@@ -19,6 +19,6 @@ std::vector<std::string> Imbalances(const host::RenderResult& result);
 std::vector<std::string> Kept(const host::RenderResult& result);
 
 /// Broken rules that are not about accounts.
-std::vector<std::string> BrokenRules(const host::RenderResult& result);
+std::vector<host::Violation> BrokenRules(const host::RenderResult& result);
 
 }  // namespace veltra::check

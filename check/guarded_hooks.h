@@ -4,7 +4,7 @@
 #pragma once
 
 #include "check/test_scene.h"
-#include "host/render_hooks.h"
+#include "host/session/render_hooks.h"
 
 namespace veltra::check {
 
@@ -22,9 +22,9 @@ class GuardedHooks : public host::RenderHooks {
 /// the output must have been made with guards.
 inline void CheckGuards(TestRun& run, const Scene& scene, const host::RenderResult& result) {
   bool output = result.output.GuardIntact();
-  for (const std::string& violation : result.diagnostics.violations) {
+  for (const host::Violation& violation : result.diagnostics.violations) {
     // A canvas that was cut to the region is gone, but the host has looked at it.
-    output = output && violation.find("wrote outside") == std::string::npos;
+    output = output && violation.rule != host::Rule::kWroteOutsideOutput;
   }
   if (!output) {
     run.FailStep("it wrote outside of the output's pixels");

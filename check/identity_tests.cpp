@@ -245,7 +245,7 @@ void TestFlags(TestRun& run) {
 void TestAbout(TestRun& run) {
   const auto effect = LoadEffect(run);
   run.Step("ABOUT");
-  host::Session session(effect->Controls(), effect->GlobalData(), nullptr);
+  host::Session session({host::Tables(), effect->Controls(), effect->GlobalData()}, nullptr);
   const PF_Err error = session.Send(effect->Library().MainEntry(), PF_Cmd_ABOUT);
   if (error != PF_Err_NONE) {
     run.FailStep(host::ErrorName(error));

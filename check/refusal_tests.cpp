@@ -161,9 +161,10 @@ void CheckTidy(TestRun& run, const Subject& subject, const host::RenderResult& r
       run.FailStep(kept);
     }
   }
-  for (const std::string& rule : BrokenRules(result)) {
-    if (rule.find("exception") != std::string::npos) {
-      run.FailStep(rule);
+  for (const host::Violation& broken : BrokenRules(result)) {
+    if (broken.rule == host::Rule::kExceptionEscaped ||
+        broken.rule == host::Rule::kExceptionInDelete) {
+      run.FailStep(broken.text);
     }
   }
   CheckGuards(run, subject.scene, result);
@@ -259,9 +260,9 @@ void GiveUp(TestRun& run, const Effect& effect, const Subject& subject, int row,
                     : Text(Describe(settings), ", abort before call ", call));
   const host::RenderResult result = host::RenderFrame(effect, settings);
   CheckTidy(run, subject, result);
-  for (const std::string& rule : BrokenRules(result)) {
-    if (rule.find("aborted") != std::string::npos) {
-      run.FailStep(rule);
+  for (const host::Violation& broken : BrokenRules(result)) {
+    if (broken.rule == host::Rule::kAbortIgnored) {
+      run.FailStep(broken.text);
     }
   }
   if (!result.Ok() && result.error != PF_Interrupt_CANCEL) {

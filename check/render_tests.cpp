@@ -93,8 +93,8 @@ void TestRenderDefaults(TestRun& run) {
 
 void TestRules(TestRun& run) {
   RenderAllWays(run, run.Rounds(5), [&](const host::RenderResult& result) {
-    for (const std::string& rule : BrokenRules(result)) {
-      run.Fail(rule);
+    for (const host::Violation& broken : BrokenRules(result)) {
+      run.Fail(broken.text);
     }
   });
 }

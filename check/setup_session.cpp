@@ -25,7 +25,7 @@ bool SameControl(const ControlDeclaration& a, const ControlDeclaration& b) {
 }  // namespace
 
 GlobalAnswer SendGlobalSetup(const host::EffectLibrary& library, const Preparation& prepare) {
-  host::Session session(kNoControls, nullptr, nullptr);
+  host::Session session({host::Tables(), kNoControls}, nullptr);
   if (prepare) {
     prepare(session.InData());
   }
@@ -42,7 +42,7 @@ GlobalAnswer SendGlobalSetup(const host::EffectLibrary& library, const Preparati
 ParamsAnswer SendParamsSetup(const host::EffectLibrary& library, PF_Handle globalData,
                              const Preparation& prepare) {
   ParamsAnswer answer;
-  host::Session session(kNoControls, globalData, nullptr);
+  host::Session session({host::Tables(), kNoControls, globalData}, nullptr);
   session.addedControls = &answer.controls;
   if (prepare) {
     prepare(session.InData());
@@ -53,7 +53,7 @@ ParamsAnswer SendParamsSetup(const host::EffectLibrary& library, PF_Handle globa
 }
 
 PF_Err SendGlobalSetdown(const host::EffectLibrary& library, PF_Handle globalData) {
-  host::Session session(kNoControls, globalData, nullptr);
+  host::Session session({host::Tables(), kNoControls, globalData}, nullptr);
   return session.Send(library.MainEntry(), PF_Cmd_GLOBAL_SETDOWN);
 }
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/effect_library.h"
-#include "host/session.h"
+#include "host/suites/tables.h"
 
 namespace veltra::check {
 

@@ -304,7 +304,7 @@ void TestSetupRepeated(TestRun& run) {
   run.Step("ABOUT before GLOBAL_SETUP");
   {
     const std::vector<ControlDeclaration> none;
-    host::Session session(none, nullptr, nullptr);
+    host::Session session({host::Tables(), none}, nullptr);
     session.Send(library->MainEntry(), PF_Cmd_ABOUT);
   }
   run.Step("the first set-up");

@@ -5,8 +5,8 @@
 #include "host/effect.h"
 
 #include "host/base/error_names.h"
-#include "host/control_declaration.h"
-#include "host/session.h"
+#include "host/session/controls.h"
+#include "host/suites/tables.h"
 
 namespace veltra::host {
 namespace {
@@ -17,6 +17,9 @@ std::string Refusal(const char* command, PF_Err error, const Session& session) {
   text += session.ThrewException() ? "an exception escaped from it" : ErrorName(error);
   if (!session.Message().empty()) {
     text += " (" + session.Message() + ")";
+  }
+  if (const std::string missing = MissingText(session.accounts.MissingSoFar()); !missing.empty()) {
+    text += "; " + missing;
   }
   return text;
 }
@@ -36,7 +39,7 @@ Expected<std::unique_ptr<const Effect>> Effect::Load(std::shared_ptr<const Effec
 Expected<bool> Effect::SetUp() {
   const PF_MainEntryFn entry = library_->MainEntry();
   std::vector<ControlDeclaration> added;
-  Session session(added, nullptr, nullptr);
+  Session session({Tables(), added, nullptr, holdings_}, nullptr);
   if (const PF_Err error = session.Send(entry, PF_Cmd_GLOBAL_SETUP)) {
     return Failure{Refusal("GLOBAL_SETUP", error, session)};
   }
@@ -88,7 +91,7 @@ Expected<std::string> Effect::About() const {
 
 PF_Err Effect::Send(PF_Cmd command, std::string* message) const {
   const std::lock_guard lock(commandMutex_);
-  Session session(controls_, globalData_, nullptr);
+  Session session({Tables(), controls_, globalData_, holdings_}, nullptr);
   const PF_Err error = session.Send(library_->MainEntry(), command);
   if (message != nullptr) {
     *message = session.Message();

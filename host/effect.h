@@ -11,45 +11,10 @@
 #include "base/expected.h"
 #include "host/base/depth.h"
 #include "host/effect_library.h"
-#include "host_api/params.h"
+#include "host/session/controls.h"
+#include "host/session/effect_memory.h"
 
 namespace veltra::host {
-
-/// One control as the effect declared it. Numbers are in the control's own units: 16.16 for
-/// sliders, 0 or 1 for checkboxes, from 1 for popups, 16.16 percent of the frame for points.
-struct ControlDeclaration {
-  PF_ParamIndex index = 0;  ///< 1 for the first declared; 0 is always the effect's own input
-  A_long id = 0;
-  PF_ParamType type = PF_Param_NO_DATA;
-  std::string name;
-  std::string label;                 ///< beside a checkbox
-  std::vector<std::string> choices;  ///< of a popup
-  std::string joinedChoices;         ///< the same as declared, with '|' between
-  A_long defaultValue = 0;           ///< slider, checkbox, popup; -1 or 0 of a layer
-  PF_Fixed defaultX = 0;             ///< point
-  PF_Fixed defaultY = 0;
-  bool restrictBounds = false;  ///< point: only inside the frame
-  PF_Fixed validMin = 0;        ///< slider: what may be typed
-  PF_Fixed validMax = 0;
-  PF_Fixed sliderMin = 0;  ///< slider: what dragging reaches
-  PF_Fixed sliderMax = 0;
-  int precision = 0;  ///< slider: decimals shown
-  int displayFlags = 0;
-  A_long flags = 0;
-  A_long uiFlags = 0;
-  PF_ParamDef raw{};  ///< as it was added; other types are carried through so
-};
-
-/// The value of one control: 16.16 for a slider, 0 or 1, the number of a choice, or the 16.16
-/// pixel coordinates of a point in the full-resolution frame.
-struct ControlValue {
-  A_long x = 0;
-  A_long y = 0;  ///< points only
-};
-
-/// The value that a control has when nobody set it, for a frame of this full-resolution size.
-ControlValue ControlDefault(const ControlDeclaration& control, A_long frameWidth,
-                            A_long frameHeight);
 
 /// A set-up effect. Set-up and set-down run alone; rendering may use it from many threads.
 class Effect {
@@ -92,11 +57,14 @@ class Effect {
   /// where given, receives what the effect wants shown.
   PF_Err Send(PF_Cmd command, std::string* message = nullptr) const;
 
+  /// Handles and worlds of this host that the effect has now, over all of its frames.
+  const std::shared_ptr<EffectHoldings>& Holdings() const { return holdings_; }
+
   /// The effect's own block, handed to every command.
   PF_Handle GlobalData() const { return globalData_; }
 
-  /// Held around commands that must not meet: sequence set-up, and whole frames of an effect that
-  /// does not declare threaded rendering.
+  /// Held around Send, and around whole frames of an effect that does not declare threaded
+  /// rendering.
   std::mutex& CommandMutex() const { return commandMutex_; }
 
  private:
@@ -110,6 +78,7 @@ class Effect {
   std::string setupMessage_;
   std::vector<ControlDeclaration> controls_;
   PF_Handle globalData_ = nullptr;
+  std::shared_ptr<EffectHoldings> holdings_ = std::make_shared<EffectHoldings>();
   bool isSetUp_ = false;
   mutable std::mutex commandMutex_;
 };

@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "host/base/error_names.h"
-#include "host/session.h"
+#include "host/suites/tables.h"
 #include "system/dynamic_library.h"
 
 namespace veltra::host {

@@ -10,7 +10,7 @@
 
 #include "host/pixels/transfer.h"
 #include "host/pixels/world_view.h"
-#include "host/session.h"
+#include "host/suites/tables.h"
 
 namespace veltra::host {
 namespace {
@@ -122,7 +122,7 @@ class FrameRender {
       : effect_(effect),
         settings_(settings),
         entry_(effect.Library().MainEntry()),
-        session_(effect.Controls(), effect.GlobalData(), &settings),
+        session_({Tables(), effect.Controls(), effect.GlobalData(), effect.Holdings()}, &settings),
         region_(settings.region.value_or(session_.FrameRect())) {
     session_.input = settings.input;
   }
@@ -148,9 +148,11 @@ class FrameRender {
             PF_LayerDef* output = nullptr, void* extra = nullptr) {
     const PF_Err error = session_.Send(entry_, command, params, output, extra);
     if (error != PF_Err_NONE) {
+      const std::string missing = MissingText(session_.accounts.MissingSoFar());
       Fail(error,
            std::string("the effect failed in ") + name + ": " +
-               (session_.ThrewException() ? "an exception escaped from it" : ErrorName(error)));
+               (session_.ThrewException() ? "an exception escaped from it" : ErrorName(error)) +
+               (missing.empty() ? "" : "; " + missing));
     }
     return error == PF_Err_NONE;
   }
@@ -222,7 +224,7 @@ class FrameRender {
 
   void CheckGuard(const World& canvas) {
     if (!canvas.Empty() && !canvas.GuardIntact()) {
-      session_.Violation("the effect wrote outside of the output's pixels");
+      session_.accounts.Broke(Rule::kWroteOutsideOutput);
     }
   }
 
@@ -246,7 +248,7 @@ class FrameRender {
   void RunSmart() {
     PF_PreRenderOutput answer{};
     if (PreRender(answer) && !settings_.preRenderOnly &&
-        (!session_.diagnostics.inputRequested || ReadInput())) {
+        (!session_.accounts.Diagnostics().inputRequested || ReadInput())) {
       SmartRender(answer);
     }
     DeletePreRenderData(answer);
@@ -265,9 +267,10 @@ class FrameRender {
     input.output_request = Request();
     input.bitdepth = BitDepth(settings_.depth);
     PF_PreRenderExtra extra{&input, &answer, &PreRenderCallbacks()};
-    session_.preRendering = true;
+    session_.phase = SmartPhase::kPreRender;
     const bool done = Send(PF_Cmd_SMART_PRE_RENDER, "SMART_PRE_RENDER", nullptr, nullptr, &extra);
-    session_.preRendering = false;
+    session_.phase = SmartPhase::kNone;
+    session_.accounts.TakeBackParameters();
     if (done) {
       TakeRectangles(answer);
     }
@@ -279,11 +282,11 @@ class FrameRender {
     result_.maxResultRect = answer.max_result_rect;
     PF_LRect rect = IsEmpty(answer.result_rect) ? PF_LRect{0, 0, 0, 0} : answer.result_rect;
     if (!Contains(answer.max_result_rect, rect)) {
-      session_.Violation("the result rectangle exceeds the maximum result rectangle");
+      session_.accounts.Broke(Rule::kResultBeyondMaximum);
     }
     const bool mayExceed = (answer.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) != 0;
     if (!mayExceed && !Contains(region_, rect)) {
-      session_.Violation("the result rectangle exceeds the requested one");
+      session_.accounts.Broke(Rule::kResultBeyondRequest);
       rect = Intersection(rect, region_);
     }
     result_.resultRect = rect;
@@ -304,9 +307,9 @@ class FrameRender {
       input.bitdepth = BitDepth(settings_.depth);
       input.pre_render_data = answer.pre_render_data;
       PF_SmartRenderExtra extra{&input, &SmartRenderCallbacks()};
-      session_.rendering = true;
+      session_.phase = SmartPhase::kRender;
       Send(PF_Cmd_SMART_RENDER, "SMART_RENDER", nullptr, nullptr, &extra);
-      session_.rendering = false;
+      session_.phase = SmartPhase::kNone;
     }
     if (extraPixels) {
       CropToRegion(std::move(canvas));
@@ -327,7 +330,7 @@ class FrameRender {
     try {
       answer.delete_pre_render_data_func(answer.pre_render_data);
     } catch (...) {
-      session_.Violation("an exception escaped from the effect's delete function");
+      session_.accounts.Broke(Rule::kExceptionInDelete);
     }
   }
 
@@ -405,16 +408,16 @@ class FrameRender {
   // ---- The end ----
 
   void Finish() {
-    session_.CloseAccounts();
+    session_.accounts.Close();
     if (result_.error == PF_Err_NONE && session_.WasCancelled()) {
-      session_.Violation("the effect answered success although the user had aborted");
+      session_.accounts.Broke(Rule::kAbortIgnored);
       Fail(PF_Interrupt_CANCEL, {});
     }
     if (result_.error != PF_Err_NONE && result_.error != PF_Interrupt_CANCEL) {
       result_.output = World();
     }
     result_.effectMessage = session_.Message();
-    result_.diagnostics = session_.diagnostics;
+    result_.diagnostics = session_.accounts.Diagnostics();
   }
 
   // Sequences are set up one at a time, whichever effects they are of.

@@ -146,7 +146,10 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
   if (!result.Ok()) {
     throw RenderError(result.errorText.empty() ? host::ErrorName(result.error) : result.errorText);
   }
-  RenderedFrame rendered{std::move(result.output), std::move(result.diagnostics.violations)};
+  RenderedFrame rendered{std::move(result.output), {}};
+  for (host::Violation& violation : result.diagnostics.violations) {
+    rendered.warnings.push_back(std::move(violation.text));
+  }
   if (!result.effectMessage.empty()) {
     rendered.warnings.push_back(Text("the effect says: ", result.effectMessage));
   }

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The callbacks that lie in the in-data itself: parameters, abort and progress.
 
-#include "host/control_declaration.h"
-#include "host/session.h"
+#include "host/session/controls.h"
+#include "host/suites/tables.h"
 #include "host/suites/unused_functions.h"
 
 namespace veltra::host {
@@ -20,11 +20,10 @@ PF_Err CheckoutParam(PF_ProgPtr ref, PF_ParamIndex index, A_long time, A_long /*
       return refused;
     }
     if (!session->FillParam(index, time, scale, *param)) {
-      session->Violation("a parameter was checked out that does not exist");
+      session->accounts.Broke(Rule::kUnknownParameter);
       return PF_Err_INVALID_INDEX;
     }
-    const std::lock_guard lock(session->mutex);
-    ++session->diagnostics.paramCheckouts;
+    session->accounts.Count(&RenderDiagnostics::paramCheckouts);
     return PF_Err_NONE;
   });
 }
@@ -35,11 +34,8 @@ PF_Err CheckinParam(PF_ProgPtr ref, PF_ParamDef* param) noexcept {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
-    {
-      // Whatever is answered, the parameter has come back.
-      const std::lock_guard lock(session->mutex);
-      ++session->diagnostics.paramCheckins;
-    }
+    // Whatever is answered, the parameter has come back.
+    session->accounts.Count(&RenderDiagnostics::paramCheckins);
     return session->Ask(HostCall::kCheckinParam);
   });
 }
@@ -51,7 +47,7 @@ PF_Err AddParam(PF_ProgPtr ref, PF_ParamIndex index, PF_ParamDef* param) noexcep
   }
   return Guarded([&]() -> PF_Err {
     if (session->addedControls == nullptr) {
-      session->Violation("a parameter was added outside of PARAMS_SETUP");
+      session->accounts.Broke(Rule::kParameterAddedLate);
       return PF_Err_INVALID_CALLBACK;
     }
     auto& controls = *session->addedControls;

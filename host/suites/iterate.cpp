@@ -8,7 +8,7 @@
 
 #include "host/pixels/row_work.h"
 #include "host/pixels/world_view.h"
-#include "host/session.h"
+#include "host/session/session.h"
 
 namespace veltra::host {
 namespace {

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "host/pixels/sampling.h"
-#include "host/session.h"
+#include "host/session/session.h"
 
 namespace veltra::host {
 

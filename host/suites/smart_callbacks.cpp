@@ -2,10 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Smart render's callbacks: layers are promised in pre-render and fetched in render.
 
-#include <algorithm>
-
 #include "host/pixels/world_view.h"
-#include "host/session.h"
+#include "host/suites/tables.h"
 
 namespace veltra::host {
 namespace {
@@ -43,32 +41,26 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, PF_ParamIndex index, A_long checkoutId,
     if (const PF_Err refused = session->Ask(HostCall::kCheckoutLayer, index)) {
       return refused;
     }
-    if (!session->preRendering) {
-      session->Violation("a layer was requested outside of pre-render");
+    if (session->phase != SmartPhase::kPreRender) {
+      session->accounts.Broke(Rule::kLayerOutsidePreRender);
       return PF_Err_INVALID_CALLBACK;
     }
     if (index < 0 || index >= session->ParamCount()) {
-      session->Violation("a layer was requested of a parameter that does not exist");
+      session->accounts.Broke(Rule::kLayerOfUnknownParameter);
       return PF_Err_INVALID_INDEX;
     }
     if (!session->IsLayer(index)) {
-      session->Violation("a layer was requested of a parameter that is none");
+      session->accounts.Broke(Rule::kLayerOfOtherType);
       return PF_Err_UNRECOGNIZED_PARAM_TYPE;
     }
     const PF_LRect granted = Intersection(request->rect, LayerBounds(*session, index));
     DescribeLayer(*session, index, granted, *result);
-    const std::lock_guard lock(session->mutex);
-    const bool taken =
-        std::any_of(session->checkouts.begin(), session->checkouts.end(),
-                    [checkoutId](const LayerCheckout& other) { return other.id == checkoutId; });
-    if (taken) {
+    if (!session->checkouts.Request(checkoutId, index, granted)) {
       return PF_Err_BAD_CALLBACK_PARAM;
     }
-    LayerCheckout& checkout = session->checkouts.emplace_back();
-    checkout.id = checkoutId;
-    checkout.index = index;
-    checkout.rect = granted;
-    session->diagnostics.inputRequested |= index == 0 && !IsEmpty(granted);
+    if (index == 0 && !IsEmpty(granted)) {
+      session->accounts.NoteInputRequest();
+    }
     return PF_Err_NONE;
   });
 }
@@ -111,21 +103,6 @@ bool PreparePixels(Session& session, LayerCheckout& checkout) {
   return true;
 }
 
-/// The checkout of that id that may be fetched now; null, with the broken rule noted, otherwise.
-LayerCheckout* FindFetchable(Session& session, A_long checkoutId) {
-  for (LayerCheckout& checkout : session.checkouts) {
-    if (checkout.id == checkoutId) {
-      if (checkout.fetched) {
-        session.Violation("layer pixels were fetched twice under one id");
-        return nullptr;
-      }
-      return &checkout;
-    }
-  }
-  session.Violation("layer pixels were fetched that pre-render had not requested");
-  return nullptr;
-}
-
 PF_Err CheckoutLayerPixels(PF_ProgPtr ref, A_long checkoutId, PF_EffectWorld** world) noexcept {
   Session* session = Session::From(ref);
   if (session == nullptr || world == nullptr) {
@@ -136,23 +113,22 @@ PF_Err CheckoutLayerPixels(PF_ProgPtr ref, A_long checkoutId, PF_EffectWorld** w
     if (const PF_Err refused = session->Ask(HostCall::kCheckoutLayerPixels, checkoutId)) {
       return refused;
     }
-    if (!session->rendering) {
+    if (session->phase != SmartPhase::kRender) {
       return PF_Err_INVALID_CALLBACK;
     }
-    LayerCheckout* checkout = FindFetchable(*session, checkoutId);
+    Rule broken{};
+    LayerCheckout* checkout = session->checkouts.Claim(checkoutId, broken);
     if (checkout == nullptr) {
+      session->accounts.Broke(broken);
       return PF_Err_BAD_CALLBACK_PARAM;
     }
-    if (!IsEmpty(checkout->rect)) {
-      if (!PreparePixels(*session, *checkout)) {
-        return PF_Err_OUT_OF_MEMORY;
-      }
-      *world = &checkout->view;
+    const bool ready = IsEmpty(checkout->rect) || PreparePixels(*session, *checkout);
+    session->checkouts.Finish(*checkout, ready);
+    if (!ready) {
+      return PF_Err_OUT_OF_MEMORY;
     }
-    const std::lock_guard lock(session->mutex);
-    checkout->fetched = true;
-    session->inputFetched = true;
-    ++session->diagnostics.layerCheckouts;
+    *world = IsEmpty(checkout->rect) ? nullptr : &checkout->view;
+    session->accounts.Count(&RenderDiagnostics::layerCheckouts);
     return PF_Err_NONE;
   });
 }
@@ -163,17 +139,11 @@ PF_Err CheckinLayerPixels(PF_ProgPtr ref, A_long checkoutId) noexcept {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
-    for (LayerCheckout& checkout : session->checkouts) {
-      if (checkout.id == checkoutId && checkout.fetched && !checkout.returned) {
-        {
-          const std::lock_guard lock(session->mutex);
-          checkout.returned = true;
-          ++session->diagnostics.layerCheckins;
-        }
-        return session->Ask(HostCall::kCheckinLayerPixels, checkoutId);
-      }
+    if (session->checkouts.Return(checkoutId)) {
+      session->accounts.Count(&RenderDiagnostics::layerCheckins);
+      return session->Ask(HostCall::kCheckinLayerPixels, checkoutId);
     }
-    session->Violation("layer pixels were returned that were not taken");
+    session->accounts.Broke(Rule::kLayerNotTaken);
     return PF_Err_BAD_CALLBACK_PARAM;
   });
 }
@@ -188,12 +158,12 @@ PF_Err CheckoutOutput(PF_ProgPtr ref, PF_EffectWorld** world) noexcept {
     if (const PF_Err refused = session->Ask(HostCall::kCheckoutOutput)) {
       return refused;
     }
-    if (!session->rendering) {
+    if (session->phase != SmartPhase::kRender) {
       return PF_Err_INVALID_CALLBACK;
     }
     // An effect that requested no layer at all has nothing it could fetch first.
-    if (!session->inputFetched && !session->checkouts.empty()) {
-      session->Violation("the output was checked out before any input");
+    if (!session->checkouts.OutputMayFollow()) {
+      session->accounts.Broke(Rule::kOutputBeforeInput);
       return PF_Err_BAD_CALLBACK_PARAM;
     }
     *world = &session->outputView;

@@ -4,10 +4,11 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
-#include "host/session.h"
 #include "host/suites/iterate.h"
 #include "host/suites/sampling_callbacks.h"
+#include "host/suites/tables.h"
 #include "host/suites/unused_functions.h"
 #include "host_api/suites.h"
 
@@ -63,9 +64,8 @@ PF_Err NewWorld(PF_ProgPtr ref, A_long width, A_long height, PF_Boolean /*clear*
     }
     *world = made->View();
     world->world_flags |= PF_WorldFlag_WRITEABLE;
-    const std::lock_guard lock(session->mutex);
-    session->ownWorlds.push_back(std::move(*made));
-    ++session->diagnostics.worldsMade;
+    KeepOwnWorld(std::move(*made), session->Holdings());
+    session->accounts.Count(&RenderDiagnostics::worldsMade);
     return PF_Err_NONE;
   });
 }
@@ -77,13 +77,11 @@ PF_Err DisposeWorld(PF_ProgPtr ref, PF_EffectWorld* world) noexcept {
   }
   return Guarded([&]() -> PF_Err {
     const PF_Err refused = session->Ask(HostCall::kDisposeWorld);
-    const std::lock_guard lock(session->mutex);
-    const auto removed = session->ownWorlds.remove_if(
-        [world](const World& own) { return own.RowAddress(0) == world->data; });
-    if (removed == 0) {
+    if (!DisposeOwnWorld(world->data)) {
+      session->accounts.Broke(Rule::kForeignHandle);
       return PF_Err_BAD_CALLBACK_PARAM;
     }
-    ++session->diagnostics.worldsDisposed;
+    session->accounts.Count(&RenderDiagnostics::worldsDisposed);
     *world = PF_EffectWorld{};
     return refused;
   });
@@ -147,6 +145,9 @@ const void* FindSuite(const char* name, A_long version) {
 
 // ---- The basic suite ----
 
+/// 'S!Fd': the suite was not found.
+constexpr SPErr kSuiteNotFound = 0x53214664;
+
 SPErr AcquireSuite(const char* name, A_long version, const void** suite) noexcept {
   if (name == nullptr || suite == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
@@ -165,10 +166,14 @@ SPErr AcquireSuite(const char* name, A_long version, const void** suite) noexcep
     }
     const void* found = FindSuite(name, version);
     if (found == nullptr) {
-      return PF_Err_BAD_CALLBACK_PARAM;
+      if (session != nullptr) {
+        session->accounts.Missing("the suite \"" + std::string(name) + "\" version " +
+                                  std::to_string(version));
+      }
+      return kSuiteNotFound;
     }
     if (session != nullptr) {
-      session->CountSuite(name, version, 1);
+      session->accounts.CountSuite(name, version, true);
     }
     *suite = found;
     return PF_Err_NONE;
@@ -184,7 +189,7 @@ SPErr ReleaseSuite(const char* name, A_long version) noexcept {
     if (session == nullptr) {
       return PF_Err_NONE;
     }
-    session->CountSuite(name, version, -1);
+    session->accounts.CountSuite(name, version, false);
     return session->Ask(HostCall::kReleaseSuite, version, name);
   });
 }
@@ -195,8 +200,7 @@ PF_Boolean IsEqual(const char* first, const char* second) noexcept {
 
 void CountBlock(int RenderDiagnostics::*counter) {
   if (Session* session = Session::Current()) {
-    const std::lock_guard lock(session->mutex);
-    ++(session->diagnostics.*counter);
+    session->accounts.Count(counter);
   }
 }
 
@@ -255,6 +259,10 @@ SPBasicSuite& BasicSuite() {
   static SPBasicSuite suite{&AcquireSuite, &ReleaseSuite,    &IsEqual,  &AllocateBlock,
                             &FreeBlock,    &ReallocateBlock, &Undefined};
   return suite;
+}
+
+HostTables Tables() {
+  return {&InteractCallbacks(), &UtilityCallbacks(), &BasicSuite()};
 }
 
 }  // namespace veltra::host

@@ -8,9 +8,9 @@
 #include <cstring>
 
 #include "host/pixels/transfer.h"
-#include "host/session.h"
 #include "host/suites/iterate.h"
 #include "host/suites/sampling_callbacks.h"
+#include "host/suites/tables.h"
 #include "host/suites/unused_functions.h"
 #include "numerics/compiler.h"
 #include "numerics/trigonometry.h"

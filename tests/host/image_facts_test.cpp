@@ -15,7 +15,7 @@ namespace {
 /// A frame of its own that lends the whole world to an effect.
 struct Frame {
   explicit Frame(const World& world)
-      : session(controls, nullptr, &settings),
+      : session({{}, controls}, &settings),
         view(session.LayerView(world, {0, 0, world.Width(), world.Height()})) {}
 
   RenderSettings settings;

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <vector>
 
-#include "host/session.h"
+#include "host/suites/tables.h"
 #include "images.h"
 
 namespace veltra::host {
@@ -18,7 +18,7 @@ struct Stage {
   explicit Stage(RenderSettings given = {}) : settings(std::move(given)) {
     settings.width = 64;
     settings.height = 64;
-    session = std::make_unique<Session>(controls, nullptr, &settings);
+    session = std::make_unique<Session>(SessionContext{Tables(), controls}, &settings);
   }
 
   RenderSettings settings;

@@ -4,16 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include "host/renderer.h"
+#include "linked_effect.h"
 
 namespace veltra::host {
 namespace {
 
 bool suiteAtRegistration = false;
-
-const A_u_char* Text(const char* text) {
-  return reinterpret_cast<const A_u_char*>(text);
-}
 
 PF_Err Register(void* hostPointer, PF_PluginDataCB callback, SPBasicSuite* basic, const char*,
                 const char*) {
@@ -21,8 +17,9 @@ PF_Err Register(void* hostPointer, PF_PluginDataCB callback, SPBasicSuite* basic
   suiteAtRegistration = basic != nullptr &&
                         basic->AcquireSuite("PF World Suite", 2, &suite) == PF_Err_NONE &&
                         suite != nullptr;
-  return callback(hostPointer, Text("Linked"), Text("LinkedEffect"), Text("Tests"),
-                  Text("NotExportedAnywhere"), kEffectPluginKind, 13, 28, 8, Text(""));
+  return callback(hostPointer, RegistrationText("Linked"), RegistrationText("LinkedEffect"),
+                  RegistrationText("Tests"), RegistrationText("NotExportedAnywhere"),
+                  kEffectPluginKind, 13, 28, 8, RegistrationText(""));
 }
 
 PF_Err RefuseToRegister(void*, PF_PluginDataCB, SPBasicSuite*, const char*, const char*) {

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "host/pixels/world_view.h"
-#include "host/session.h"
+#include "host/suites/tables.h"
 #include "images.h"
 
 namespace veltra::host {
@@ -185,7 +185,7 @@ TEST(TransferCallbacks, TheUsersAbortEndsFillAndCopyWithCancel) {
   PF_LRect half{0, 0, 32, 32};
   const auto expectCancel = [&](auto call) {
     user.abort = false;
-    Session session(controls, nullptr, &settings);
+    Session session({Tables(), controls}, &settings);
     const PF_InData& in = session.InData();
     EXPECT_EQ(call(*in.utils, in.effect_ref), PF_Interrupt_CANCEL);
     EXPECT_TRUE(session.WasCancelled());

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The state of one session.
 
-#include "host/session.h"
+#include "host/session/session.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,11 +21,9 @@ std::string TextOf(const A_char (&text)[kHostMessageCapacity]) {
 
 }  // namespace
 
-Session::Session(const std::vector<ControlDeclaration>& controls, PF_Handle globalData,
-                 const RenderSettings* settings)
-    : controls_(controls), settings_(settings) {
+Session::Session(const SessionContext& context, const RenderSettings* settings)
+    : context_(context), settings_(settings) {
   SetUpInData();
-  inData_.global_data = globalData;
 }
 
 Session::~Session() {
@@ -45,10 +43,13 @@ SessionScope::~SessionScope() {
 }
 
 void Session::SetUpInData() {
-  inData_.inter = InteractCallbacks();
-  inData_.utils = &UtilityCallbacks();
+  if (context_.tables.inter != nullptr) {
+    inData_.inter = *context_.tables.inter;
+  }
+  inData_.utils = context_.tables.utils;
   inData_.effect_ref = static_cast<PF_ProgPtr>(static_cast<void*>(this));
-  inData_.pica_basicP = &BasicSuite();
+  inData_.pica_basicP = context_.tables.basic;
+  inData_.global_data = context_.globalData;
   inData_.version = {13, 28};
   inData_.quality = Draft() ? PF_Quality_LO : PF_Quality_HI;
   inData_.field = PF_Field_FRAME;
@@ -85,7 +86,7 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
     error = entry(command, &inData_, &outData_, params, output, extra);
   } catch (...) {
     threwException_ = true;
-    Violation("an exception escaped from the effect");
+    accounts.Broke(Rule::kExceptionEscaped);
     error = PF_Err_INTERNAL_STRUCT_DAMAGED;
   }
   inData_.global_data = outData_.global_data;
@@ -124,8 +125,9 @@ void Session::ReportProgress(A_long current, A_long total) {
 // ---- Parameters ----
 
 bool Session::IsLayer(PF_ParamIndex index) const {
-  return index == 0 || (index > 0 && index < ParamCount() &&
-                        controls_[static_cast<std::size_t>(index - 1)].type == PF_Param_LAYER);
+  return index == 0 ||
+         (index > 0 && index < ParamCount() &&
+          context_.controls[static_cast<std::size_t>(index - 1)].type == PF_Param_LAYER);
 }
 
 A_long Session::ReducedPoint(A_long coordinate) const {
@@ -141,7 +143,7 @@ bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_Par
   }
   param = PF_ParamDef{};
   if (index > 0) {
-    param = controls_[static_cast<std::size_t>(index - 1)].raw;
+    param = context_.controls[static_cast<std::size_t>(index - 1)].raw;
   }
   if (IsLayer(index)) {
     param.param_type = PF_Param_LAYER;
@@ -154,7 +156,7 @@ bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_Par
     }
     return true;
   }
-  const ControlDeclaration& control = controls_[static_cast<std::size_t>(index - 1)];
+  const ControlDeclaration& control = context_.controls[static_cast<std::size_t>(index - 1)];
   const auto set = settings_->controls.find(index);
   ControlValue value = ControlDefault(control, settings_->width, settings_->height);
   if (settings_->controlAt) {
@@ -202,7 +204,7 @@ PF_EffectWorld Session::LayerView(const World& world, const PF_LRect& rect) {
   if (view.width <= 0 || view.height <= 0) {
     return view;
   }
-  const std::lock_guard lock(mutex);
+  const std::lock_guard lock(lendMutex_);
   if (const ImageFacts* known = FindFacts(view)) {
     view.extent_hint = known->visibleExtent;
     return view;
@@ -232,41 +234,6 @@ const ImageFacts* Session::FindFacts(const PF_EffectWorld& view) const {
 AreaSumsBase* Session::FindAreaSums(const PF_EffectWorld& view) const {
   const ImageFacts* facts = FindFacts(view);
   return facts != nullptr ? facts->areaSums.get() : nullptr;
-}
-
-// ---- Accounts ----
-
-void Session::Violation(const std::string& text) {
-  const std::lock_guard lock(mutex);
-  auto& all = diagnostics.violations;
-  if (std::find(all.begin(), all.end(), text) == all.end()) {
-    all.push_back(text);
-  }
-}
-
-void Session::CountSuite(const char* name, A_long version, int step) {
-  const std::lock_guard lock(mutex);
-  (step > 0 ? diagnostics.suitesAcquired : diagnostics.suitesReleased) += 1;
-  suiteBalance_[{name, version}] += step;
-}
-
-void Session::CloseAccounts() {
-  for (const auto& [suite, balance] : suiteBalance_) {
-    if (balance != 0) {
-      Violation("suite \"" + suite.first + "\" version " + std::to_string(suite.second) +
-                (balance > 0 ? " was not released" : " was released without being acquired"));
-    }
-  }
-  const RenderDiagnostics& taken = diagnostics;
-  const auto compare = [this](int out, int back, const char* what) {
-    if (out != back) {
-      Violation(std::string(what) + ": " + std::to_string(out) + " taken, " + std::to_string(back) +
-                " returned");
-    }
-  };
-  compare(taken.paramCheckouts, taken.paramCheckins, "parameters");
-  compare(taken.worldsMade, taken.worldsDisposed, "worlds");
-  compare(taken.blocksAllocated, taken.blocksFreed, "memory blocks");
 }
 
 }  // namespace veltra::host

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Reading of parameter definitions.
 
-#include "host/control_declaration.h"
+#include "host/session/controls.h"
 
 #include <algorithm>
 #include <cstdint>

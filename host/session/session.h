@@ -10,35 +10,44 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/base/guarded.h"
 #include "host/pixels/image_facts.h"
 #include "host/pixels/row_work.h"
-#include "host/renderer.h"
+#include "host/session/accounts.h"
+#include "host/session/effect_memory.h"
+#include "host/session/layer_checkouts.h"
+#include "host/session/render_settings.h"
 #include "host_api/entry_points.h"
 
 namespace veltra::host {
 
-/// A layer that pre-render asked for under an id, and what became of it.
-struct LayerCheckout {
-  A_long id = 0;
-  PF_ParamIndex index = 0;
-  PF_LRect rect{0, 0, 0, 0};  ///< granted, in the layer's coordinates; empty gives no pixels
-  bool fetched = false;
-  bool returned = false;
-  PF_EffectWorld view{};
-  World transparent;  ///< the pixels of a frame that has none
+/// The functions of the host that in-data points at. Sessions do not know what stands in them.
+struct HostTables {
+  const PF_InteractCallbacks* inter = nullptr;
+  PF_UtilCallbacks* utils = nullptr;
+  SPBasicSuite* basic = nullptr;
 };
 
+/// What a session is about. What it refers to must outlive the session.
+struct SessionContext {
+  HostTables tables;
+  const std::vector<ControlDeclaration>& controls;
+  PF_Handle globalData = nullptr;
+  /// Counts handles and worlds of the effect; null counts nothing.
+  std::shared_ptr<EffectHoldings> holdings = nullptr;
+};
+
+/// Which of the smart commands runs, since some callbacks belong to one of them.
+enum class SmartPhase { kNone, kPreRender, kRender };
+
 /// Everything the callbacks need for one session. The address is the effect_ref. Callbacks may
-/// come on several threads at once.
+/// come on several threads at once; what commands are sent from is one thread at a time.
 class Session {
  public:
-  /// `settings` is null for commands outside a render. What is passed must outlive the session.
-  Session(const std::vector<ControlDeclaration>& controls, PF_Handle globalData,
-          const RenderSettings* settings);
+  /// `settings` is null for commands outside a render, and must outlive the session.
+  Session(const SessionContext& context, const RenderSettings* settings);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -64,7 +73,7 @@ class Session {
   const RenderSettings* Settings() const { return settings_; }
   bool Draft() const { return settings_ != nullptr && settings_->draft; }
 
-  // ---- Hooks, abort and progress ----
+  // ---- Hooks, abort and progress: safe on many threads ----
 
   /// What the hooks say to a call; PF_Err_NONE without hooks.
   PF_Err Ask(HostCall call, A_long number = 0, const char* suite = nullptr) {
@@ -96,19 +105,21 @@ class Session {
 
   // ---- Parameters ----
 
-  A_long ParamCount() const { return static_cast<A_long>(controls_.size()) + 1; }
+  A_long ParamCount() const { return static_cast<A_long>(context_.controls.size()) + 1; }
   /// The definition of a parameter with its value at a time. Layers have no pixels in smart
-  /// render, where they come another way. False where there is no such parameter.
+  /// render, where they come another way. False where there is no such parameter. Safe on many
+  /// threads.
   bool FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_ParamDef& param);
   bool IsLayer(PF_ParamIndex index) const;
 
   /// Collects what add_param brings during PARAMS_SETUP; null otherwise.
   std::vector<ControlDeclaration>* addedControls = nullptr;
 
-  // ---- Layers ----
+  // ---- Layers: safe on many threads ----
 
   PF_LRect FrameRect() const;
-  const World* input = nullptr;  ///< the frame under the effect; null is a transparent one
+  /// The frame under the effect, null for a transparent one; written between commands.
+  const World* input = nullptr;
   /// The borrowed image of a layer parameter; null for none.
   const World* LayerWorld(PF_ParamIndex index) const;
   /// A part of a layer for the effect, with the visible extent; its sums can be made from now on.
@@ -117,23 +128,15 @@ class Session {
   /// between two samples.
   AreaSumsBase* FindAreaSums(const PF_EffectWorld& view) const;
 
-  std::list<LayerCheckout> checkouts;  ///< guarded by `mutex`
-  bool inputFetched = false;           ///< guarded by `mutex`
-  PF_EffectWorld outputView{};         ///< no data outside of smart render
-  bool preRendering = false;
-  bool rendering = false;
+  LayerCheckouts checkouts;
+  /// Written between commands, by the thread that sends them.
+  std::atomic<SmartPhase> phase{SmartPhase::kNone};
+  PF_EffectWorld outputView{};  ///< no data outside of smart render; written between commands
 
-  // ---- Accounts ----
+  // ---- Accounts and memory: safe on many threads ----
 
-  /// Notes a broken rule, each text once.
-  void Violation(const std::string& text);
-  void CountSuite(const char* name, A_long version, int step);
-  /// Compares what was taken and returned; call when the last command has ended.
-  void CloseAccounts();
-
-  std::mutex mutex;
-  RenderDiagnostics diagnostics;  ///< guarded by `mutex`
-  std::list<World> ownWorlds;     ///< made for the effect; guarded by `mutex`
+  Accounts accounts;
+  const std::shared_ptr<EffectHoldings>& Holdings() const { return context_.holdings; }
 
  private:
   friend class SessionScope;
@@ -145,7 +148,7 @@ class Session {
   static constexpr std::uint64_t kMagic = 0x56454C5452415345U;
 
   std::uint64_t magic_ = kMagic;
-  const std::vector<ControlDeclaration>& controls_;
+  const SessionContext context_;
   const RenderSettings* settings_;
   PF_InData inData_{};
   PF_OutData outData_{};
@@ -155,12 +158,12 @@ class Session {
   std::mutex progressMutex_;
 
   // Readers on many threads walk the array without a lock; an entry is complete before the count
-  // covers it. What does not fit is sampled without sums.
+  // covers it, and lendMutex_ is held while one is added. What does not fit is sampled without
+  // sums.
   static constexpr std::size_t kMostLent = 16;
+  std::mutex lendMutex_;
   std::array<std::shared_ptr<const ImageFacts>, kMostLent> lent_;
   std::atomic<std::size_t> lentCount_{0};
-
-  std::map<std::pair<std::string, A_long>, int> suiteBalance_;
 };
 
 /// Makes a session the current one of this thread for as long as it lives.
@@ -174,12 +177,5 @@ class SessionScope {
  private:
   Session* before_;
 };
-
-// The tables that a session's in-data points at.
-const PF_InteractCallbacks& InteractCallbacks();
-PF_UtilCallbacks& UtilityCallbacks();
-SPBasicSuite& BasicSuite();
-PF_PreRenderCallbacks& PreRenderCallbacks();
-PF_SmartRenderCallbacks& SmartRenderCallbacks();
 
 }  // namespace veltra::host

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Names of the host's calls, for messages.
 
-#include "host/render_hooks.h"
+#include "host/session/render_hooks.h"
 
 namespace veltra::host {
 

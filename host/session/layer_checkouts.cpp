@@ -1,0 +1,66 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// States of layer checkouts.
+
+#include "host/session/layer_checkouts.h"
+
+#include <algorithm>
+
+namespace veltra::host {
+
+bool LayerCheckouts::Request(A_long id, PF_ParamIndex index, const PF_LRect& rect) {
+  const std::lock_guard lock(mutex_);
+  if (std::any_of(entries_.begin(), entries_.end(),
+                  [id](const Entry& other) { return other.checkout.id == id; })) {
+    return false;
+  }
+  LayerCheckout& checkout = entries_.emplace_back().checkout;
+  checkout.id = id;
+  checkout.index = index;
+  checkout.rect = rect;
+  return true;
+}
+
+LayerCheckout* LayerCheckouts::Claim(A_long id, Rule& broken) {
+  const std::lock_guard lock(mutex_);
+  for (Entry& entry : entries_) {
+    if (entry.checkout.id == id) {
+      if (entry.state != State::kRequested) {
+        broken = Rule::kLayerFetchedTwice;
+        return nullptr;
+      }
+      entry.state = State::kClaimed;
+      return &entry.checkout;
+    }
+  }
+  broken = Rule::kLayerNotRequested;
+  return nullptr;
+}
+
+void LayerCheckouts::Finish(const LayerCheckout& checkout, bool handedOut) {
+  const std::lock_guard lock(mutex_);
+  for (Entry& entry : entries_) {
+    if (&entry.checkout == &checkout) {
+      entry.state = handedOut ? State::kOut : State::kRequested;
+    }
+  }
+  anyHandedOut_ = anyHandedOut_ || handedOut;
+}
+
+bool LayerCheckouts::Return(A_long id) {
+  const std::lock_guard lock(mutex_);
+  for (Entry& entry : entries_) {
+    if (entry.checkout.id == id && entry.state == State::kOut) {
+      entry.state = State::kReturned;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool LayerCheckouts::OutputMayFollow() const {
+  const std::lock_guard lock(mutex_);
+  return anyHandedOut_ || entries_.empty();
+}
+
+}  // namespace veltra::host

@@ -1,0 +1,48 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Small effects that a test writes beside itself.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "host/renderer.h"
+
+namespace veltra::host {
+
+inline const A_u_char* RegistrationText(const char* text) {
+  return reinterpret_cast<const A_u_char*>(text);
+}
+
+inline PF_Err RegisterLinked(void* hostPointer, PF_PluginDataCB callback, SPBasicSuite*,
+                             const char*, const char*) {
+  return callback(hostPointer, RegistrationText("Linked"), RegistrationText("LinkedEffect"),
+                  RegistrationText("Tests"), RegistrationText("Main"), kEffectPluginKind, 13, 28, 8,
+                  RegistrationText(""));
+}
+
+/// Sets the effect up; null, with a failed test, when it cannot be.
+inline std::unique_ptr<const Effect> LoadLinked(PF_MainEntryFn mainEntry) {
+  auto library = EffectLibrary::FromEntryPoints("linked", &RegisterLinked, mainEntry);
+  if (!library) {
+    ADD_FAILURE() << library.ErrorText();
+    return nullptr;
+  }
+  auto effect = Effect::Load(*library);
+  if (!effect) {
+    ADD_FAILURE() << effect.ErrorText();
+    return nullptr;
+  }
+  return std::move(*effect);
+}
+
+inline RenderSettings FrameOf(A_long width, A_long height, RenderMode mode = RenderMode::kSmart) {
+  RenderSettings settings;
+  settings.width = width;
+  settings.height = height;
+  settings.mode = mode;
+  return settings;
+}
+
+}  // namespace veltra::host
