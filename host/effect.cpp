@@ -5,7 +5,7 @@
 #include "host/effect.h"
 
 #include "host/base/error_names.h"
-#include "host/session/controls.h"
+#include "host/session/control_declaration.h"
 #include "host/suites/tables.h"
 
 namespace veltra::host {

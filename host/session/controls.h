@@ -1,6 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The controls of an effect: declarations, values, and how the one gives the other.
+// The controls of an effect: declarations, values, and the values that nobody set.
 #pragma once
 
 #include <string>
@@ -45,13 +45,5 @@ struct ControlValue {
 /// The value that a control has when nobody set it, for a frame of this full-resolution size.
 ControlValue ControlDefault(const ControlDeclaration& control, A_long frameWidth,
                             A_long frameHeight);
-
-/// Copies everything, also the texts that the definition only points at, since the effect may
-/// keep them no longer than the call. The index is not known yet.
-ControlDeclaration DescribeControl(const PF_ParamDef& param);
-
-/// Numbers the controls from 1 and points their raw definitions at the kept texts; for a list
-/// that will not move any more.
-void SettleControls(std::vector<ControlDeclaration>& controls);
 
 }  // namespace veltra::host

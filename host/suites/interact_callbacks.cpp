@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The callbacks that lie in the in-data itself: parameters, abort and progress.
 
-#include "host/session/controls.h"
+#include "host/session/control_declaration.h"
 #include "host/suites/tables.h"
 #include "host/suites/unused_functions.h"
 

@@ -328,7 +328,7 @@ TEST(RenderHooksTest, AnOddOutputLayoutGivesTheSamePictureAndCatchesStrayWrites)
   EXPECT_EQ(FirstDifference<PF_Pixel8>(input, odd.output), "");
   EXPECT_TRUE(odd.diagnostics.violations.empty());
   settings.controls[fixture::kBehaviour] = {Behaviour::kWriteOutside << 16, 0};
-  EXPECT_TRUE(Broke(RenderFrame(FixtureEffect(), settings), "outside of the output"));
+  EXPECT_TRUE(Broke(RenderFrame(FixtureEffect(), settings), Rule::kWroteOutsideOutput));
 }
 
 TEST(ConcurrentRendering, ManyFramesAtOnceAreEachTheirOwn) {

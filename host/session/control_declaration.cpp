@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Reading of parameter definitions.
 
-#include "host/session/controls.h"
+#include "host/session/control_declaration.h"
 
 #include <algorithm>
 #include <cstdint>
