@@ -29,9 +29,10 @@ std::string_view Mark(Outcome outcome) {
       return "FAILED";
     case Outcome::kNotApplicable:
       return "n/a";
-    default:
-      return "not run";
+    case Outcome::kNotRun:
+      break;
   }
+  return "not run";
 }
 
 void PrintOutput(std::ostream& out, const std::string& output) {
@@ -54,6 +55,36 @@ Json ToJson(const TestResult& result) {
   return json;
 }
 
+/// As a shell takes it: what could mean something to one is put in single quotes.
+std::string Quoted(const std::string& text) {
+  constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-./:=+,@%";
+  if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) {
+    return text;
+  }
+  std::string quoted = "'";
+  for (const char c : text) {
+    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  }
+  return quoted + "'";
+}
+
+/// The command line that runs the failed tests again, with the same random numbers.
+std::string RepeatCommand(const Report& report) {
+  const TestSettings& settings = report.settings;
+  std::string command =
+      Text("veltra check --strictness ", settings.strictness, " --seed ", settings.seed);
+  if (!settings.resource.empty()) {
+    command += Text(" --resource ", Quoted(settings.resource.string()));
+  }
+  for (const TestResult& result : report.results) {
+    if (result.outcome == Outcome::kFailed) {
+      command += Text(" --only ", result.test->name);
+    }
+  }
+  return Text(command, " ", Quoted(settings.library.string()));
+}
+
 /// Text from a library under test need not be UTF-8; what is not is replaced.
 void Write(std::ostream& out, const Json& json) {
   out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
@@ -69,9 +100,10 @@ std::string_view OutcomeName(Outcome outcome) {
       return "failed";
     case Outcome::kNotApplicable:
       return "not applicable";
-    default:
-      return "not run";
+    case Outcome::kNotRun:
+      break;
   }
+  return "not run";
 }
 
 int Report::Count(Outcome outcome) const {
@@ -120,6 +152,9 @@ void PrintSummary(std::ostream& out, const Report& report) {
     out << ", " << count << " not run";
   }
   out << '\n';
+  if (!report.Passed()) {
+    out << "repeat what failed: " << RepeatCommand(report) << '\n';
+  }
 }
 
 void PrintJson(std::ostream& out, const Report& report) {

@@ -11,6 +11,7 @@
 
 namespace veltra::check {
 
+/// How a test ended.
 enum class Outcome {
   kPassed,
   kFailed,
@@ -21,15 +22,17 @@ enum class Outcome {
 /// "passed", "failed", "not applicable" and "not run".
 std::string_view OutcomeName(Outcome outcome);
 
+/// What came of one test.
 struct TestResult {
   const Test* test = nullptr;
   Outcome outcome = Outcome::kPassed;
   double seconds = 0.0;
-  std::vector<std::string> messages;  ///< what is wrong, or why it did not run
+  std::vector<std::string> messages;  ///< what is wrong, or why it did not run or not apply
   std::vector<std::string> notes;
   std::string output;  ///< the last of what the library itself printed, of failed tests
 };
 
+/// What came of all of them, in the order in which they ran.
 struct Report {
   TestSettings settings;
   std::vector<TestResult> results;
@@ -42,9 +45,10 @@ struct Report {
 void PrintHeading(std::ostream& out, const TestSettings& settings);
 /// One test's line, with lines below it for what is wrong; `verbose` adds what the library printed.
 void PrintResult(std::ostream& out, const TestResult& result, bool verbose);
-/// The last line: how many of each, and how to repeat what failed.
+/// The last lines: how many of each, and the command that repeats what failed.
 void PrintSummary(std::ostream& out, const Report& report);
 
+/// The whole report; bytes of a library's texts that are no UTF-8 are replaced.
 void PrintJson(std::ostream& out, const Report& report);
 
 /// The tests by themselves, with the strictness from which each one runs.

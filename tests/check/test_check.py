@@ -7,6 +7,7 @@ import concurrent.futures
 import json
 import os
 import pathlib
+import shlex
 import struct
 import subprocess
 import sys
@@ -93,6 +94,16 @@ class Fixtures(unittest.TestCase):
         # A broken resource is a Windows library, made in the tests of resources.
         self.assertEqual(known - caught, {"resource"})
         self.assertEqual(caught - known, set())
+
+    def test_the_last_line_repeats_what_failed(self):
+        done = run_check("--strictness", 4, "--seed", 7, fixture("kFailsRender"))
+        line = done.stdout.splitlines()[-1]
+        prefix = "repeat what failed: veltra "
+        self.assertTrue(line.startswith(prefix), line)
+        again = run_check(*shlex.split(line.removeprefix(prefix))[1:])
+        self.assertEqual(again.returncode, 1)
+        self.assertIn("seed 7", again.stdout)
+        self.assertIn("0 passed, 1 failed", again.stdout)
 
     def test_a_crash_is_reported_with_what_was_being_tried(self):
         message = failures(self.results["kFailsAtExtreme"][1])["extreme-values"][-1]

@@ -118,14 +118,15 @@ class PerPixel : public EveryDepth<Pixel> {
 };
 TYPED_TEST_SUITE(PerPixel, AllPixels, DepthNames);
 
-struct Worked {
+/// Where a pixel of the frame falls in the layer, worked out by hand to four decimals.
+struct Mapping {
   A_long x, y;
   bool drawn;
   double u, v, coverage;
 };
 
-TYPED_TEST(PerPixel, MapsTheWorkedExampleToThePrintedDigits) {
-  const Worked rows[] = {
+TYPED_TEST(PerPixel, MapsPixelsToTheirPlaceInTheLayer) {
+  const Mapping rows[] = {
       {1024, 512, true, 199.9816, 100.0000, 1.0},
       {1024, 540, true, 199.9816, 149.2188, 1.0},
       {1024, 484, true, 199.9816, 50.7813, 1.0},
@@ -147,13 +148,13 @@ TYPED_TEST(PerPixel, MapsTheWorkedExampleToThePrintedDigits) {
     }
     EXPECT_NEAR(this->Column(), row.u, 0.5e-4 + 1 / kFixedOne);
     EXPECT_NEAR(this->Row(), row.v, 0.5e-4 + 1 / kFixedOne);
-    // An integer channel shows the printed coverage to within the step it truncates to.
+    // An integer channel shows the coverage to within the step it truncates to.
     const double step = TestFixture::kDepth == Depth::kFloat ? 0.5e-6 : 1;
     EXPECT_NEAR(static_cast<double>(out.alpha), this->Covered(row.coverage), step);
   }
 }
 
-TYPED_TEST(PerPixel, MeasuresTheWorkedFootprintsToThePrintedDigits) {
+TYPED_TEST(PerPixel, MeasuresTheFootprintsOfPixels) {
   TypeParam out = this->Run(true, 1024, 512);
   EXPECT_NEAR(this->Column(), 199.9816, 0.5e-4 + 1 / kFixedOne);
   EXPECT_NEAR(this->Row(), 100.0, 0.5e-4);

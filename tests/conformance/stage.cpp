@@ -3,7 +3,7 @@
 // A small scene with its three worlds, and what every test asks of it in the end.
 #include "tests/conformance/stage.h"
 
-#include "tests/conformance/samplers.h"
+#include "tests/stand_in/samplers.h"
 
 namespace veltra::conformance {
 namespace {

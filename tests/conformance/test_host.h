@@ -1,30 +1,24 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// An instrumented host: it writes down every call of the effect, checks that what is taken is given
-// back exactly once, and makes any callback fail on request.
+// The stand-in host for the conformance suite: it writes down every call of the effect and every
+// rule that it breaks, and makes any callback fail on request.
 #pragma once
 
 #include <atomic>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
-#include "host_api/entry_points.h"
-#include "tests/conformance/test_world.h"
 #include "tests/reference/frame.h"
+#include "tests/stand_in/host.h"
+#include "tests/stand_in/world.h"
 
 namespace veltra::conformance {
 
-/// How a suite answers when it is acquired.
-enum class SuiteAnswer {
-  kGranted,
-  kError,       ///< an error code and a null pointer
-  kNull,        ///< success and a null pointer
-  kErrorGiven,  ///< an error code although the pointer is set
-};
+using namespace stand_in;
+using TestWorld = stand_in::World;
 
 /// What a pixel function was given: the refcon, and which function it is.
 template <class Pixel>
@@ -41,13 +35,11 @@ struct SampleCall {
 };
 
 /// One effect instance and the frame it is asked for. Set the public fields, then send commands.
-class TestHost {
+class TestHost : public stand_in::Host {
  public:
   /// The effect is anything with the signature of the command entry.
-  explicit TestHost(PF_MainEntryFn effect);
-  TestHost(const TestHost&) = delete;
-  TestHost& operator=(const TestHost&) = delete;
-  ~TestHost();
+  explicit TestHost(PF_MainEntryFn effect) : effect_(effect) {}
+  ~TestHost() override;
 
   // ---- The frame ----
 
@@ -55,21 +47,10 @@ class TestHost {
   TestWorld* input = nullptr;
   TestWorld* layer = nullptr;  ///< null: no layer chosen
   TestWorld* output = nullptr;
-  PF_RenderRequest request{};             ///< what pre-render and render are asked for
-  PF_RationalScale checkoutAspect{1, 1};  ///< the layer's aspect as pre-render learns it
-  PF_PixelFormat format = 0;              ///< 0: the output's own
-  int threads = 1;
-  bool reverseRows = false;
-  A_long abortAtRow = -1;  ///< the iteration is interrupted before this row of its area
   bool nullInputWorld = false;
   bool nullOutputWorld = false;
   bool nullLayerWorld = false;
   bool keepSamples = false;  ///< fill `samples`; with one thread only
-
-  PF_InData inData{};
-  PF_OutData outData{};
-  PF_UtilCallbacks utils{};
-  SPBasicSuite basic{};
 
   // ---- Faults ----
 
@@ -115,38 +96,44 @@ class TestHost {
   reference::Frame ReferenceFrame(bool smart) const;
 
  private:
-  friend struct Callbacks;
-
   struct Fault {
     int nth = 0;
     PF_Err code = 0;
     std::function<void()> action;
   };
 
-  /// Counts the call; the code it must fail with, or none.
-  PF_Err Enter(const std::string& callback);
-  void Write(const std::string& line);
-  void Violation(const std::string& what);
-  std::string NameOfWorld(const PF_EffectWorld* world) const;
-  void CheckBalance(PF_Cmd cmd);
-  bool ParamValue(PF_ParamIndex index, PF_ParamDef* def) const;
+  PF_Err Enter(std::string_view callback) override;
+  PF_Err EnterSample(PF_Fixed x, PF_Fixed y, const PF_SampPB& params) override;
+  SuiteAnswer AnswerTo(const std::string& suite) override;
+  void Broken(const std::string& rule) override;
+  bool KeepsLog() const override { return true; }
+  void Write(const std::string& line) override { log.push_back(line); }
+  PF_EffectWorld* WorldOf(Role role) override;
+  PF_EffectWorld* ShownWorldOf(Role role) override;
+  Depth FrameDepth() const override { return output->depth(); }
+  void FillValue(PF_ParamIndex index, PF_ParamDef* def) override;
+  void OnAddParam(const PF_ParamDef& def) override { declared.push_back(def); }
+  void OnLayerCheckout(PF_ParamIndex index) override;
+  void OnIterate(const PixelCall& call) override;
+  PF_Err Sample(bool area, PF_Fixed x, PF_Fixed y, const PF_SampPB* params,
+                PF_Pixel8* out) override;
+  PF_Err Sample(bool area, PF_Fixed x, PF_Fixed y, const PF_SampPB* params,
+                PF_Pixel16* out) override;
+  PF_Err Sample(bool area, PF_Fixed x, PF_Fixed y, const PF_SampPB* params,
+                PF_PixelFloat* out) override;
 
   PF_MainEntryFn effect_;
-  std::map<std::string, std::vector<Fault>> faults_;
-  std::map<std::string, int> calls_;
+  std::map<std::string, std::vector<Fault>, std::less<>> faults_;
+  std::map<std::string, int, std::less<>> calls_;
   std::map<std::string, SuiteAnswer> suiteAnswers_;
-  std::map<std::string, int> held_;               ///< suites, by name and version
-  std::map<const PF_ParamDef*, int> checkedOut_;  ///< parameter definitions out, by address
-  std::set<const PF_ParamDef*> failed_;           ///< ones whose checkout failed
-  std::map<A_long, PF_ParamIndex> preRenderIds_;
-  std::set<A_long> fetched_;
-  std::set<A_long> returned_;
-  bool outputFetched_ = false;
   std::atomic<int> sampleCalls_{0};
   std::vector<Fault> sampleFaults_;
   std::mutex mutex_;
 };
 
-std::string Text(const PF_LRect& rect);
+/// "(left,top,right,bottom)", as in the log.
+inline std::string Text(const PF_LRect& rect) {
+  return RectText(rect);
+}
 
 }  // namespace veltra::conformance

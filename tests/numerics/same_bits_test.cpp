@@ -82,9 +82,8 @@ TEST(SameBitsTest, LanesGiveTheScalarBitsForSpecialValues) {
   }
 }
 
-// The numbers printed by
+// What every compiler, optimisation level and platform has to reproduce; made by
 //   numerics_tests --gtest_filter='SameBitsTest.ResultsAreTheBitsOfEveryOtherBuild'
-// which every compiler, optimisation level and platform has to reproduce.
 constexpr std::uint64_t kSineHash = 0x25a0f8dff2b22572U;
 constexpr std::uint64_t kCosineHash = 0xea4beaeb09f38c87U;
 constexpr std::uint64_t kArcCosineHash = 0xb581f9a32cc5947eU;

@@ -19,6 +19,7 @@
 #include "host/pixels/world.h"
 #include "host/renderer.h"
 #include "tests/soak/process_figures.h"
+#include "tests/stand_in/hash.h"
 
 namespace veltra::soak {
 namespace {
@@ -167,14 +168,12 @@ class Scenes {
 };
 
 std::uint64_t HashOf(const host::World& world) {
-  std::uint64_t hash = 0xCBF29CE484222325U;
+  std::uint64_t hash = stand_in::HashOf({});
   const auto rowSize = static_cast<std::size_t>(world.Width()) *
                        static_cast<std::size_t>(host::BytesPerPixel(world.PixelDepth()));
   for (A_long y = 0; y < world.Height(); ++y) {
-    const std::byte* row = world.RowAddress(y);
-    for (std::size_t i = 0; i < rowSize; ++i) {
-      hash = (hash ^ std::to_integer<std::uint64_t>(row[i])) * 0x100000001B3U;
-    }
+    const auto* row = reinterpret_cast<const unsigned char*>(world.RowAddress(y));
+    hash = stand_in::HashOf({row, rowSize}, hash);
   }
   return hash;
 }

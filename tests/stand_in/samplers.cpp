@@ -1,14 +1,14 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The test host's samplers: brute force in double precision, no library mathematics, so that they
-// give the same bits everywhere.
-#include "tests/conformance/samplers.h"
+// The stand-in host's samplers: brute force in double precision, no library mathematics, so that
+// they give the same bits everywhere.
+#include "tests/stand_in/samplers.h"
 
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
 
-namespace veltra::conformance {
+namespace veltra::stand_in {
 namespace {
 
 /// The overlap of pixel `index`, one wide around its centre, with the interval.
@@ -111,4 +111,4 @@ template PF_Err AreaSample(PF_ProgPtr, PF_Fixed, PF_Fixed, const PF_SampPB*, PF_
 template PF_Err AreaSample(PF_ProgPtr, PF_Fixed, PF_Fixed, const PF_SampPB*, PF_Pixel16*);
 template PF_Err AreaSample(PF_ProgPtr, PF_Fixed, PF_Fixed, const PF_SampPB*, PF_PixelFloat*);
 
-}  // namespace veltra::conformance
+}  // namespace veltra::stand_in

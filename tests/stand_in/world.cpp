@@ -1,11 +1,13 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Pixel buffers for tests: any depth, any stride, part of a larger buffer, guarded by canaries.
-#include "tests/conformance/test_world.h"
+#include "tests/stand_in/world.h"
 
 #include <algorithm>
 
-namespace veltra::conformance {
+#include "tests/stand_in/hash.h"
+
+namespace veltra::stand_in {
 namespace {
 
 unsigned char CanaryAt(std::size_t index) {
@@ -27,24 +29,6 @@ double ChannelOf(const Pixel& pixel, int channel) {
 
 }  // namespace
 
-A_long PixelSize(Depth depth) {
-  return depth == Depth::k8 ? 4 : depth == Depth::k16 ? 8 : 16;
-}
-
-PF_PixelFormat FormatOf(Depth depth) {
-  return depth == Depth::k8    ? PF_PixelFormat_ARGB32
-         : depth == Depth::k16 ? PF_PixelFormat_ARGB64
-                               : PF_PixelFormat_ARGB128;
-}
-
-double FullValue(Depth depth) {
-  return depth == Depth::k8 ? 255.0 : depth == Depth::k16 ? 32768.0 : 1.0;
-}
-
-std::string NameOf(Depth depth) {
-  return depth == Depth::k8 ? "8" : depth == Depth::k16 ? "16" : "Float";
-}
-
 template <>
 PF_Pixel8 MakePixel(double alpha, double red, double green, double blue) {
   return Scaled<PF_Pixel8, A_u_char>({alpha, red, green, blue}, 255.0);
@@ -58,17 +42,21 @@ PF_PixelFloat MakePixel(double alpha, double red, double green, double blue) {
   return Scaled<PF_PixelFloat, float>({alpha, red, green, blue}, 1.0);
 }
 
-TestWorld::TestWorld(Depth depth, A_long width, A_long height, const Layout& layout)
+World::World(Depth depth, A_long width, A_long height, const Layout& layout)
     : depth_(depth), width_(width), height_(height) {
   const A_long size = PixelSize(depth);
-  rowBytes_ = (layout.left + width + layout.right) * size + layout.strayBytes;
-  buffer_.resize(static_cast<std::size_t>(rowBytes_) *
-                 static_cast<std::size_t>(layout.top + height + layout.bottom));
+  const A_long stride = (layout.left + width + layout.right) * size + layout.strayBytes;
+  const A_long front = layout.guardBytes + layout.leadBytes;
+  buffer_.resize(static_cast<std::size_t>(front + layout.guardBytes) +
+                 static_cast<std::size_t>(stride) *
+                     static_cast<std::size_t>(layout.top + height + layout.bottom));
   for (std::size_t i = 0; i < buffer_.size(); ++i) {
     buffer_[i] = CanaryAt(i);
   }
-  offset_ = static_cast<std::size_t>(layout.top) * static_cast<std::size_t>(rowBytes_) +
-            static_cast<std::size_t>(layout.left * size);
+  const A_long firstRow = layout.upwards ? layout.bottom + height - 1 : layout.top;
+  offset_ = static_cast<std::size_t>(front + layout.left * size) +
+            static_cast<std::size_t>(firstRow) * static_cast<std::size_t>(stride);
+  rowBytes_ = layout.upwards ? -stride : stride;
   world.data = buffer_.data() + offset_;
   world.rowbytes = rowBytes_;
   world.width = width;
@@ -80,17 +68,21 @@ TestWorld::TestWorld(Depth depth, A_long width, A_long height, const Layout& lay
   Fill(0.3, 0.9, 0.1, 0.5);
 }
 
-const unsigned char* TestWorld::AddressOf(A_long x, A_long y) const {
-  return buffer_.data() + offset_ +
-         static_cast<std::size_t>(y) * static_cast<std::size_t>(rowBytes_) +
-         static_cast<std::size_t>(x * PixelSize(depth_));
+std::size_t World::OffsetOf(A_long x, A_long y) const {
+  return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(offset_) +
+                                  static_cast<std::ptrdiff_t>(y) * rowBytes_ +
+                                  static_cast<std::ptrdiff_t>(x) * PixelSize(depth_));
 }
 
-unsigned char* TestWorld::MutableAddressOf(A_long x, A_long y) {
+const unsigned char* World::AddressOf(A_long x, A_long y) const {
+  return buffer_.data() + OffsetOf(x, y);
+}
+
+unsigned char* World::MutableAddressOf(A_long x, A_long y) {
   return const_cast<unsigned char*>(AddressOf(x, y));
 }
 
-void TestWorld::Fill(double alpha, double red, double green, double blue) {
+void World::Fill(double alpha, double red, double green, double blue) {
   for (A_long y = 0; y < height_; ++y) {
     for (A_long x = 0; x < width_; ++x) {
       SetChannels(x, y, {alpha, red, green, blue});
@@ -98,7 +90,7 @@ void TestWorld::Fill(double alpha, double red, double green, double blue) {
   }
 }
 
-void TestWorld::SetChannels(A_long x, A_long y, const double (&argb)[4]) {
+void World::SetChannels(A_long x, A_long y, const double (&argb)[4]) {
   switch (depth_) {
     case Depth::k8:
       Set(x, y, MakePixel<PF_Pixel8>(argb[0], argb[1], argb[2], argb[3]));
@@ -112,18 +104,19 @@ void TestWorld::SetChannels(A_long x, A_long y, const double (&argb)[4]) {
   }
 }
 
-double TestWorld::Channel(A_long x, A_long y, int channel) const {
+double World::Channel(A_long x, A_long y, int channel) const {
   switch (depth_) {
     case Depth::k8:
       return ChannelOf(At<PF_Pixel8>(x, y), channel);
     case Depth::k16:
       return ChannelOf(At<PF_Pixel16>(x, y), channel);
-    default:
-      return ChannelOf(At<PF_PixelFloat>(x, y), channel);
+    case Depth::kFloat:
+      break;
   }
+  return ChannelOf(At<PF_PixelFloat>(x, y), channel);
 }
 
-std::vector<unsigned char> TestWorld::Pixels() const {
+std::vector<unsigned char> World::Pixels() const {
   const auto rowSize = static_cast<std::size_t>(width_ * PixelSize(depth_));
   std::vector<unsigned char> bytes;
   bytes.reserve(rowSize * static_cast<std::size_t>(height_));
@@ -133,7 +126,7 @@ std::vector<unsigned char> TestWorld::Pixels() const {
   return bytes;
 }
 
-void TestWorld::SetPixels(const std::vector<unsigned char>& bytes) {
+void World::SetPixels(const std::vector<unsigned char>& bytes) {
   const auto rowSize = static_cast<std::size_t>(width_ * PixelSize(depth_));
   for (A_long y = 0; y < height_; ++y) {
     std::memcpy(MutableAddressOf(0, y), bytes.data() + static_cast<std::size_t>(y) * rowSize,
@@ -141,31 +134,23 @@ void TestWorld::SetPixels(const std::vector<unsigned char>& bytes) {
   }
 }
 
-bool TestWorld::CanariesIntact() const {
+bool World::CanariesIntact() const {
   const auto rowSize = static_cast<std::size_t>(width_ * PixelSize(depth_));
-  std::size_t next = offset_;  // where the next row of pixels starts
-  A_long row = 0;
-  for (std::size_t i = 0; i < buffer_.size();) {
-    if (row < height_ && i == next && rowSize > 0) {
-      i += rowSize;
-      next += static_cast<std::size_t>(rowBytes_);
-      ++row;
-      continue;
-    }
-    if (buffer_[i] != CanaryAt(i)) {
+  std::vector<bool> isPixel(buffer_.size(), false);
+  for (A_long y = 0; y < height_; ++y) {
+    const auto row = isPixel.begin() + static_cast<std::ptrdiff_t>(OffsetOf(0, y));
+    std::fill(row, row + static_cast<std::ptrdiff_t>(rowSize), true);
+  }
+  for (std::size_t i = 0; i < buffer_.size(); ++i) {
+    if (!isPixel[i] && buffer_[i] != CanaryAt(i)) {
       return false;
     }
-    ++i;
   }
   return true;
 }
 
-std::uint64_t HashOf(const TestWorld& world) {
-  std::uint64_t hash = 0xCBF29CE484222325U;
-  for (const unsigned char byte : world.Pixels()) {
-    hash = (hash ^ byte) * 0x100000001B3U;
-  }
-  return hash;
+std::uint64_t HashOf(const World& world) {
+  return HashOf(world.Pixels());
 }
 
-}  // namespace veltra::conformance
+}  // namespace veltra::stand_in

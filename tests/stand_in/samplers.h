@@ -1,12 +1,12 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The test host's samplers: brute force in double precision, no library mathematics, so that they
-// give the same bits everywhere.
+// The stand-in host's samplers: brute force in double precision, no library mathematics, so that
+// they give the same bits everywhere.
 #pragma once
 
 #include "host_api/world.h"
 
-namespace veltra::conformance {
+namespace veltra::stand_in {
 
 /// Bilinear between the four neighbours, weighted by alpha; outside the layer is transparent.
 template <class Pixel>
@@ -18,4 +18,4 @@ template <class Pixel>
 PF_Err AreaSample(PF_ProgPtr effectRef, PF_Fixed x, PF_Fixed y, const PF_SampPB* params,
                   Pixel* out);
 
-}  // namespace veltra::conformance
+}  // namespace veltra::stand_in

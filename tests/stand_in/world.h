@@ -3,30 +3,15 @@
 // Pixel buffers for tests: any depth, any stride, part of a larger buffer, guarded by canaries.
 #pragma once
 
+#include <cstddef>
 #include <cstring>
-#include <string>
 #include <vector>
 
-#include "host_api/world.h"
+#include "tests/stand_in/depth.h"
 
-namespace veltra::conformance {
+namespace veltra::stand_in {
 
-enum class Depth { k8, k16, kFloat };
-
-A_long PixelSize(Depth depth);
-PF_PixelFormat FormatOf(Depth depth);
-/// The full value of a channel: 255, 32768 or 1.
-double FullValue(Depth depth);
-std::string NameOf(Depth depth);
-
-template <class Pixel>
-inline constexpr Depth kDepthOf = Depth::k8;
-template <>
-inline constexpr Depth kDepthOf<PF_Pixel16> = Depth::k16;
-template <>
-inline constexpr Depth kDepthOf<PF_PixelFloat> = Depth::kFloat;
-
-/// A channel's value in 0 to 1 terms for any depth: integer channels are truncated.
+/// A pixel of channels in 0 to 1: integer channels are truncated.
 template <class Pixel>
 Pixel MakePixel(double alpha, double red, double green, double blue);
 
@@ -36,20 +21,27 @@ struct Layout {
   A_long top = 2;         ///< rows above it
   A_long right = 2;       ///< pixels right of it
   A_long bottom = 2;      ///< rows below it
-  A_long strayBytes = 0;  ///< added to every row; keep it a multiple of the channel's size
+  A_long strayBytes = 0;  ///< added to every row; a multiple of the channel's size aligns pixels
+  A_long leadBytes = 0;   ///< in front of the buffer's first row
+  bool upwards = false;   ///< the first row lies last in memory, and the row length is negative
+  A_long guardBytes = 0;  ///< in front of all and after all
 };
 
 /// Owns a buffer filled with canaries and shows a world in the middle of it. The world's pixels
 /// start out as noise, so that a pixel that should have been written and was not shows.
-class TestWorld {
+class World {
  public:
-  TestWorld(Depth depth, A_long width, A_long height, const Layout& layout = {});
-  TestWorld(TestWorld&&) = default;
-  TestWorld& operator=(TestWorld&&) = default;
+  World(Depth depth, A_long width, A_long height, const Layout& layout = {});
+  World(World&&) = default;
+  World& operator=(World&&) = default;
 
+  /// As the effect sees it. A test may change what it says of itself.
   PF_EffectWorld world{};
 
   Depth depth() const { return depth_; }
+  /// As it was made, whatever `world` says.
+  A_long width() const { return width_; }
+  A_long height() const { return height_; }
 
   template <class Pixel>
   Pixel At(A_long x, A_long y) const {
@@ -75,18 +67,19 @@ class TestWorld {
   bool CanariesIntact() const;
 
  private:
+  std::size_t OffsetOf(A_long x, A_long y) const;
   const unsigned char* AddressOf(A_long x, A_long y) const;
   unsigned char* MutableAddressOf(A_long x, A_long y);
 
   Depth depth_;
   std::vector<unsigned char> buffer_;
-  std::size_t offset_ = 0;
+  std::size_t offset_ = 0;  ///< of the first pixel of the first row
   A_long width_ = 0;
   A_long height_ = 0;
   A_long rowBytes_ = 0;
 };
 
-/// 64-bit FNV-1a of the world's pixels.
-std::uint64_t HashOf(const TestWorld& world);
+/// Of the world's pixels.
+std::uint64_t HashOf(const World& world);
 
-}  // namespace veltra::conformance
+}  // namespace veltra::stand_in
