@@ -16,7 +16,12 @@
 namespace veltra::check {
 namespace {
 
-constexpr std::size_t kLongestName = kHostNameCapacity - 1;
+// Hosts take names of 47 characters; earlier ones had room for 31.
+constexpr std::size_t kLongestName = 47;
+constexpr std::size_t kLongestOldName = kHostNameCapacity - 1;
+
+/// In a resource's eGLO: the resource's flags count, whatever GLOBAL_SETUP answers.
+constexpr std::uint32_t kResourceOverridesFlags = 1U << 23;
 
 // ---- Registration ----
 
@@ -64,6 +69,9 @@ void CheckName(TestRun& run, const char* what, const std::string& name, bool may
   if (name.size() > kLongestName) {
     run.Fail(Text("the ", what, " \"", name, "\" has ", name.size(), " characters (at most ",
                   kLongestName, ")"));
+  } else if (name.size() > kLongestOldName) {
+    run.Note(Text("the ", what, " is longer than the ", kLongestOldName,
+                  " characters of earlier hosts"));
   }
   if (!IsPrintable(name)) {
     run.Fail(Text("the ", what, " holds control characters"));
@@ -156,7 +164,9 @@ std::vector<std::string> IdentityDifferences(const EffectResource& resource,
   number("eSVR", half(registration.apiMajor) | half(registration.apiMinor) << 16,
          "the registration");
   number("eVER", answer.version, "GLOBAL_SETUP");
-  number("eGLO", static_cast<std::uint32_t>(answer.outFlags), "GLOBAL_SETUP");
+  if ((resource.Number("eGLO").value_or(0) & kResourceOverridesFlags) == 0) {
+    number("eGLO", static_cast<std::uint32_t>(answer.outFlags), "GLOBAL_SETUP");
+  }
   number("eGL2", static_cast<std::uint32_t>(answer.outFlags2), "GLOBAL_SETUP");
   return differences;
 }

@@ -150,9 +150,7 @@ std::set<int> Occurrences(int count) {
 /// An undisturbed render must still give the same picture.
 void CheckUnharmed(TestRun& run, const Effect& effect, const Subject& subject) {
   const host::World picture = RenderChecked(run, effect, subject.settings).output;
-  if (std::string difference = Difference(picture, subject.picture); !difference.empty()) {
-    run.FailStep(Text("the next frame is another: ", difference));
-  }
+  ComparePictures(run, "the next frame is another", picture, subject.picture);
 }
 
 void CheckTidy(TestRun& run, const Subject& subject, const host::RenderResult& result) {
@@ -176,10 +174,8 @@ void CheckAnswer(TestRun& run, const Subject& subject, const host::RenderResult&
   if (!result.Ok()) {
     return;
   }
-  if (std::string difference = Difference(result.output, subject.picture, Compare::kVisible);
-      !difference.empty()) {
-    run.FailStep(Text("it answers success with another picture: ", difference));
-  }
+  ComparePictures(run, "it answers success with another picture", result.output, subject.picture,
+                  Compare::kVisible);
 }
 
 bool IsUserCall(HostCall call) {

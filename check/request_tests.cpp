@@ -116,9 +116,7 @@ void TestPreRenderOnly(TestRun& run) {
       return;
     }
     const host::World after = RenderChecked(run, *effect, settings).output;
-    if (std::string difference = Difference(after, before); !difference.empty()) {
-      run.FailStep(Text("the frame after them is another: ", difference));
-    }
+    ComparePictures(run, "the frame after them is another", after, before);
   }
 }
 
@@ -163,10 +161,7 @@ void TestRegions(TestRun& run) {
       settings.region = RandomRegion(run.Rng(), scene.width, scene.height);
       run.Step(Describe(settings));
       const host::World part = RenderChecked(run, *effect, settings).output;
-      if (std::string difference = Difference(part, whole, Compare::kVisible);
-          !difference.empty()) {
-        run.FailStep(Text("the part is not the whole's: ", difference));
-      }
+      ComparePictures(run, "the part is not the whole's", part, whole, Compare::kVisible);
     }
   }
 }

@@ -21,19 +21,19 @@ using std::chrono::steady_clock;
 constexpr std::array<std::string_view, 5> kLineWords{"step", "fail", "note", "skip", "done"};
 
 /// What a child has said so far.
-struct Heard {
+struct ChildReport {
   std::string step;
   bool skipped = false;
   bool done = false;
 };
 
-void TakeLine(std::string_view line, Heard& heard, TestResult& result) {
+void TakeLine(std::string_view line, ChildReport& said, TestResult& result) {
   const std::string_view word = line.substr(0, line.find(' '));
   const std::string text(line.substr(std::min(line.size(), word.size() + 1)));
   const auto* const found = std::find(kLineWords.begin(), kLineWords.end(), word);
   switch (static_cast<LineKind>(found - kLineWords.begin())) {
     case LineKind::kStep:
-      heard.step = text;
+      said.step = text;
       break;
     case LineKind::kFail:
       result.messages.push_back(text);
@@ -44,10 +44,10 @@ void TakeLine(std::string_view line, Heard& heard, TestResult& result) {
       break;
     case LineKind::kSkip:
       result.messages.push_back(text);
-      heard.skipped = true;
+      said.skipped = true;
       break;
     case LineKind::kDone:
-      heard.done = true;
+      said.done = true;
       break;
   }
 }
@@ -63,11 +63,11 @@ std::string LastLine(const std::string& output) {
 }
 
 /// What is wrong about the way the process ended; empty when nothing is.
-std::string TroubleWith(const ProcessEnd& end, const Heard& heard,
+std::string TroubleWith(const ProcessEnd& end, const ChildReport& said,
                         std::chrono::milliseconds timeout) {
-  const std::string where = heard.done           ? " after the test was over"
-                            : heard.step.empty() ? ""
-                                                 : Text(" in: ", heard.step);
+  const std::string where = said.done           ? " after the test was over"
+                            : said.step.empty() ? ""
+                                                : Text(" in: ", said.step);
   switch (end.how) {
     case ProcessEnd::How::kNotStarted:
       return Text("no process could be started for the test: ", end.signal);
@@ -78,7 +78,7 @@ std::string TroubleWith(const ProcessEnd& end, const Heard& heard,
     case ProcessEnd::How::kExited:
       break;
   }
-  if (end.status != 0 || !heard.done) {
+  if (end.status != 0 || !said.done) {
     const std::string lastWords = LastLine(end.output);
     return Text("ended the process with exit status ", end.status, where,
                 lastWords.empty() ? "" : " (", lastWords, lastWords.empty() ? "" : ")");
@@ -89,16 +89,16 @@ std::string TroubleWith(const ProcessEnd& end, const Heard& heard,
 TestResult RunInChild(const Test& test, const RunnerSettings& settings) {
   TestResult result;
   result.test = &test;
-  Heard heard;
+  ChildReport said;
   const auto start = steady_clock::now();
   const ProcessEnd end =
       RunChild(settings.program, ChildArguments(test, settings.tests), settings.timeout,
-               [&](std::string_view line) { TakeLine(line, heard, result); });
+               [&](std::string_view line) { TakeLine(line, said, result); });
   result.seconds = duration<double>(steady_clock::now() - start).count();
-  if (std::string trouble = TroubleWith(end, heard, settings.timeout); !trouble.empty()) {
+  if (std::string trouble = TroubleWith(end, said, settings.timeout); !trouble.empty()) {
     result.messages.push_back(std::move(trouble));
     result.outcome = Outcome::kFailed;
-  } else if (heard.skipped && result.outcome == Outcome::kPassed) {
+  } else if (said.skipped && result.outcome == Outcome::kPassed) {
     result.outcome = Outcome::kNotApplicable;
   }
   if (result.outcome == Outcome::kFailed) {

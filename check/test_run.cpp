@@ -53,6 +53,14 @@ void TestRun::Skip(std::string_view why) {
   throw TestEnded{};
 }
 
+bool TestRun::PicturesVary() {
+  if (picturesVary_ && !saidSo_) {
+    saidSo_ = true;
+    Note("pictures are not compared: it declares that they vary by themselves");
+  }
+  return picturesVary_;
+}
+
 bool TestRun::HadEnough() const {
   return failures_.size() >= kMostFailures;
 }

@@ -59,6 +59,11 @@ class TestRun {
   /// The test does not apply to this library; ends it.
   [[noreturn]] void Skip(std::string_view why);
 
+  /// The effect declares that its picture depends on more than its parameters.
+  void LetPicturesVary() { picturesVary_ = true; }
+  /// Whether two pictures of one frame need not be equal; a note says so once.
+  bool PicturesVary();
+
   bool Failed() const { return !failures_.empty(); }
   /// So much is wrong that going on tells nothing new.
   bool HadEnough() const;
@@ -69,6 +74,8 @@ class TestRun {
   Sink sink_;
   std::string step_;
   std::set<std::string, std::less<>> failures_;
+  bool picturesVary_ = false;
+  bool saidSo_ = false;
 };
 
 }  // namespace veltra::check

@@ -110,6 +110,11 @@ enum class Compare {
 std::string Difference(const host::World& part, const host::World& whole,
                        Compare compare = Compare::kExact);
 
+/// Fails the test, with `what` in front, where the pictures differ; as Difference. Pictures of an
+/// effect that declares them to vary by themselves are not compared.
+void ComparePictures(TestRun& run, std::string_view what, const host::World& picture,
+                     const host::World& expected, Compare compare = Compare::kExact);
+
 /// What is impossible about a picture: 16-bit channels above full scale, floats that are no
 /// numbers. Empty when nothing is.
 std::string Impossible(const host::World& picture);

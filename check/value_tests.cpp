@@ -83,8 +83,8 @@ SceneShape RandomShape(Random& random, const Way& way) {
   shape.layerWidth = random.Int(1, 60);
   shape.layerHeight = random.Int(1, 60);
   shape.layout.guarded = true;
-  shape.layout.extraRowBytes = random.Int(0, 40) * host::BytesPerPixel(way.depth) / 4;
-  shape.layout.misalignBytes = random.Int(0, 3) * host::BytesPerPixel(way.depth) / 4;
+  shape.layout.extraRowBytes = random.Int(0, 10) * host::BytesPerPixel(way.depth);
+  shape.layout.misalignBytes = random.Int(0, 3) * host::BytesPerPixel(way.depth);
   return shape;
 }
 

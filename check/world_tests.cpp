@@ -20,18 +20,14 @@ using host::WorldLayout;
 
 using Size = std::pair<A_long, A_long>;
 
-A_long ChannelBytes(Depth depth) {
-  return host::BytesPerPixel(depth) / 4;
-}
-
-/// The row lengths and first pixels that a world of that depth can have.
+/// The row lengths and first pixels that a world of that depth can have: whole pixels more, as in
+/// a world that is part of a larger one. Effects may address rows by pixels.
 std::vector<WorldLayout> OddLayouts(Depth depth) {
   const A_long pixel = host::BytesPerPixel(depth);
-  const A_long channel = ChannelBytes(depth);
   return {{.extraRowBytes = pixel},
           {.extraRowBytes = 3 * pixel, .misalignBytes = pixel},
-          {.extraRowBytes = channel, .misalignBytes = channel},
-          {.extraRowBytes = 4096 + 5 * channel, .misalignBytes = 3 * channel}};
+          {.extraRowBytes = 5 * pixel, .misalignBytes = 3 * pixel},
+          {.extraRowBytes = 259 * pixel, .misalignBytes = 7 * pixel}};
 }
 
 std::map<PF_ParamIndex, std::uint64_t> HashesOf(const Scene& scene) {
@@ -94,9 +90,7 @@ void TestStrides(TestRun& run) {
       run.Step(Text(Describe(odd), ", rows ", layout.extraRowBytes, " bytes longer, ",
                     layout.misalignBytes, " bytes off"));
       const host::World picture = RenderChecked(run, *effect, odd).output;
-      if (std::string difference = Difference(picture, expected); !difference.empty()) {
-        run.FailStep(Text("the picture is another: ", difference));
-      }
+      ComparePictures(run, "the picture is another", picture, expected);
     }
   }
 }

@@ -137,7 +137,7 @@ TYPED_TEST(PerPixel, MapsPixelsToTheirPlaceInTheLayer) {
       {1195, 512, true, 400.3526, 100.0000, 0.130218},
       {1196, 512, false, 0, 0, 0},
   };
-  for (const Worked& row : rows) {
+  for (const Mapping& row : rows) {
     SCOPED_TRACE(::testing::Message() << row.x << ", " << row.y);
     const TypeParam out = this->Run(false, row.x, row.y);
     EXPECT_EQ(this->code_, PF_Err_NONE);
