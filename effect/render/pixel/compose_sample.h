@@ -3,6 +3,9 @@
 // What both per-pixel families do with a position: sample there, scale the alpha, composite.
 #pragma once
 
+#include <algorithm>
+#include <type_traits>
+
 #include "effect/placement/placement_record.h"
 #include "effect/render/pixel/pixel_depths.h"
 #include "effect/render/pixel/sample_wrapped.h"
@@ -30,6 +33,19 @@ float ScaledAlpha(const Pixel& sample, float opacity, float coverage) {
   return static_cast<float>(sample.alpha) * opacity * coverage;
 }
 
+/// The same limited to the depth's range. Of an opaque layer away from the strip's edges an integer
+/// alpha stays as it is, and what follows need not wait for two conversions and two products.
+template <class Depth>
+typename Depth::Channel LimitedAlpha(const typename Depth::Pixel& sample, float opacity,
+                                     float coverage) {
+  if constexpr (std::is_integral_v<typename Depth::Channel>) {
+    if (opacity == 1.0F && coverage == 1.0F) {
+      return std::min(sample.alpha, Depth::kFull);
+    }
+  }
+  return Depth::ClampAlpha(ScaledAlpha(sample, opacity, coverage));
+}
+
 /// Samples through the host and composites over `out`; returns the sampler's code.
 template <class Depth>
 PF_Err ComposeHostSample(const PlacementRecord& record, AnySampleFn sampler,
@@ -44,7 +60,7 @@ PF_Err ComposeHostSample(const PlacementRecord& record, AnySampleFn sampler,
     // A sampler that throws would unwind through the host's iteration.
     err = PF_Err_BAD_CALLBACK_PARAM;
   }
-  sample.alpha = Depth::ClampAlpha(ScaledAlpha(sample, record.opacity, coverage));
+  sample.alpha = LimitedAlpha<Depth>(sample, record.opacity, coverage);
   Depth::CompositeOver(sample, out);
   return err;
 }

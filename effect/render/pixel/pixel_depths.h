@@ -58,7 +58,9 @@ inline void CompositeOver8(const PF_Pixel8& top, const PF_Pixel8& bottom, PF_Pix
   const std::uint32_t bottomWeight = (255 - topAlpha) * bottomAlpha;
   const std::uint32_t weight = topWeight + bottomWeight;
   const auto mix = [&](std::uint32_t topChannel, std::uint32_t bottomChannel) {
-    return static_cast<A_u_char>((topChannel * topWeight + bottomChannel * bottomWeight) / weight);
+    const std::uint32_t sum = topChannel * topWeight + bottomChannel * bottomWeight;
+    // Footage is opaque as a rule, and dividing by a constant is a multiplication.
+    return static_cast<A_u_char>(bottomAlpha == 255 ? sum / (255 * 255) : sum / weight);
   };
   *result = {static_cast<A_u_char>(bottomAlpha - topAlpha * bottomAlpha / 255 + topAlpha),
              mix(top.red, bottom.red), mix(top.green, bottom.green), mix(top.blue, bottom.blue)};
@@ -80,7 +82,10 @@ inline void CompositeOver16(const PF_Pixel16& top, const PF_Pixel16& bottom, PF_
   const std::uint32_t bottomWeight = ((32768U - topAlpha) * bottomAlpha) >> 15;
   const std::uint32_t weight = bottomWeight + topAlpha;
   const auto mix = [&](std::uint32_t topChannel, std::uint32_t bottomChannel) {
-    return static_cast<A_u_short>((bottomChannel * bottomWeight + topChannel * topAlpha) / weight);
+    const std::uint32_t sum = bottomChannel * bottomWeight + topChannel * topAlpha;
+    // Over an opaque bottom the weight is known, and the division a shift.
+    return static_cast<A_u_short>(bottomAlpha == 32768 && topAlpha <= 32768 ? sum >> 15
+                                                                            : sum / weight);
   };
   *result = {static_cast<A_u_short>(bottomAlpha - ((topAlpha * bottomAlpha) >> 15) + topAlpha),
              mix(top.red, bottom.red), mix(top.green, bottom.green), mix(top.blue, bottom.blue)};
@@ -111,6 +116,7 @@ inline void CompositeOverFloat(const PF_PixelFloat& top, const PF_PixelFloat& bo
 struct Depth8 {
   using Pixel = PF_Pixel8;
   using Channel = A_u_char;
+  static constexpr Channel kFull = 255;
   static Channel ClampAlpha(float alpha) { return ClampAlpha8(alpha); }
   static void CompositeOver(const Pixel& top, Pixel* bottom) {
     CompositeOver8(top, *bottom, bottom);
@@ -124,6 +130,7 @@ struct Depth8 {
 struct Depth16 {
   using Pixel = PF_Pixel16;
   using Channel = A_u_short;
+  static constexpr Channel kFull = 32768;
   static Channel ClampAlpha(float alpha) { return ClampAlpha16(alpha); }
   static void CompositeOver(const Pixel& top, Pixel* bottom) {
     CompositeOver16(top, *bottom, bottom);

@@ -42,7 +42,7 @@ bool CrossesSeam(const PlacementRecord& record, double u) {
 }
 
 template <class Depth>
-PF_Err SampleAndCompose(const PlacementRecord& record, const LayerPoint& point,
+VELTRA_FORCE_INLINE PF_Err SampleAndCompose(const PlacementRecord& record, const LayerPoint& point,
                         typename Depth::Pixel* out) {
   if (CrossesSeam(record, point.u)) {
     return ComposeSeamSample<Depth>(record, record.samplingParams, static_cast<float>(point.u),
