@@ -35,7 +35,7 @@ export class App {
   #frame = 1;
   #look: Look = {
     view: 'both',
-    camera: { yaw: 72, pitch: 22, fieldOfView: 100 },
+    camera: { yaw: 84, pitch: 20, fieldOfView: 90 },
     exposure: 0,
   };
   #sizes: Sizes = { width: 2048, height: 1024, linear: false, layerAspect: 4 };

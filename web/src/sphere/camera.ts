@@ -5,7 +5,7 @@ import { dot, rotated, unit, type Place, type Vector, directionOf, placeOf } fro
 
 export type ViewKind = 'flat' | 'inside' | 'globe';
 
-/** Degrees: yaw to the right, pitch upwards, the width of what is seen. */
+/** Degrees: yaw to the right, pitch upwards, and what a square pane sees from side to side. */
 export interface Camera {
   readonly yaw: number;
   readonly pitch: number;
@@ -49,9 +49,9 @@ export function frameOf(camera: Camera): Frame {
   return { right, down, ahead };
 }
 
-/** Half the pane's width at distance 1 in front of the eye. */
-export function halfWidthOf(camera: Camera): number {
-  return Math.tan((camera.fieldOfView * Math.PI) / 360);
+/** Half the pane's width at distance 1 in front of the eye; panes of one area see as much. */
+export function halfWidthOf(camera: Camera, paneAspect: number): number {
+  return Math.tan((camera.fieldOfView * Math.PI) / 360) * Math.sqrt(paneAspect);
 }
 
 /** The part of a pane that a flat picture of an aspect fills, centred. */
@@ -83,7 +83,7 @@ function inBox(place: Place, box: { x: number; y: number; width: number; height:
 
 function insideView(camera: Camera, paneAspect: number): View {
   const { right, down, ahead } = frameOf(camera);
-  const halfWidth = halfWidthOf(camera);
+  const halfWidth = halfWidthOf(camera, paneAspect);
   const halfHeight = halfWidth / paneAspect;
   return {
     see: (point) => {
@@ -171,10 +171,11 @@ export function viewOf(
 
 /** The camera after looking from one point of the pane to another. */
 export function lookedAround(camera: Camera, dx: number, dy: number, paneAspect: number): Camera {
-  const pitch = camera.pitch + (dy * camera.fieldOfView) / paneAspect;
+  const seen = camera.fieldOfView * Math.sqrt(paneAspect);
+  const pitch = camera.pitch + (dy * seen) / paneAspect;
   return {
     ...camera,
-    yaw: ((((camera.yaw - dx * camera.fieldOfView + 180) % 360) + 360) % 360) - 180,
+    yaw: ((((camera.yaw - dx * seen + 180) % 360) + 360) % 360) - 180,
     pitch: Math.max(-90, Math.min(90, pitch)),
   };
 }

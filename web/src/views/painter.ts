@@ -163,7 +163,7 @@ class GlPainter implements Painter {
     gl.viewport(pane.x, bottom, pane.width, pane.height);
     gl.scissor(pane.x, bottom, pane.width, pane.height);
     const box = flatBox(aspect, pictureAspect);
-    const halfWidth = halfWidthOf(camera);
+    const halfWidth = halfWidthOf(camera, aspect);
     const half =
       pane.kind === 'globe' ? globeScale(aspect) : { x: halfWidth, y: halfWidth / aspect };
     const { right, down, ahead } = frameOf(camera);

@@ -5,7 +5,7 @@ import { readFileSync } from 'node:fs';
 import { expect, repository, test } from './page';
 
 test('the first picture comes by itself, and the panel is the effect’s own', async ({ studio }) => {
-  await expect(studio.locator('.side [data-control]')).toHaveCount(11);
+  await expect(studio.locator('.side [data-control]')).toHaveCount(12);
   await expect(studio.getByRole('radio', { name: 'Stretch' })).toBeChecked();
   const shot = await studio.locator('.pane-flat').screenshot();
   expect(shot.byteLength).toBeGreaterThan(20_000);
