@@ -9,7 +9,7 @@ import { examples } from './examples';
 import { labelOf } from './library';
 import { fonts } from './text_layer';
 
-const accepted = 'image/*,.hdr,.exr,.png,.jpg,.jpeg,.webp,.avif,video/mp4,video/webm,video/quicktime';
+const accepted = 'image/*,.hdr,.exr';
 
 export interface Choosing {
   /** Opens a file that was chosen; tells the person of its own failures. */
