@@ -191,29 +191,24 @@ auto FromPlace(const std::string& place, const Work& work) {
   }
 }
 
-class JobBuilder {
+/// Puts together one pass.
+class PassBuilder {
  public:
-  JobBuilder(RenderJob& job, std::vector<ControlOption> controls)
-      : job_(job), controls_(std::move(controls)) {}
+  explicit PassBuilder(std::shared_ptr<const host::Effect> effect)
+      : controls_(ControlOptions(*effect, TakenNames())) {
+    pass_.effect = std::move(effect);
+  }
 
-  /// Takes over a scene and keeps it for --save-scene.
-  void AddScene(const Scene& scene, const std::string& path) {
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    for (const auto& [name, text] : scene.settings) {
-      FromPlace(Text(path, ": ", name), [&, &name = name, &text = text] { Apply(name, text); });
-    }
-    for (const SceneControl& control : scene.controls) {
-      AddSceneControl(control, path, folder);
+  /// Takes over a scene's controls; `place` is where they stand, as "scene.json: controls".
+  void AddScene(const std::vector<SceneControl>& controls, const std::string& place,
+                const std::string& folder) {
+    for (const SceneControl& control : controls) {
+      AddSceneControl(control, Text(place, ".", control.name), folder);
     }
   }
 
-  void AddCommandLine(const CommandLine& line) {
-    for (const auto& [name, text] : line.settings) {
-      if (!text.empty()) {
-        FromPlace(Text("--", name), [&, &option = name, &value = text] { Apply(option, value); });
-      }
-    }
-    for (const auto& [index, text] : line.controls) {
+  void AddCommandLine(const std::map<PF_ParamIndex, std::string>& controls) {
+    for (const auto& [index, text] : controls) {
       const ControlOption& control = ControlAt(index);
       FromPlace(Text("--", control.ShownName()), [&, &value = text] {
         SetControl(control, {control.LongName(), value, {}});
@@ -221,25 +216,36 @@ class JobBuilder {
     }
   }
 
-  /// Everything as a scene.
-  Scene ToScene() const {
-    Scene scene;
-    scene.settings = settings_;
-    for (const ControlOption& control : controls_) {
-      const auto found = sceneControls_.find(control.declaration->index);
-      if (found != sceneControls_.end()) {
-        scene.controls.push_back(found->second);
-        scene.controls.back().name = control.ShownName();
-      }
+  /// The timing and the like: the options', unless the layer has its own.
+  RenderPass Finish(RenderOptions options, const std::map<std::string, std::string>& own,
+                    const std::string& place) {
+    for (const auto& [name, text] : own) {
+      FromPlace(Text(place, ".", name),
+                [&, &option = name, &value = text] { FindOption(option)->apply(options, value); });
     }
-    return scene;
+    pass_.timing = options.layerTiming;
+    pass_.layerPixelAspect = options.layerPixelAspect;
+    return pass_;
   }
 
-  /// Which of the controls are file names.
-  bool IsLayer(const std::string& name) const {
-    const ControlOption* control = FindControl(controls_, name);
-    return control != nullptr && control->declaration->type == PF_Param_LAYER;
+  /// The controls that were set, by the names to show; layers relative to `folder`.
+  std::vector<SceneControl> ToScene(const std::filesystem::path& folder) const {
+    std::vector<SceneControl> controls;
+    for (const ControlOption& option : controls_) {
+      const auto found = sceneControls_.find(option.declaration->index);
+      if (found == sceneControls_.end()) {
+        continue;
+      }
+      SceneControl& control = controls.emplace_back(found->second);
+      control.name = option.ShownName();
+      if (option.declaration->type == PF_Param_LAYER) {
+        control.value = ToFolder(control.value, folder);
+      }
+    }
+    return controls;
   }
+
+  const std::string& ShownName(PF_ParamIndex index) const { return ControlAt(index).ShownName(); }
 
  private:
   const ControlOption& ControlAt(PF_ParamIndex index) const {
@@ -248,16 +254,7 @@ class JobBuilder {
     });
   }
 
-  void Apply(const std::string& name, const std::string& text) {
-    const OptionSpec* option = FindOption(name);
-    option->apply(job_.options, text);
-    if (option->inScene) {
-      settings_[name] = text;
-    }
-  }
-
-  void AddSceneControl(SceneControl control, const std::string& path, const std::string& folder) {
-    const std::string place = Text(path, ": controls.", control.name);
+  void AddSceneControl(SceneControl control, const std::string& place, const std::string& folder) {
     const ControlOption* option = FindControl(controls_, control.name);
     if (option == nullptr) {
       std::string list;
@@ -265,6 +262,10 @@ class JobBuilder {
         list += Text(list.empty() ? "" : ", ", known.ShownName());
       }
       throw UsageError(Text(place, ": no such control (expected ", list, ")"));
+    }
+    const auto before = sceneControls_.find(option->declaration->index);
+    if (before != sceneControls_.end()) {
+      throw UsageError(Text(place, ": is the same control as ", before->second.name));
     }
     if (option->declaration->type == PF_Param_LAYER) {
       control.value = FromFolder(control.value, folder);
@@ -283,7 +284,7 @@ class JobBuilder {
     if (declaration.type == PF_Param_LAYER) {
       SetLayer(declaration, control);
     } else {
-      job_.tracks[index] = MakeTrack(declaration, control);
+      pass_.tracks[index] = MakeTrack(declaration, control);
     }
     sceneControls_[index] = control;
   }
@@ -294,9 +295,9 @@ class JobBuilder {
     }
     const std::string path = ParseControl(declaration, control.value).path;
     if (path.empty()) {
-      job_.layers.erase(declaration.index);
+      pass_.layers.erase(declaration.index);
     } else {
-      job_.layers[declaration.index] = path;
+      pass_.layers[declaration.index] = path;
     }
   }
 
@@ -321,17 +322,115 @@ class JobBuilder {
     return track;
   }
 
-  RenderJob& job_;
+  RenderPass pass_;
   std::vector<ControlOption> controls_;
-  std::map<std::string, std::string> settings_;
   std::map<PF_ParamIndex, SceneControl> sceneControls_;
   std::map<PF_ParamIndex, std::string> sceneNames_;  ///< what the scene calls the controls it sets
 };
 
+/// Puts together the job: the scene first, then the command line.
+class JobBuilder {
+ public:
+  JobBuilder(Scene scene, std::string scenePath)
+      : scene_(std::move(scene)), path_(std::move(scenePath)) {
+    for (const auto& [name, text] : scene_.settings) {
+      FromPlace(Text(path_, ": ", name), [&, &name = name, &text = text] { Apply(name, text); });
+    }
+  }
+
+  /// `effect` is what passes have that name none of their own.
+  void AddPasses(const std::shared_ptr<const host::Effect>& effect) {
+    const std::string folder = std::filesystem::path(path_).parent_path().string();
+    if (scene_.layers.empty()) {
+      passes_.emplace_back(effect).AddScene(scene_.controls, Text(path_, ": controls"), folder);
+    }
+    for (std::size_t i = 0; i < scene_.layers.size(); ++i) {
+      const SceneLayer& layer = scene_.layers[i];
+      const auto own = layer.settings.find("effect");
+      passes_.emplace_back(own == layer.settings.end() ? effect : LoadEffect(own->second))
+          .AddScene(layer.controls, Text(LayerPlace(i), ".controls"), folder);
+    }
+  }
+
+  void AddCommandLine(const CommandLine& line) {
+    for (const auto& [name, text] : line.settings) {
+      if (text.empty()) {
+        continue;
+      }
+      if (passes_.size() > 1 && IsLayerSetting(name)) {
+        ThrowManyLayers(name);
+      }
+      FromPlace(Text("--", name), [&, &option = name, &value = text] { Apply(option, value); });
+    }
+    if (passes_.size() > 1 && !line.controls.empty()) {
+      ThrowManyLayers(passes_.front().ShownName(line.controls.begin()->first));
+    }
+    passes_.front().AddCommandLine(line.controls);
+  }
+
+  RenderJob Finish() {
+    RenderJob job;
+    job.options = options_;
+    for (std::size_t i = 0; i < passes_.size(); ++i) {
+      static const std::map<std::string, std::string> kNone;
+      job.passes.push_back(passes_[i].Finish(
+          options_, scene_.layers.empty() ? kNone : scene_.layers[i].settings, LayerPlace(i)));
+    }
+    return job;
+  }
+
+  /// Everything as a scene that stands in `folder`.
+  Scene ToScene(const std::filesystem::path& folder) const {
+    Scene scene;
+    scene.settings = RelativeSettings(settings_, folder);
+    if (scene_.layers.empty()) {
+      scene.controls = passes_.front().ToScene(folder);
+      return scene;
+    }
+    for (std::size_t i = 0; i < passes_.size(); ++i) {
+      scene.layers.push_back(
+          {RelativeSettings(scene_.layers[i].settings, folder), passes_[i].ToScene(folder)});
+    }
+    return scene;
+  }
+
+ private:
+  using SettingTexts = std::map<std::string, std::string>;
+
+  std::string LayerPlace(std::size_t i) const { return Text(path_, ": layers[", i, "]"); }
+
+  [[noreturn]] void ThrowManyLayers(const std::string& name) const {
+    throw UsageError(
+        Text("--", name, ": the scene has ", passes_.size(), " layers (change it in one of them)"));
+  }
+
+  void Apply(const std::string& name, const std::string& text) {
+    const OptionSpec* option = FindOption(name);
+    option->apply(options_, text);
+    if (option->inScene) {
+      settings_[name] = text;
+    }
+  }
+
+  static SettingTexts RelativeSettings(SettingTexts settings, const std::filesystem::path& folder) {
+    for (auto& [name, text] : settings) {
+      if (FindOption(name)->isPath) {
+        text = ToFolder(text, folder);
+      }
+    }
+    return settings;
+  }
+
+  Scene scene_;
+  std::string path_;
+  RenderOptions options_;
+  SettingTexts settings_;
+  std::vector<PassBuilder> passes_;
+};
+
 // ---- Checking and saving ----
 
-void CheckJob(const RenderJob& job) {
-  const RenderOptions& options = job.options;
+void CheckOptions(const RenderOptions& options) {
   if (options.output.empty() && options.saveScene.empty()) {
     throw UsageError("nothing to write (give -o FILE)");
   }
@@ -343,19 +442,8 @@ void CheckJob(const RenderJob& job) {
   }
 }
 
-void SaveScene(Scene scene, const JobBuilder& builder, const std::string& path) {
-  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-  for (auto& [name, text] : scene.settings) {
-    if (FindOption(name)->isPath) {
-      text = ToFolder(text, folder);
-    }
-  }
-  for (SceneControl& control : scene.controls) {
-    if (builder.IsLayer(control.name)) {
-      control.value = ToFolder(control.value, folder);
-    }
-  }
-  const std::string text = SceneText(scene);
+void SaveScene(const JobBuilder& builder, const std::string& path) {
+  const std::string text = SceneText(builder.ToScene(std::filesystem::path(path).parent_path()));
   OutputFile file(path);
   file.Write(text.data(), text.size());
   file.Commit();
@@ -377,11 +465,11 @@ int RunRender(const Arguments& arguments) {
     scene = LoadScene(named.scene);
   }
   const auto sceneEffect = scene.settings.find("effect");
-  RenderJob job;
+  std::shared_ptr<const host::Effect> effect;
   try {
-    job.effect = LoadEffect(!named.effect.empty()                 ? named.effect
-                            : sceneEffect != scene.settings.end() ? sceneEffect->second
-                                                                  : "");
+    effect = LoadEffect(!named.effect.empty()                 ? named.effect
+                        : sceneEffect != scene.settings.end() ? sceneEffect->second
+                                                              : "");
   } catch (const RenderError&) {
     if (!help) {
       throw;
@@ -394,8 +482,8 @@ int RunRender(const Arguments& arguments) {
   app.add_option("scene", line.scenePath, "a scene file that the options override")
       ->type_name("[SCENE.json]");
   std::vector<ControlOption> controls;
-  if (job.effect != nullptr) {
-    controls = ControlOptions(*job.effect, TakenNames());
+  if (effect != nullptr) {
+    controls = ControlOptions(*effect, TakenNames());
     for (const ControlOption& control : controls) {
       AddControl(app, line, control);
     }
@@ -407,12 +495,13 @@ int RunRender(const Arguments& arguments) {
   if (line.scenePath != named.scene) {
     throw UsageError(Text("'", line.scenePath, "' is not a scene file (expected NAME.json)"));
   }
-  JobBuilder builder(job, controls);
-  builder.AddScene(scene, named.scene);
+  JobBuilder builder(std::move(scene), named.scene);
+  builder.AddPasses(effect);
   builder.AddCommandLine(line);
-  CheckJob(job);
+  const RenderJob job = builder.Finish();
+  CheckOptions(job.options);
   if (!job.options.saveScene.empty()) {
-    SaveScene(builder.ToScene(), builder, job.options.saveScene);
+    SaveScene(builder, job.options.saveScene);
   }
   if (!job.options.output.empty()) {
     CatchInterrupts();

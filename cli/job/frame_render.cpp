@@ -16,9 +16,9 @@ namespace {
 
 /// Where the effect reads a control at another time than the current one, the frame may be a
 /// fraction, and lie before the first.
-double FrameAtTime(A_long time, A_u_long scale, PF_RationalScale rate, int firstFrame) {
-  return firstFrame + static_cast<double>(time) * rate.num /
-                          (static_cast<double>(rate.den) * std::max<A_u_long>(scale, 1));
+double FrameAtTime(A_long time, A_u_long scale, PF_RationalScale rate) {
+  return static_cast<double>(time) * rate.num /
+         (static_cast<double>(rate.den) * std::max<A_u_long>(scale, 1));
 }
 
 /// A region in pixels of the full-resolution frame, in those of the reduced one: every reduced
@@ -43,70 +43,65 @@ PF_LRect ReducedRegion(const PF_LRect& region, int downsample, int width, int he
 
 }  // namespace
 
-void CheckDepth(const RenderJob& job, host::Depth depth) {
+void CheckDepth(const RenderOptions& options, const host::Effect& effect, host::Depth depth) {
   const std::string name = host::DepthName(depth);
-  if (job.options.classic && depth == host::Depth::kFloat) {
+  if (options.classic && depth == host::Depth::kFloat) {
     throw UsageError("--classic: renders 8 and 16 bit only (add --depth 16)");
   }
-  if (!job.options.classic && !job.effect->SupportsSmartRender()) {
+  if (!options.classic && !effect.SupportsSmartRender()) {
     throw UsageError("this effect has no smart render (add --classic)");
   }
-  if (!job.effect->SupportsDepth(depth)) {
+  if (!effect.SupportsDepth(depth)) {
     throw UsageError(Text("this effect does not render at depth ", name, " (see --depth)"));
   }
 }
 
-FrameRenderer::FrameRenderer(const RenderJob& job, host::Depth depth, int firstFrame, int lastFrame,
-                             PF_RationalScale rate, host::ThreadPool* pool)
-    : job_(job),
-      depth_(depth),
-      firstFrame_(firstFrame),
-      lastFrame_(lastFrame),
-      rate_(rate),
-      pool_(pool) {
-  const std::int64_t end =
-      (static_cast<std::int64_t>(lastFrame) - firstFrame + 1) * static_cast<std::int64_t>(rate.den);
+FrameRenderer::FrameRenderer(const RenderOptions& options, const RenderPass& pass,
+                             const FrameSettings& frames, bool whole)
+    : options_(options), pass_(pass), frames_(frames), whole_(whole) {
+  const std::int64_t end = (static_cast<std::int64_t>(frames.lastFrame) + 1) *
+                           static_cast<std::int64_t>(frames.rate.den);
   if (end > std::numeric_limits<A_long>::max()) {
-    throw UsageError("--frames: too many frames for the host's clock at this --rate");
+    throw UsageError("--frames: numbers too large for the host's clock at this --rate");
   }
 }
 
 host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& inputs) const {
-  const RenderOptions& options = job_.options;
+  const RenderOptions& options = options_;
   host::RenderSettings settings;
   settings.width = inputs.width;
   settings.height = inputs.height;
-  settings.depth = depth_;
+  settings.depth = frames_.depth;
   settings.mode = options.classic ? host::RenderMode::kClassic : host::RenderMode::kSmart;
   settings.draft = options.draft;
   for (const auto& [index, world] : inputs.layers) {
     settings.layers[index] = world.get();
   }
   settings.downsample = options.downsample;
-  if (options.region) {
+  if (options.region && !whole_) {
     settings.region =
         ReducedRegion(*options.region, options.downsample, inputs.width, inputs.height);
   }
   settings.pixelAspect = options.pixelAspect;
-  settings.timeScale = static_cast<A_u_long>(rate_.num);
-  settings.timeStep = static_cast<A_long>(rate_.den);
-  settings.currentTime = (frame - firstFrame_) * settings.timeStep;
-  settings.totalTime = (lastFrame_ - firstFrame_ + 1) * settings.timeStep;
+  settings.timeScale = static_cast<A_u_long>(frames_.rate.num);
+  settings.timeStep = static_cast<A_long>(frames_.rate.den);
+  settings.currentTime = frame * settings.timeStep;
+  settings.totalTime = (std::max(frames_.lastFrame, frame) + 1) * settings.timeStep;
   bool moves = false;
-  for (const auto& [index, track] : job_.tracks) {
+  for (const auto& [index, track] : pass_.tracks) {
     settings.controls[index] = ValueAt(track, frame, inputs.width, inputs.height);
     moves = moves || track.keys.size() > 1;
   }
   if (moves) {
     settings.controlAt = [this, &inputs](PF_ParamIndex index, A_long time, A_u_long scale) {
-      const auto track = job_.tracks.find(index);
-      if (track != job_.tracks.end()) {
-        return ValueAt(track->second, FrameAtTime(time, scale, rate_, firstFrame_), inputs.width,
+      const auto track = pass_.tracks.find(index);
+      if (track != pass_.tracks.end()) {
+        return ValueAt(track->second, FrameAtTime(time, scale, frames_.rate), inputs.width,
                        inputs.height);
       }
-      for (const host::ControlDeclaration& control : job_.effect->Controls()) {
+      for (const host::ControlDeclaration& control : pass_.effect->Controls()) {
         if (control.index == index) {
-          return job_.effect->DefaultValue(control, inputs.width, inputs.height);
+          return pass_.effect->DefaultValue(control, inputs.width, inputs.height);
         }
       }
       return host::ControlValue{};
@@ -119,7 +114,7 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
                                     const std::function<void(double)>& progress) const {
   host::RenderSettings settings = Settings(frame, inputs);
   settings.abort = &InterruptFlag();
-  settings.pool = pool_;
+  settings.pool = frames_.pool;
   if (progress) {
     settings.progress = [&progress](A_long current, A_long total) {
       progress(total > 0 ? static_cast<double>(current) / total : 0.0);
@@ -138,7 +133,7 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
       }
     };
   }
-  host::RenderResult result = host::RenderFrame(*job_.effect, settings);
+  host::RenderResult result = host::RenderFrame(*pass_.effect, settings);
   ThrowIfInterrupted();
   if (failure != nullptr) {
     std::rethrow_exception(failure);

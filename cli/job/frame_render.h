@@ -30,11 +30,21 @@ struct RenderedFrame {
   std::vector<std::string> warnings;
 };
 
+/// What all frames of a run have in common.
+struct FrameSettings {
+  host::Depth depth = host::Depth::k8;
+  int lastFrame = 0;
+  PF_RationalScale rate{24, 1};  ///< in frames per second
+  host::ThreadPool* pool = nullptr;
+};
+
+/// Renders frames of one pass. Frame n is shown at time n / rate, wherever a run begins.
 class FrameRenderer {
  public:
-  /// `firstFrame` is at time zero. The pool and the job must outlive the renderer.
-  FrameRenderer(const RenderJob& job, host::Depth depth, int firstFrame, int lastFrame,
-                PF_RationalScale rate, host::ThreadPool* pool);
+  /// `whole` leaves out the region, as for passes before the last one. The options, the pass and
+  /// the pool must outlive the renderer.
+  FrameRenderer(const RenderOptions& options, const RenderPass& pass, const FrameSettings& frames,
+                bool whole);
 
   /// Renders one frame. Safe on several threads where the effect is. Throws RenderError with the
   /// name of the effect's error, Interrupted after Ctrl-C, and what `readFrame` throws.
@@ -44,15 +54,13 @@ class FrameRenderer {
  private:
   host::RenderSettings Settings(int frame, const FrameInputs& inputs) const;
 
-  const RenderJob& job_;
-  host::Depth depth_;
-  int firstFrame_;
-  int lastFrame_;
-  PF_RationalScale rate_;
-  host::ThreadPool* pool_;
+  const RenderOptions& options_;
+  const RenderPass& pass_;
+  FrameSettings frames_;
+  bool whole_;
 };
 
 /// Refuses what the effect or the chosen way of rendering cannot do. Throws UsageError.
-void CheckDepth(const RenderJob& job, host::Depth depth);
+void CheckDepth(const RenderOptions& options, const host::Effect& effect, host::Depth depth);
 
 }  // namespace veltra::cli

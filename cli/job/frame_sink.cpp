@@ -6,12 +6,14 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <limits>
 #include <mutex>
 #include <optional>
 
 #include "base/error.h"
 #include "base/text.h"
 #include "cli/video/alpha.h"
+#include "cli/video/ffmpeg.h"
 #include "cli/video/video_writer.h"
 #include "pictures/output_file.h"
 #include "pictures/picture_world.h"
@@ -121,6 +123,7 @@ class VideoSink : public FrameSink {
       throw UsageError(Text(options.compression.empty() ? "--output-depth" : "--compression",
                             ": not for videos (see --video-options)"));
     }
+    FfmpegOutput({"ffmpeg", "-v", "error", "-version"}, output.Name());  // is it there at all?
   }
 
   void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) override {
@@ -131,8 +134,8 @@ class VideoSink : public FrameSink {
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
     std::unique_lock lock(mutex_);
-    turnCame_.wait(lock, [&] { return written_ == frame.turn || givenUp_; });
-    if (givenUp_) {
+    turnCame_.wait(lock, [&] { return written_ == frame.turn || frame.turn >= end_; });
+    if (frame.turn >= end_) {
       return {};
     }
     if (writer_ == nullptr) {
@@ -147,10 +150,11 @@ class VideoSink : public FrameSink {
     return {};
   }
 
-  void GiveUp() override {
+  bool EndBefore(std::size_t turn) override {
     const std::lock_guard lock(mutex_);
-    givenUp_ = true;
+    end_ = std::min(end_, turn);
     turnCame_.notify_all();
+    return true;
   }
 
   std::vector<std::string> Finish() override {
@@ -168,8 +172,11 @@ class VideoSink : public FrameSink {
   }
 
  private:
-  /// Every second frame has no sound to fit.
-  bool KeepsSound() const { return !options_.frames || options_.frames->step == 1; }
+  /// Where frames are left out, the sound does not fit any more.
+  bool KeepsSound() const {
+    const std::vector<int>& numbers = settings_.numbers;
+    return numbers.back() - numbers.front() + 1 == static_cast<int>(numbers.size());
+  }
 
   VideoOptions Options() const {
     VideoOptions video;
@@ -196,7 +203,7 @@ class VideoSink : public FrameSink {
   std::mutex mutex_;
   std::condition_variable turnCame_;
   std::size_t written_ = 0;
-  bool givenUp_ = false;
+  std::size_t end_ = std::numeric_limits<std::size_t>::max();  ///< turns from here on are dropped
   std::unique_ptr<VideoWriter> writer_;
 };
 

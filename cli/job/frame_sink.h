@@ -46,8 +46,9 @@ class FrameSink {
   /// Writes a frame and returns the name of its file; a video, which has none for a frame, waits
   /// for the frames before it. Throws RenderError "NAME: reason".
   virtual std::string Write(const FinishedFrame& frame, const host::World& picture) = 0;
-  /// Frames to come are given up: whoever waits for their turn, returns.
-  virtual void GiveUp() {}
+  /// The frame of this turn does not come, and in a video none after it: whoever waits for a later
+  /// turn, returns. False where other frames can do without it.
+  virtual bool EndBefore(std::size_t /*turn*/) { return false; }
   /// After the last frame. Returns what could not be kept, a line each. Throws RenderError.
   virtual std::vector<std::string> Finish() { return {}; }
 };

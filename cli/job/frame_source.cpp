@@ -3,13 +3,19 @@
 // The three kinds of sources.
 #include "cli/job/frame_source.h"
 
+#include <algorithm>
+#include <deque>
+#include <filesystem>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/job/layer_timing.h"
 #include "pictures/picture_world.h"
 #include "system/interrupt.h"
 
@@ -88,11 +94,19 @@ class FilePicture : public SourcePicture {
 /// The same picture for every frame, read once, by whoever needs it first.
 class StillSource : public FrameSource {
  public:
-  explicit StillSource(const std::string& path) : picture_(path, &settings_) {}
+  explicit StillSource(const std::string& path) : path_(path), picture_(path, &settings_) {}
 
-  PictureInfo Look(int /*number*/) override { return picture_.Info(); }
+  void SetTiming(const SourceTiming& timing) override {
+    if (timing.timing.IsSet()) {
+      throw UsageError(Text(path_, ": a still has no time (--layer-start, --layer-end and ",
+                            "--layer-speed are for sequences and videos)"));
+    }
+  }
+  Presence Has(int /*frame*/) const override { return Presence::kThere; }
+  std::string Describe(int /*frame*/) const override { return path_; }
+  PictureInfo Look(int /*frame*/) override { return picture_.Info(); }
   void Prepare(const SourceSettings& settings) override { settings_ = settings; }
-  std::unique_ptr<SourcePicture> Take(int /*number*/) override {
+  std::unique_ptr<SourcePicture> Take(int /*frame*/) override {
     return std::make_unique<Shared>(*this);
   }
 
@@ -120,6 +134,7 @@ class StillSource : public FrameSource {
     return world;
   }
 
+  std::string path_;
   SourceSettings settings_;
   std::mutex mutex_;
   FilePicture picture_;
@@ -131,42 +146,106 @@ class SequenceSource : public FrameSource {
  public:
   explicit SequenceSource(FileName name) : name_(std::move(name)) {}
 
-  PictureInfo Look(int number) override {
-    std::unique_ptr<FilePicture>& picture = opened_[number];
-    picture = std::make_unique<FilePicture>(name_.At(number), &settings_);
-    return picture->Info();
+  void SetTiming(const SourceTiming& timing) override;
+  Presence Has(int frame) const override;
+  std::string Describe(int frame) const override {
+    const std::optional<int> number = NumberFor(frame);
+    return number ? name_.At(*number) : "nothing";
   }
-
+  PictureInfo Look(int frame) override;
   void Prepare(const SourceSettings& settings) override { settings_ = settings; }
-
-  std::unique_ptr<SourcePicture> Take(int number) override {
-    const auto found = opened_.find(number);
-    if (found == opened_.end()) {
-      return std::make_unique<FilePicture>(name_.At(number), &settings_);
-    }
-    std::unique_ptr<FilePicture> picture = std::move(found->second);
-    opened_.erase(found);
-    return picture;
-  }
+  std::unique_ptr<SourcePicture> Take(int frame) override;
 
  private:
+  /// The number of the file for a frame; nothing before the layer's first and after its last.
+  std::optional<int> NumberFor(int frame) const;
+
   FileName name_;
   SourceSettings settings_;
+  std::optional<TimePlan> plan_;  ///< of a layer with a timing of its own
+  int first_ = 0;                 ///< of the files that are there, where there is a plan
+  std::int64_t step_ = 1;
+  std::int64_t count_ = 1;
   std::map<int, std::unique_ptr<FilePicture>> opened_;  ///< looked at, but not taken yet
 };
 
-/// The frames of a video, counted from 1 and decoded in their order.
+void SequenceSource::SetTiming(const SourceTiming& timing) {
+  if (!timing.timing.IsSet()) {
+    return;
+  }
+  const std::vector<int> numbers = FramesOnDisk(name_);
+  if (numbers.empty()) {
+    throw RenderError(Text(name_.Pattern(), ": no such files"));
+  }
+  first_ = numbers.front();
+  step_ = std::max<std::int64_t>(1, StepOf(numbers));
+  count_ = (std::int64_t{numbers.back()} - first_) / step_ + 1;
+  const PF_RationalScale speed = timing.timing.speed.value_or(PF_RationalScale{1, 1});
+  plan_ = TimePlan{timing.timing.start.value_or(first_),
+                   {speed.num, static_cast<std::int64_t>(speed.den)},
+                   timing.timing.end.value_or(LayerEnd::kNone)};
+}
+
+std::optional<int> SequenceSource::NumberFor(int frame) const {
+  if (!plan_) {
+    return frame;
+  }
+  const std::optional<std::int64_t> place = plan_->PlaceAt(frame, count_);
+  return place ? std::optional(static_cast<int>(first_ + *place * step_)) : std::nullopt;
+}
+
+Presence SequenceSource::Has(int frame) const {
+  const std::optional<int> number = NumberFor(frame);
+  if (!number) {
+    return Presence::kNothing;
+  }
+  std::error_code ignored;
+  return std::filesystem::exists(name_.At(*number), ignored) ? Presence::kThere
+                                                             : Presence::kMissing;
+}
+
+PictureInfo SequenceSource::Look(int frame) {
+  const int number = NumberFor(frame).value_or(first_);
+  std::unique_ptr<FilePicture>& picture = opened_[number];
+  picture = std::make_unique<FilePicture>(name_.At(number), &settings_);
+  return picture->Info();
+}
+
+std::unique_ptr<SourcePicture> SequenceSource::Take(int frame) {
+  const std::optional<int> number = NumberFor(frame);
+  if (!number) {
+    return nullptr;
+  }
+  const auto found = opened_.find(*number);
+  if (found == opened_.end()) {
+    return std::make_unique<FilePicture>(name_.At(*number), &settings_);
+  }
+  std::unique_ptr<FilePicture> picture = std::move(found->second);
+  opened_.erase(found);
+  return picture;
+}
+
+/// The frames of a video, decoded in their order. Its first frame belongs to frame 1 unless a layer
+/// is told to begin elsewhere.
 class VideoSource : public FrameSource {
  public:
   explicit VideoSource(const std::string& path) : info_(ProbeVideo(path)) {}
 
-  PictureInfo Look(int /*number*/) override { return info_.picture; }
-  void Prepare(const SourceSettings& settings) override {
-    settings_ = settings;
-    reader_ = std::make_unique<VideoReader>(info_, settings.rate);
-  }
-  std::unique_ptr<SourcePicture> Take(int number) override;
   const VideoInfo* Video() const override { return &info_; }
+  void SetTiming(const SourceTiming& timing) override;
+  int LastFrame() const override;
+  Presence Has(int frame) const override {
+    return PlaceFor(frame, count_) ? Presence::kThere
+           : isLayer_              ? Presence::kNothing
+                                   : Presence::kMissing;
+  }
+  std::string Describe(int frame) const override {
+    const std::optional<std::int64_t> place = PlaceFor(frame, count_);
+    return place ? Text(info_.path, " frame ", *place + 1) : "nothing";
+  }
+  PictureInfo Look(int /*frame*/) override { return info_.picture; }
+  void Prepare(const SourceSettings& settings) override;
+  std::unique_ptr<SourcePicture> Take(int frame) override;
 
  private:
   class Decoded : public SourcePicture {
@@ -180,26 +259,148 @@ class VideoSource : public FrameSource {
     SharedWorld world_;
   };
 
+  /// The place in the video, from 0, for a frame of the output, of a video of so many steps.
+  std::optional<std::int64_t> PlaceFor(int frame, std::int64_t count) const;
+  /// The frame at a place; null after the last one.
+  SharedWorld WorldAt(std::int64_t place);
+  SharedWorld ReadNext();
+  [[noreturn]] void ThrowEnded() const;
+
+  struct Kept {
+    std::int64_t place;
+    SharedWorld world;
+  };
+
   VideoInfo info_;
   SourceSettings settings_;
-  std::unique_ptr<VideoReader> reader_;  ///< null after the last frame
-  int position_ = 1;                     ///< number of the frame that the reader gives next
+  bool isLayer_ = false;
+  TimePlan plan_;
+  PF_RationalScale rate_{24, 1};
+  std::int64_t count_ = 0;  ///< steps of the plan: frames, or where their times vary, output frames
+  std::unique_ptr<VideoReader> reader_;  ///< null before the first and after the last frame
+  std::int64_t position_ = 0;            ///< place of the frame that the reader gives next
+  bool ended_ = false;                   ///< the reader has no more frames, or failed
+  std::deque<Kept> kept_;                ///< the frames read last
+  std::size_t mostKept_ = 1;
 };
 
-std::unique_ptr<SourcePicture> VideoSource::Take(int number) {
-  for (; reader_ != nullptr && position_ < number; ++position_) {
-    if (!reader_->Skip()) {
-      reader_.reset();
-    }
+void VideoSource::SetTiming(const SourceTiming& timing) {
+  isLayer_ = timing.isLayer;
+  rate_ = timing.rate;
+  const LayerTiming& layer = timing.timing;
+  const bool varies = !info_.times.seconds.empty();
+  // Frames of varying times are found by their times, in steps of the output's own frames.
+  plan_ = {layer.start.value_or(1),
+           StepPerFrame(layer.speed.value_or(PF_RationalScale{1, 1}), varies ? rate_ : info_.rate,
+                        rate_),
+           layer.end.value_or(LayerEnd::kNone)};
+  count_ = info_.times.count;
+  if (varies) {
+    const double last = info_.times.seconds.back();
+    count_ = static_cast<std::int64_t>(last * rate_.num / static_cast<double>(rate_.den)) + 1;
   }
-  std::optional<host::World> world =
-      reader_ != nullptr ? reader_->Next(settings_.depth) : std::nullopt;
-  position_ = number + 1;
+}
+
+int VideoSource::LastFrame() const {
+  // The last frame whose place, rounded down, is below the count.
+  const std::int64_t frames =
+      (std::max<std::int64_t>(count_, 1) * plan_.step.denominator - 1) / plan_.step.numerator;
+  return static_cast<int>(std::min<std::int64_t>(plan_.start + frames, kMostFrameNumber));
+}
+
+std::optional<std::int64_t> VideoSource::PlaceFor(int frame, std::int64_t count) const {
+  const std::optional<std::int64_t> step = plan_.PlaceAt(frame, std::max<std::int64_t>(count, 1));
+  if (!step || info_.times.seconds.empty()) {
+    return step;
+  }
+  return PlaceAtTime(info_.times, static_cast<double>(*step) * rate_.den / rate_.num);
+}
+
+void VideoSource::Prepare(const SourceSettings& settings) {
+  settings_ = settings;
+  const bool repeats =
+      isLayer_ || !info_.times.seconds.empty() || plan_.step.numerator < plan_.step.denominator;
+  mostKept_ = repeats ? 1 : 0;
+  if (plan_.end == LayerEnd::kPingPong) {
+    // Going back begins before the frame that is wanted, and what lies between is kept.
+    const std::uint64_t bytes = static_cast<std::uint64_t>(info_.picture.width) *
+                                static_cast<std::uint64_t>(info_.picture.height) *
+                                static_cast<std::uint64_t>(host::BytesPerPixel(settings.depth));
+    constexpr std::uint64_t kBudget = std::uint64_t{1} << 29;
+    constexpr std::uint64_t kMostKept = 64;
+    mostKept_ = static_cast<std::size_t>(std::clamp<std::uint64_t>(kBudget / bytes, 2, kMostKept));
+  }
+}
+
+void VideoSource::ThrowEnded() const {
+  throw RenderError(Text(info_.path, ": ends after ",
+                         Count(static_cast<std::size_t>(position_), "frame"), " of ",
+                         info_.times.count, " (cut short or damaged)"));
+}
+
+SharedWorld VideoSource::ReadNext() {
+  std::optional<host::World> world = reader_->Next(settings_.depth);
   if (!world) {
-    reader_.reset();
     return nullptr;
   }
-  return std::make_unique<Decoded>(info_.picture, Reduced(std::move(*world), settings_));
+  SharedWorld reduced = Reduced(std::move(*world), settings_);
+  kept_.push_back({position_++, reduced});
+  if (kept_.size() > mostKept_) {
+    kept_.pop_front();
+  }
+  return reduced;
+}
+
+SharedWorld VideoSource::WorldAt(std::int64_t place) {
+  const auto found = std::find_if(kept_.begin(), kept_.end(),
+                                  [place](const Kept& kept) { return kept.place == place; });
+  if (found != kept_.end()) {
+    return found->world;
+  }
+  if (reader_ == nullptr || position_ > place) {
+    const bool back = reader_ != nullptr;
+    const std::int64_t before = static_cast<std::int64_t>(mostKept_) - 1;
+    position_ = back ? std::max<std::int64_t>(place - before, 0) : place;
+    kept_.clear();
+    ended_ = false;
+    reader_ = std::make_unique<VideoReader>(info_, position_);
+  }
+  if (ended_) {
+    return nullptr;
+  }
+  ended_ = true;  // stays so where reading fails
+  while (position_ < place) {
+    if (mostKept_ > 1) {
+      if (ReadNext() == nullptr) {
+        return nullptr;
+      }
+    } else if (reader_->Skip()) {
+      ++position_;
+    } else {
+      return nullptr;
+    }
+  }
+  SharedWorld world = ReadNext();
+  ended_ = world == nullptr;
+  return world;
+}
+
+std::unique_ptr<SourcePicture> VideoSource::Take(int frame) {
+  // More frames may come than were told; at another rate nobody would miss them.
+  const bool mayBeLonger = !isLayer_ && info_.times.seconds.empty();
+  const std::optional<std::int64_t> place =
+      PlaceFor(frame, mayBeLonger ? std::numeric_limits<std::int64_t>::max() : count_);
+  if (!place) {
+    return nullptr;
+  }
+  SharedWorld world = WorldAt(*place);
+  if (world == nullptr) {
+    if (*place < info_.times.count) {
+      ThrowEnded();
+    }
+    return nullptr;
+  }
+  return std::make_unique<Decoded>(info_.picture, std::move(world));
 }
 
 }  // namespace

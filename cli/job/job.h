@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cli/settings/options.h"
 #include "cli/settings/tracks.h"
@@ -13,14 +14,21 @@
 
 namespace veltra::cli {
 
-struct RenderJob {
+/// One effect with its layers and controls, laid onto what the passes before it made.
+struct RenderPass {
   std::shared_ptr<const host::Effect> effect;
-  RenderOptions options;
   std::map<PF_ParamIndex, std::string> layers;  ///< file names as given
   std::map<PF_ParamIndex, Track> tracks;        ///< of every control that was set, layers apart
+  LayerTiming timing;                           ///< of the layers
+  PF_RationalScale layerPixelAspect{1, 1};
 };
 
-/// Runs a job to its end. Throws Error.
+struct RenderJob {
+  RenderOptions options;
+  std::vector<RenderPass> passes;  ///< at least one, in the order in which they are applied
+};
+
+/// Runs a job to its end, or with --dry-run tells what it would do. Throws Error.
 void RunJob(const RenderJob& job);
 
 }  // namespace veltra::cli

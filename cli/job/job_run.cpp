@@ -1,11 +1,11 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Runs a job: frames go from the sources through the effect into the sink, several at once.
+// Runs a job: frames go from the sources through the passes into the sink, several at once.
 #include <algorithm>
-#include <atomic>
 #include <exception>
 #include <filesystem>
 #include <mutex>
+#include <new>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -13,6 +13,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/job/dry_run.h"
 #include "cli/job/frame_render.h"
 #include "cli/job/frame_sink.h"
 #include "cli/job/frame_source.h"
@@ -25,85 +26,120 @@
 namespace veltra::cli {
 namespace {
 
-JobMedia MediaOf(const RenderJob& job) {
-  JobMedia media{InputMedia(job.options.frame), {}, OutputMedia(job.options.output)};
-  for (const auto& [index, path] : job.layers) {
-    media.layers[index] = InputMedia(path);
+// ---- Inputs ----
+
+JobFiles NameFiles(const RenderJob& job) {
+  JobFiles files;
+  files.output = OutputMedia(job.options.output);
+  if (!job.options.frame.empty()) {
+    files.frame.emplace();
+    files.frame->media = InputMedia(job.options.frame);
+    files.frame->pixelAspect = job.options.pixelAspect;
   }
-  return media;
+  for (std::size_t pass = 0; pass < job.passes.size(); ++pass) {
+    for (const auto& [index, path] : job.passes[pass].layers) {
+      JobInput& layer = files.layers.emplace_back();
+      layer.media = InputMedia(path);
+      layer.isLayer = true;
+      layer.timing = job.passes[pass].timing;
+      layer.pixelAspect = job.passes[pass].layerPixelAspect;
+      layer.pass = pass;
+      layer.index = index;
+    }
+  }
+  return files;
 }
 
-/// The opened inputs of a job.
-struct Sources {
-  std::unique_ptr<FrameSource> frame;  ///< null for a transparent frame
-  std::map<PF_ParamIndex, std::unique_ptr<FrameSource>> layers;
+const VideoInfo* FrameVideo(const JobFiles& files) {
+  return files.frame ? files.frame->source->Video() : nullptr;
+}
 
-  explicit Sources(const JobMedia& media) {
-    frame = media.frame.kind != MediaKind::kNone ? OpenSource(media.frame) : nullptr;
-    for (const auto& [index, layer] : media.layers) {
-      layers[index] = OpenSource(layer);
-    }
+/// The output's frames per second: --rate, or the frame's video's, or the first layer video's.
+PF_RationalScale RateOf(const RenderOptions& options, const JobFiles& files) {
+  const VideoInfo* video = FrameVideo(files);
+  if (video != nullptr && !video->times.seconds.empty() && !options.rate) {
+    throw UsageError(Text(video->path, ": its frames come at varying times (give --rate; each ",
+                          "frame of the output then shows what the video shows at its time)"));
   }
+  for (const JobInput& layer : files.layers) {
+    video = video == nullptr ? layer.source->Video() : video;
+  }
+  return options.rate.value_or(video != nullptr ? video->rate : PF_RationalScale{24, 1});
+}
 
-  const VideoInfo* FrameVideo() const { return frame != nullptr ? frame->Video() : nullptr; }
-  const VideoInfo* FirstLayerVideo() const {
-    for (const auto& [index, layer] : layers) {
-      if (layer->Video() != nullptr) {
-        return layer->Video();
-      }
-    }
-    return nullptr;
+/// Refuses what is known to be damaged before any frame is rendered of it.
+void CheckDamage(const RenderOptions& options, const JobInput& input) {
+  const VideoInfo* video = input.source->Video();
+  if (video != nullptr && !video->times.damage.empty() && !options.keepGoing) {
+    throw RenderError(
+        Text(video->path, ": ", video->times.damage, " (--keep-going renders the frames before)"));
   }
-};
+}
+
+/// Opens the inputs and places their frames in the output's time.
+JobFiles OpenFiles(const RenderJob& job) {
+  JobFiles files = NameFiles(job);
+  std::vector<JobInput*> inputs;
+  if (files.frame) {
+    inputs.push_back(&*files.frame);
+  }
+  for (JobInput& layer : files.layers) {
+    inputs.push_back(&layer);
+  }
+  for (JobInput* input : inputs) {
+    input->source = OpenSource(input->media);
+    CheckDamage(job.options, *input);
+  }
+  const PF_RationalScale rate = RateOf(job.options, files);
+  for (JobInput* input : inputs) {
+    input->source->SetTiming({input->isLayer, input->timing, rate});
+  }
+  return files;
+}
 
 /// The pictures of one frame's turn.
 struct TakenFrame {
-  Schedule::Turn turn;
   std::unique_ptr<SourcePicture> frame;
-  std::map<PF_ParamIndex, std::unique_ptr<SourcePicture>> layers;
+  std::vector<std::unique_ptr<SourcePicture>> layers;  ///< as in JobFiles; null is no layer
 };
 
-Schedule MakeSchedule(const RenderJob& job, const JobMedia& media, const Sources& sources) {
-  const VideoInfo* frameVideo = sources.FrameVideo();
-  const VideoInfo* layerVideo =
-      media.frame.kind == MediaKind::kSequence ? nullptr : sources.FirstLayerVideo();
-  const VideoInfo* counted = frameVideo != nullptr ? frameVideo : layerVideo;
-  if (counted == nullptr || job.options.frames) {
-    return {job.options, media};
-  }
-  if (media.output.kind == MediaKind::kStill) {
-    throw UsageError(Text(media.output.Name(), ": which frame of the video? (give --frames, or ",
-                          "an output such as name.####.png)"));
-  }
-  return Schedule::UntilTheEnd(counted->frames);
-}
+// ---- A run ----
 
 /// One run over all frames, from the first look at the inputs to the last word.
 class JobRun {
  public:
   explicit JobRun(const RenderJob& job)
       : job_(job),
-        media_(MediaOf(job)),
-        sink_(MakeSink(media_.output, job.options)),
-        sources_(media_),
-        schedule_(MakeSchedule(job, media_, sources_)) {}
+        options_(job.options),
+        sink_(MakeSink(OutputMedia(job.options.output), job.options)),
+        files_(OpenFiles(job)),
+        rate_(RateOf(options_, files_)),
+        schedule_(options_, files_) {}
 
   void Run();
 
  private:
-  PF_RationalScale Rate() const;
+  using Renderers = std::vector<FrameRenderer>;
+
   void CheckFolder() const;
   PictureInfo LookAtFirst();
+  void LookAhead();
   void Prepare();
   void RenderAll();
-  std::optional<TakenFrame> TakeNext();
-  bool RenderNext(const FrameRenderer& renderer);
+  void TryFrames(const Renderers& renderers);
+  bool RenderNext(const Renderers& renderers);
+  std::optional<TakenFrame> Take(int number);
+  void RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers);
+  bool FrameFailed(const Schedule::Turn& turn, const std::string& message);
+  void CheckSameDepth(int number, const PictureInfo& info) const;
   void WarnOnce(const std::vector<std::string>& lines);
+  void Conclude();
 
   const RenderJob& job_;
-  JobMedia media_;
+  const RenderOptions& options_;
   std::unique_ptr<FrameSink> sink_;
-  Sources sources_;
+  JobFiles files_;
+  PF_RationalScale rate_;
   Schedule schedule_;
   std::unique_ptr<Progress> progress_;
 
@@ -112,25 +148,21 @@ class JobRun {
   Spread spread_;
   std::unique_ptr<host::ThreadPool> pool_;
 
-  std::mutex turnMutex_;  ///< frames are taken one after the other
-  bool stop_ = false;     ///< guarded by `turnMutex_`
+  std::mutex turnMutex_;        ///< frames are taken one after the other
+  bool stop_ = false;           ///< guarded by `turnMutex_`, as the two below
+  std::exception_ptr failure_;  ///< what ended the run
+  std::set<int> failed_;        ///< frames that failed while the run went on
   std::mutex warnMutex_;
   std::set<std::string> warned_;  ///< guarded by `warnMutex_`
 };
 
-PF_RationalScale JobRun::Rate() const {
-  const VideoInfo* video =
-      sources_.FrameVideo() != nullptr ? sources_.FrameVideo() : sources_.FirstLayerVideo();
-  return job_.options.rate.value_or(video != nullptr ? video->rate : PF_RationalScale{24, 1});
-}
-
 /// Found out now rather than after the first render.
 void JobRun::CheckFolder() const {
-  const std::filesystem::path target(media_.output.At(schedule_.First()));
+  const std::filesystem::path target(files_.output.At(schedule_.First()));
   const std::filesystem::path folder = target.parent_path();
   std::error_code ignored;
   if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) {
-    throw RenderError(Text(media_.output.Name(), ": no such folder ", folder.string()));
+    throw RenderError(Text(files_.output.Name(), ": no such folder ", folder.string()));
   }
   if (std::filesystem::is_directory(target, ignored)) {
     throw RenderError(Text(target.string(), ": is a directory"));
@@ -139,47 +171,53 @@ void JobRun::CheckFolder() const {
 
 PictureInfo JobRun::LookAtFirst() {
   const int number = schedule_.Numbers().front();
-  if (sources_.frame != nullptr) {
-    return sources_.frame->Look(number);
+  if (files_.frame) {
+    return files_.frame->source->Look(number);
   }
   PictureInfo info;
   info.channels = 4;
-  info.width = job_.options.size->width;
-  info.height = job_.options.size->height;
-  for (const auto& [index, layer] : sources_.layers) {
-    info.stored = layer->Look(number).stored;  // a transparent frame has its layer's depth
+  info.width = options_.size->width;
+  info.height = options_.size->height;
+  for (const JobInput& layer : files_.layers) {
+    info.stored = layer.source->Look(number).stored;  // a transparent frame has its layer's depth
   }
   return info;
 }
 
-/// Settles depth, threads and memory by the first frame, and tells sources and sink.
-void JobRun::Prepare() {
-  SetPictureThreads(ThreadsOf(job_.options));
+/// Settles size and depth by the first frame.
+void JobRun::LookAhead() {
+  SetPictureThreads(ThreadsOf(options_));
   first_ = LookAtFirst();
-  depth_ = job_.options.depth.value_or(DepthOf(first_));
-  CheckDepth(job_, depth_);
+  depth_ = options_.depth.value_or(DepthOf(first_));
+  for (const RenderPass& pass : job_.passes) {
+    CheckDepth(options_, *pass.effect, depth_);
+  }
+}
+
+/// Settles threads and memory, and tells sources and sink.
+void JobRun::Prepare() {
   const std::uint64_t pixels =
       static_cast<std::uint64_t>(first_.width) * static_cast<std::uint64_t>(first_.height);
   const std::vector<int>& numbers = schedule_.Numbers();
-  spread_ = SpreadOver(job_.options, numbers.size(),
-                       2 * pixels * static_cast<std::uint64_t>(host::BytesPerPixel(depth_)));
+  const std::uint64_t worlds = job_.passes.size() > 1 ? 3 : 2;
+  spread_ = SpreadOver(options_, numbers.size(),
+                       worlds * pixels * static_cast<std::uint64_t>(host::BytesPerPixel(depth_)));
   // Frames in flight work on their own threads; the pool has those that are left.
   pool_ = std::make_unique<host::ThreadPool>(std::max(1, spread_.threads - spread_.frames + 1));
 
-  sink_->Prepare({depth_, Rate(), numbers, sources_.FrameVideo(), pool_.get()}, first_);
-  SourceSettings settings{depth_,
-                          job_.options.downsample,
-                          {1, 1},
-                          Rate(),
-                          numbers.size() > 1 || schedule_.HasOpenEnd(),
-                          pool_.get()};
-  for (const auto& [index, layer] : sources_.layers) {
-    settings.pixelAspect = job_.options.layerPixelAspect;
-    layer->Prepare(settings);
+  sink_->Prepare({depth_, rate_, numbers, FrameVideo(files_), pool_.get()}, first_);
+  SourceSettings settings;
+  settings.depth = depth_;
+  settings.downsample = options_.downsample;
+  settings.manyFrames = numbers.size() > 1 || schedule_.HasOpenEnd();
+  settings.pool = pool_.get();
+  for (JobInput& layer : files_.layers) {
+    settings.pixelAspect = layer.pixelAspect;
+    layer.source->Prepare(settings);
   }
-  if (sources_.frame != nullptr) {
-    settings.pixelAspect = job_.options.pixelAspect;
-    sources_.frame->Prepare(settings);
+  if (files_.frame) {
+    settings.pixelAspect = files_.frame->pixelAspect;
+    files_.frame->source->Prepare(settings);
   }
 }
 
@@ -192,121 +230,202 @@ void JobRun::WarnOnce(const std::vector<std::string>& lines) {
   }
 }
 
-/// The pictures of the next frame; nothing when there is none. A layer's video may end early: from
-/// then on there is no layer.
-std::optional<TakenFrame> JobRun::TakeNext() {
-  const std::lock_guard lock(turnMutex_);
-  ThrowIfInterrupted();
-  const std::optional<Schedule::Turn> turn = schedule_.Next();
-  if (stop_ || !turn) {
-    return std::nullopt;
-  }
+/// The pictures of a frame; nothing after the end of the frame's video.
+std::optional<TakenFrame> JobRun::Take(int number) {
   TakenFrame taken;
-  taken.turn = *turn;
-  bool any = sources_.frame != nullptr && sources_.frame->Video() != nullptr;
-  if (sources_.frame != nullptr) {
-    taken.frame = sources_.frame->Take(turn->number);
+  if (files_.frame) {
+    taken.frame = files_.frame->source->Take(number);
     if (taken.frame == nullptr) {
-      if (!schedule_.HasOpenEnd()) {
-        throw RenderError(Text(media_.frame.Name(), ": has no frame ", turn->number));
-      }
       return std::nullopt;
     }
   }
-  for (const auto& [index, layer] : sources_.layers) {
-    taken.layers[index] = layer->Take(turn->number);
-    any = any || (layer->Video() != nullptr && taken.layers[index] != nullptr);
+  for (JobInput& layer : files_.layers) {
+    taken.layers.push_back(layer.source->Take(number));
   }
-  if (schedule_.HasOpenEnd() && !any) {
-    return std::nullopt;
-  }
-  schedule_.Advance();
   return taken;
 }
 
-/// Takes the next frame, if there is one, and does all there is to do for it.
-bool JobRun::RenderNext(const FrameRenderer& renderer) {
-  std::optional<TakenFrame> taken = TakeNext();
-  if (!taken) {
-    return false;
+/// Frames of one sequence that differ in depth would come out differently in another run, which
+/// begins with another of them.
+void JobRun::CheckSameDepth(int number, const PictureInfo& info) const {
+  if (!options_.depth && DepthOf(info) != depth_) {
+    throw RenderError(Text(files_.frame->media.At(number), ": has depth ",
+                           host::DepthName(DepthOf(info)), " where the first frame has ",
+                           host::DepthName(depth_), " (give --depth)"));
   }
-  const PictureInfo& info = taken->frame != nullptr ? taken->frame->Info() : first_;
+}
+
+/// Lays pass after pass onto the frame and writes what comes out.
+void JobRun::RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers) {
+  const PictureInfo& info = taken.frame != nullptr ? taken.frame->Info() : first_;
   FrameInputs inputs;
   inputs.width = info.width;
   inputs.height = info.height;
-  for (const auto& [index, picture] : taken->layers) {
-    inputs.layers[index] = picture != nullptr ? picture->Read() : nullptr;
-  }
-  if (taken->frame != nullptr) {
-    inputs.readFrame = [&frame = *taken->frame] { return frame.Read(); };
+  if (taken.frame != nullptr) {
+    CheckSameDepth(turn.number, info);
+    inputs.readFrame = [&frame = *taken.frame] { return frame.Read(); };
   }
   std::function<void(double)> within;
-  if (schedule_.Numbers().size() == 1) {
+  if (schedule_.Numbers().size() == 1 && renderers.size() == 1) {
     within = [this](double fraction) { progress_->Within(fraction); };
   }
-  const RenderedFrame rendered = renderer.Render(taken->turn.number, inputs, within);
+  host::World picture;
+  for (std::size_t pass = 0; pass < renderers.size(); ++pass) {
+    inputs.layers.clear();
+    for (std::size_t i = 0; i < files_.layers.size(); ++i) {
+      if (files_.layers[i].pass == pass && taken.layers[i] != nullptr) {
+        inputs.layers[files_.layers[i].index] = taken.layers[i]->Read();
+      }
+    }
+    RenderedFrame rendered = renderers[pass].Render(turn.number, inputs, within);
+    WarnOnce(rendered.warnings);
+    if (pass + 1 < renderers.size()) {
+      auto shared = std::make_shared<const host::World>(std::move(rendered.picture));
+      inputs.readFrame = [shared = std::move(shared)] { return shared; };
+    } else {
+      picture = std::move(rendered.picture);
+    }
+  }
   inputs = {};  // not needed while writing
-  WarnOnce(rendered.warnings);
-  const std::string path =
-      sink_->Write({taken->turn.index, taken->turn.number, info}, rendered.picture);
-  progress_->FrameDone(taken->turn.number, path);
+  const std::string path = sink_->Write({turn.index, turn.number, info}, picture);
+  progress_->FrameDone(turn.number, path);
+}
+
+/// Notes a frame that failed where the run may go on without it.
+bool JobRun::FrameFailed(const Schedule::Turn& turn, const std::string& message) {
+  if (!options_.keepGoing) {
+    return false;
+  }
+  progress_->FrameFailed(turn.number, message);
+  const bool ends = sink_->EndBefore(turn.index);
+  const std::lock_guard lock(turnMutex_);
+  failed_.insert(turn.number);
+  stop_ = stop_ || ends;
   return true;
 }
 
-void JobRun::RenderAll() {
-  const FrameRenderer renderer(job_, depth_, schedule_.First(), schedule_.Last(), Rate(),
-                               pool_.get());
-  std::exception_ptr failure;
-  const auto work = [&] {
-    try {
-      while (RenderNext(renderer)) {
-      }
-    } catch (...) {
+/// Takes the next frame, if there is one, and does all there is to do for it.
+bool JobRun::RenderNext(const Renderers& renderers) {
+  Schedule::Turn turn;
+  try {
+    std::optional<TakenFrame> taken;
+    {
       const std::lock_guard lock(turnMutex_);
-      failure = failure == nullptr ? std::current_exception() : failure;
-      stop_ = true;
-      sink_->GiveUp();
+      ThrowIfInterrupted();
+      const std::optional<Schedule::Turn> next = schedule_.Next();
+      if (stop_ || !next) {
+        return false;
+      }
+      turn = *next;
+      schedule_.Advance();
+      taken = Take(turn.number);
+      if (!taken) {
+        stop_ = true;
+        return false;
+      }
     }
-  };
+    RenderTaken(turn, std::move(*taken), renderers);
+  } catch (const RenderError& error) {
+    if (!FrameFailed(turn, error.what())) {
+      throw;
+    }
+  } catch (const std::bad_alloc&) {
+    if (!FrameFailed(turn, "not enough memory")) {
+      throw;
+    }
+  }
+  return true;
+}
+
+/// Renders frames until there are no more, or one of them ends the run.
+void JobRun::TryFrames(const Renderers& renderers) {
+  try {
+    while (RenderNext(renderers)) {
+    }
+  } catch (...) {
+    {
+      const std::lock_guard lock(turnMutex_);
+      failure_ = failure_ == nullptr ? std::current_exception() : failure_;
+      stop_ = true;
+    }
+    sink_->EndBefore(0);
+  }
+}
+
+void JobRun::RenderAll() {
+  Renderers renderers;
+  const FrameSettings frames{depth_, schedule_.Last(), rate_, pool_.get()};
+  for (const RenderPass& pass : job_.passes) {
+    renderers.emplace_back(options_, pass, frames, &pass != &job_.passes.back());
+  }
   std::vector<std::thread> helpers;
   try {
     for (int i = 1; i < spread_.frames; ++i) {
-      helpers.emplace_back(work);
+      helpers.emplace_back([&] { TryFrames(renderers); });
     }
   } catch (const std::system_error&) {
     // No more threads to be had: those that there are do it all.
   }
-  work();
+  TryFrames(renderers);
   for (std::thread& helper : helpers) {
     helper.join();
   }
   ThrowIfInterrupted();
-  if (failure != nullptr) {
-    std::rethrow_exception(failure);
+  if (failure_ != nullptr) {
+    std::rethrow_exception(failure_);
   }
 }
 
+/// The last word: what failed while the run went on.
+void JobRun::Conclude() {
+  if (failed_.empty()) {
+    progress_->Finish(options_.output);
+    return;
+  }
+  throw RenderError(Text(options_.output, ": ", Count(failed_.size(), "frame"),
+                         " failed: ", NumbersText({failed_.begin(), failed_.end()})));
+}
+
 void JobRun::Run() {
-  schedule_.CheckOutputs(job_.options, media_.output);
+  schedule_.CheckOutputs(options_, files_.output);
   progress_ = std::make_unique<Progress>(
-      job_.options.progress, static_cast<int>(schedule_.Numbers().size() + schedule_.LeftOut()));
-  if (!schedule_.Numbers().empty()) {
-    WarnOnce(schedule_.CheckInputs(job_.options, media_));
+      options_, static_cast<int>(schedule_.Numbers().size() + schedule_.LeftOut()));
+  const bool any = !schedule_.Numbers().empty();
+  if (any) {
+    WarnOnce(schedule_.CheckInputs(options_, files_));
     CheckFolder();
-    Prepare();
+    LookAhead();
+  }
+  if (options_.dryRun) {
+    PrintDryRun(job_, files_, schedule_, {depth_, schedule_.Last(), rate_, nullptr}, first_);
+    return;
   }
   progress_->Skip(static_cast<int>(schedule_.LeftOut()));
-  if (!schedule_.Numbers().empty()) {
+  if (any) {
+    Prepare();
     RenderAll();
     WarnOnce(sink_->Finish());
   }
-  progress_->Finish(job_.options.output);
+  Conclude();
 }
 
 }  // namespace
 
 void RunJob(const RenderJob& job) {
-  JobRun(job).Run();
+  const auto tell = [&job](const char* message) {
+    if (job.options.progress == ProgressStyle::kJson) {
+      PrintErrorEvent(std::nullopt, message);
+    }
+  };
+  try {
+    JobRun(job).Run();
+  } catch (const Error& error) {
+    tell(error.what());
+    throw;
+  } catch (const std::bad_alloc&) {
+    tell("not enough memory");
+    throw;
+  }
 }
 
 }  // namespace veltra::cli

@@ -10,6 +10,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 
 #include "base/print.h"
@@ -53,7 +54,22 @@ std::string Percent(double share) {
   return Text(std::string(3 - std::min<std::size_t>(text.size(), 3), ' '), text, "%");
 }
 
+void PrintObject(const nlohmann::ordered_json& object) {
+  using Handler = nlohmann::ordered_json::error_handler_t;
+  Print(stdout, object.dump(-1, ' ', false, Handler::replace), "\n");
+  Flush(stdout);
+}
+
 }  // namespace
+
+void PrintErrorEvent(std::optional<int> frame, const std::string& message) {
+  nlohmann::ordered_json object = {{"event", "error"}};
+  if (frame) {
+    object["frame"] = *frame;
+  }
+  object["message"] = message;
+  PrintObject(object);
+}
 
 std::string DurationText(double seconds) {
   constexpr double kFine = 9.95;
@@ -72,8 +88,8 @@ std::string DurationText(double seconds) {
   return Text(whole / (kMinute * kMinute), ":", TwoDigits(whole / kMinute % kMinute), end);
 }
 
-Progress::Progress(ProgressStyle style, int totalFrames)
-    : style_(Resolve(style)), total_(std::max(totalFrames, 1)) {}
+Progress::Progress(const RenderOptions& options, int totalFrames)
+    : style_(Resolve(options.progress)), quiet_(options.quiet), total_(std::max(totalFrames, 0)) {}
 
 Progress::~Progress() {
   ClearBar();
@@ -81,6 +97,10 @@ Progress::~Progress() {
 
 double Progress::Seconds() const {
   return std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+double Progress::Share() const {
+  return total_ > 0 ? std::min((done_ + skipped_ + within_) / total_, 1.0) : 0.0;
 }
 
 void Progress::Within(double fraction) {
@@ -97,6 +117,7 @@ void Progress::FrameDone(int frame, const std::string& path) {
   const std::lock_guard lock(mutex_);
   ++done_;
   within_ = 0;
+  total_ = total_ > 0 ? std::max(total_, done_ + skipped_) : 0;
   if (style_ == ProgressStyle::kBar) {
     DrawBar(false);
   } else if (style_ == ProgressStyle::kLines) {
@@ -112,28 +133,31 @@ void Progress::Skip(int frames) {
 }
 
 void Progress::PrintLine() {
-  const int tenth = kTenths * (done_ + skipped_) / total_;
+  const int all = done_ + skipped_;
+  constexpr int kFramesPerLine = 100;
+  if (total_ == 0 && done_ % kFramesPerLine == 0) {
+    Print(stderr, Count(static_cast<std::size_t>(all), "frame"), ", ", DurationText(Seconds()),
+          "\n");
+  }
+  const int tenth = total_ > 0 ? static_cast<int>(std::int64_t{kTenths} * all / total_) : 0;
   if (total_ > 1 && tenth > lastTenth_) {
     lastTenth_ = tenth;
-    const std::string line =
-        Text(Percent(static_cast<double>(tenth) / kTenths), "  ", done_ + skipped_, " of ", total_,
-             " frames, ", DurationText(Seconds()), "\n");
-    Print(stderr, line);
+    Print(stderr, Percent(static_cast<double>(tenth) / kTenths), "  ", all, " of ", total_,
+          " frames, ", DurationText(Seconds()), "\n");
   }
 }
 
 void Progress::PrintJson(const char* event, int frame, const std::string& path) {
-  nlohmann::ordered_json line = {
-      {"event", event}, {"done", done_ + skipped_}, {"total", total_}, {"seconds", Seconds()}};
+  nlohmann::ordered_json line = {{"event", event}, {"done", done_ + skipped_}};
+  line["total"] = total_ > 0 ? nlohmann::ordered_json(total_) : nlohmann::ordered_json();
+  line["seconds"] = Seconds();
   if (event == std::string_view("frame")) {
     line["frame"] = frame;
   }
   if (!path.empty()) {
     line["output"] = path;
   }
-  using Handler = nlohmann::ordered_json::error_handler_t;
-  Print(stdout, line.dump(-1, ' ', false, Handler::replace), "\n");
-  Flush(stdout);
+  PrintObject(line);
 }
 
 void Progress::DrawBar(bool last) {
@@ -143,14 +167,16 @@ void Progress::DrawBar(bool last) {
     return;
   }
   lastDraw_ = now;
-  const double share = (done_ + skipped_ + within_) / total_;
+  const double share = Share();
   const double rendered = done_ + within_;
   const double rate = rendered / std::max(Seconds(), 1e-9);
+  const std::string fps = Decimals(rate, rate < 10 ? 2 : 0);
   const double left = rendered > 0 ? (total_ - skipped_ - rendered) / rate : 0;
   const std::string numbers =
-      total_ == 1 ? Text(" ", Percent(share), "  ", DurationText(left), " left")
-                  : Text(" ", done_ + skipped_, "/", total_, "  ",
-                         Decimals(rate, rate < 10 ? 2 : 0), " fps  ", DurationText(left), " left");
+      total_ == 1   ? Text(" ", Percent(share), "  ", DurationText(left), " left")
+      : total_ == 0 ? Text(" ", Count(static_cast<std::size_t>(done_), "frame"), "  ", fps, " fps")
+                    : Text(" ", done_ + skipped_, "/", total_, "  ", fps, " fps  ",
+                           DurationText(left), " left");
   constexpr int kLongestBar = 40;
   const int cells =
       std::clamp(TerminalColumns() - static_cast<int>(numbers.size()) - 4, 0, kLongestBar);
@@ -184,11 +210,20 @@ void Progress::Finish(const std::string& what) {
 
 void Progress::Warn(const std::string& line) {
   const std::lock_guard lock(mutex_);
-  if (style_ == ProgressStyle::kNone) {
-    return;
+  if (!quiet_) {
+    ClearBar();
+    Print(stderr, "veltra: warning: ", line, "\n");
   }
-  ClearBar();
-  Print(stderr, "veltra: warning: ", line, "\n");
+}
+
+void Progress::FrameFailed(int frame, const std::string& message) {
+  const std::lock_guard lock(mutex_);
+  if (style_ == ProgressStyle::kJson) {
+    PrintErrorEvent(frame, message);
+  } else if (!quiet_) {
+    ClearBar();
+    Print(stderr, "veltra: frame ", frame, ": ", message, "\n");
+  }
 }
 
 }  // namespace veltra::cli

@@ -15,26 +15,18 @@
 namespace veltra::cli {
 namespace {
 
-/// Those of ascending numbers for which there is a file, and those for which there is none.
-struct Presence {
-  std::vector<int> there;
-  std::vector<int> missing;
-};
-
-Presence LookFor(const Media& media, const std::vector<int>& numbers) {
-  Presence presence;
-  for (const int number : numbers) {
-    std::error_code ignored;
-    const bool there = std::filesystem::exists(media.At(number), ignored);
-    (there ? presence.there : presence.missing).push_back(number);
-  }
-  return presence;
-}
-
 /// "in.####.png: 2 frames missing: 3, 5 (...)", with the way out.
 std::string MissingFramesText(const std::string& pattern, const std::vector<int>& missing) {
   return Text(pattern, ": ", Count(missing.size(), "frame"), " missing: ", NumbersText(missing),
               " (--skip-missing leaves them out)");
+}
+
+std::string MissingText(const JobInput& input, const std::vector<int>& missing) {
+  if (input.media.kind != MediaKind::kVideo) {
+    return MissingFramesText(input.media.Name(), missing);
+  }
+  return Text(input.media.Name(), ": has no frame ", NumbersText(missing), " (its frames are 1-",
+              input.source->LastFrame(), "; --skip-missing leaves others out)");
 }
 
 std::vector<int> SequenceNumbers(const RenderOptions& options, const Media& sequence) {
@@ -49,17 +41,40 @@ std::vector<int> SequenceNumbers(const RenderOptions& options, const Media& sequ
   return numbers;
 }
 
-/// The sequence that tells which frames there are: the frame, or else a layer.
-const Media* CountedSequence(const JobMedia& media) {
-  const Media* counted = media.frame.kind == MediaKind::kSequence ? &media.frame : nullptr;
-  for (const auto& [index, layer] : media.layers) {
-    counted = counted == nullptr && layer.kind == MediaKind::kSequence ? &layer : counted;
+/// The input that tells which frames there are: the frame where it is a sequence or a video, or
+/// else the first layer that is, a video before a sequence. Null where nothing counts.
+const JobInput* CountedInput(const JobFiles& files) {
+  const auto counts = [](const JobInput& input, MediaKind kind) {
+    return input.media.kind == kind && (kind == MediaKind::kVideo || !input.timing.IsSet());
+  };
+  for (const MediaKind kind : {MediaKind::kVideo, MediaKind::kSequence}) {
+    if (files.frame && counts(*files.frame, kind)) {
+      return &*files.frame;
+    }
   }
-  return counted;
+  const LayerEnd none = LayerEnd::kNone;
+  for (const MediaKind kind : {MediaKind::kVideo, MediaKind::kSequence}) {
+    for (const JobInput& layer : files.layers) {
+      if (counts(layer, kind) && layer.timing.end.value_or(none) == none) {
+        return &layer;
+      }
+    }
+  }
+  return nullptr;
 }
 
-std::vector<int> FrameNumbers(const RenderOptions& options, const JobMedia& media) {
-  const Media& output = media.output;
+/// All frames for which a video has something.
+std::vector<int> VideoNumbers(const JobInput& video) {
+  const int first = std::max(video.timing.start.value_or(1), 0);
+  std::vector<int> numbers;
+  for (int number = first; number <= std::max(video.source->LastFrame(), first); ++number) {
+    numbers.push_back(number);
+  }
+  return numbers;
+}
+
+std::vector<int> FrameNumbers(const RenderOptions& options, const JobFiles& files) {
+  const Media& output = files.output;
   const bool outputCounts = output.kind == MediaKind::kSequence || output.kind == MediaKind::kVideo;
   if (options.frames) {
     std::vector<int> numbers = options.frames->Numbers();
@@ -69,18 +84,23 @@ std::vector<int> FrameNumbers(const RenderOptions& options, const JobMedia& medi
     }
     return numbers;
   }
-  const Media* counted = CountedSequence(media);
-  if (counted != nullptr && !outputCounts) {
-    throw UsageError(Text(counted->Name(),
-                          ": which frame? (give --frames, or an output such as name.####.png)"));
+  const JobInput* counted = CountedInput(files);
+  if (counted == nullptr && !outputCounts) {
+    return {0};
   }
-  if (counted != nullptr) {
-    return SequenceNumbers(options, *counted);
-  }
-  if (outputCounts) {
+  if (counted == nullptr) {
     throw UsageError(Text(output.Name(), ": which frames? (give --frames, such as 1-240)"));
   }
-  return {0};
+  const bool video = counted->media.kind == MediaKind::kVideo;
+  if (!outputCounts && video) {
+    throw UsageError(Text(output.Name(), ": which frame of the video? (give --frames, or an ",
+                          "output such as name.####.png)"));
+  }
+  if (!outputCounts) {
+    throw UsageError(Text(counted->media.Name(),
+                          ": which frame? (give --frames, or an output such as name.####.png)"));
+  }
+  return video ? VideoNumbers(*counted) : SequenceNumbers(options, counted->media);
 }
 
 std::uint64_t AvailableMemory() {
@@ -100,62 +120,73 @@ std::uint64_t AvailableMemory() {
 
 }  // namespace
 
-Schedule::Schedule(const RenderOptions& options, const JobMedia& media) {
-  SetNumbers(FrameNumbers(options, media));
-}
-
-Schedule Schedule::UntilTheEnd(int told) {
-  Schedule schedule;
-  schedule.openEnd_ = true;
-  schedule.SetNumbers(FrameRange{1, std::max(1, told), 1}.Numbers());
-  return schedule;
-}
-
-void Schedule::SetNumbers(std::vector<int> numbers) {
-  numbers_ = std::move(numbers);
-  first_ = numbers_.front();
-  last_ = numbers_.back();
-}
+Schedule::Schedule(const RenderOptions& options, const JobFiles& files)
+    : numbers_(FrameNumbers(options, files)),
+      first_(numbers_.front()),
+      last_(numbers_.back()),
+      openEnd_(!options.frames && files.frame && files.frame->media.kind == MediaKind::kVideo) {}
 
 void Schedule::CheckOutputs(const RenderOptions& options, const Media& output) {
   if (!options.noClobber && !options.resume) {
     return;
   }
-  Presence outputs = LookFor(output, numbers_);
+  std::vector<int> there;
+  std::vector<int> missing;
+  for (const int number : numbers_) {
+    std::error_code ignored;
+    (std::filesystem::exists(output.At(number), ignored) ? there : missing).push_back(number);
+  }
   if (options.resume) {
-    leftOut_ += outputs.there.size();
-    numbers_ = std::move(outputs.missing);
-  } else if (!outputs.there.empty()) {
+    leftOut_ += there.size();
+    numbers_ = std::move(missing);
+  } else if (!there.empty()) {
     throw RenderError(output.kind == MediaKind::kSequence
-                          ? Text(output.Name(), ": already there: ", NumbersText(outputs.there))
-                          : Text(output.At(outputs.there.front()), ": already there"));
+                          ? Text(output.Name(), ": already there: ", NumbersText(there))
+                          : Text(output.At(there.front()), ": already there"));
+  }
+}
+
+void Schedule::CheckInput(const RenderOptions& options, const JobInput& input,
+                          std::vector<std::string>& notes) {
+  std::vector<int> kept;
+  std::vector<int> missing;
+  std::vector<int> without;
+  for (const int number : numbers_) {
+    const Presence presence = input.source->Has(number);
+    (presence == Presence::kMissing ? missing : kept).push_back(number);
+    if (presence == Presence::kNothing) {
+      without.push_back(number);
+    }
+  }
+  const std::string& name = input.media.Name();
+  if (!missing.empty() && !options.skipMissing) {
+    throw RenderError(MissingText(input, missing));
+  }
+  if (!missing.empty() && kept.empty()) {
+    throw RenderError(input.media.kind == MediaKind::kVideo ? MissingText(input, missing)
+                                                            : Text(name, ": no such files"));
+  }
+  if (!missing.empty()) {
+    leftOut_ += missing.size();
+    notes.push_back(Text(name, ": left out ", NumbersText(missing)));
+    numbers_ = std::move(kept);
+  }
+  if (!without.empty() && without.size() == numbers_.size()) {
+    notes.push_back(Text(name, ": shows in none of the frames (see --layer-start)"));
+  } else if (!without.empty() && !input.timing.end) {
+    notes.push_back(Text(name, ": no layer in ", NumbersText(without),
+                         " (--layer-end hold, loop or ping-pong continues it)"));
   }
 }
 
 std::vector<std::string> Schedule::CheckInputs(const RenderOptions& options,
-                                               const JobMedia& media) {
-  std::vector<const Media*> inputs = {&media.frame};
-  for (const auto& [index, layer] : media.layers) {
-    inputs.push_back(&layer);
-  }
+                                               const JobFiles& files) {
   std::vector<std::string> notes;
-  for (const Media* input : inputs) {
-    if (input->kind != MediaKind::kSequence) {
-      continue;
-    }
-    Presence frames = LookFor(*input, numbers_);
-    if (frames.missing.empty()) {
-      continue;
-    }
-    if (!options.skipMissing) {
-      throw RenderError(MissingFramesText(input->Name(), frames.missing));
-    }
-    if (frames.there.empty()) {
-      throw RenderError(Text(input->Name(), ": no such files"));
-    }
-    leftOut_ += frames.missing.size();
-    notes.push_back(Text(input->Name(), ": left out ", NumbersText(frames.missing)));
-    numbers_ = std::move(frames.there);
+  if (files.frame) {
+    CheckInput(options, *files.frame, notes);
+  }
+  for (const JobInput& layer : files.layers) {
+    CheckInput(options, layer, notes);
   }
   return notes;
 }

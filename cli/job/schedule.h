@@ -5,41 +5,50 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/job/frame_source.h"
 #include "cli/job/media.h"
 #include "cli/settings/options.h"
 #include "host_api/types.h"
 
 namespace veltra::cli {
 
-/// The files that a job reads and writes.
-struct JobMedia {
-  Media frame;  ///< kind none for a transparent frame
-  std::map<PF_ParamIndex, Media> layers;
+/// One input of a job.
+struct JobInput {
+  Media media;
+  std::unique_ptr<FrameSource> source;
+  bool isLayer = false;
+  LayerTiming timing;                  ///< of a layer
+  PF_RationalScale pixelAspect{1, 1};  ///< of its pictures
+  std::size_t pass = 0;                ///< of a layer: the pass and the control that it is for
+  PF_ParamIndex index = 0;
+};
+
+/// The files that a job reads, opened, and those that it writes.
+struct JobFiles {
+  std::optional<JobInput> frame;  ///< absent for a transparent frame
+  std::vector<JobInput> layers;
   Media output;
 };
 
 /// The frames of a run. Not for several threads at once.
 class Schedule {
  public:
-  /// The frames of --frames, or those that the input sequence has on disk; one frame when nothing
-  /// counts. Throws UsageError when it cannot be told, and RenderError when what is on disk has
-  /// holes that nobody asked to skip.
-  Schedule(const RenderOptions& options, const JobMedia& media);
-  /// All frames of a video, counted from 1: `told` of them as far as it tells, 0 when it does not.
-  /// The run goes on until the video ends.
-  static Schedule UntilTheEnd(int told);
+  /// The frames of --frames, or those that the input sequence has on disk, or all of the input
+  /// video; one frame when nothing counts. Throws UsageError when it cannot be told, and
+  /// RenderError when what is on disk has holes that nobody asked to skip.
+  Schedule(const RenderOptions& options, const JobFiles& files);
 
   /// Frame numbers before any was left out; there is at least one.
   int First() const { return first_; }
   int Last() const { return last_; }
   /// The frames that are to be rendered.
   const std::vector<int>& Numbers() const { return numbers_; }
-  /// Whether more frames than these may come.
+  /// Whether more frames than these may come: the frame's video goes on until it ends.
   bool HasOpenEnd() const { return openEnd_; }
   /// How many were left out.
   std::size_t LeftOut() const { return leftOut_; }
@@ -47,9 +56,10 @@ class Schedule {
   /// Leaves out the frames whose output is there already (--resume), or refuses to overwrite
   /// (--no-clobber). Throws RenderError.
   void CheckOutputs(const RenderOptions& options, const Media& output);
-  /// Refuses or leaves out (--skip-missing) the frames of which a sequence has no file. Returns a
-  /// line for each sequence of which frames were left out. Throws RenderError.
-  std::vector<std::string> CheckInputs(const RenderOptions& options, const JobMedia& media);
+  /// Refuses or leaves out (--skip-missing) the frames for which an input is missing. Returns a
+  /// line for each input of which frames were left out, and for each layer that does not show in
+  /// every frame and was not told when it ends. Throws RenderError.
+  std::vector<std::string> CheckInputs(const RenderOptions& options, const JobFiles& files);
 
   /// One frame's turn.
   struct Turn {
@@ -62,8 +72,8 @@ class Schedule {
   void Advance() { ++next_; }
 
  private:
-  Schedule() = default;
-  void SetNumbers(std::vector<int> numbers);
+  void CheckInput(const RenderOptions& options, const JobInput& input,
+                  std::vector<std::string>& notes);
 
   std::vector<int> numbers_;
   int first_ = 0;

@@ -114,12 +114,17 @@ std::vector<int> FramesOnDisk(const FileName& name) {
   return numbers;
 }
 
-std::vector<int> HolesIn(const std::vector<int>& numbers) {
-  constexpr std::int64_t kMost = 1'000'000;
+std::int64_t StepOf(const std::vector<int>& numbers) {
   std::int64_t step = 0;
   for (std::size_t i = 1; i < numbers.size(); ++i) {
     step = std::gcd(step, std::int64_t{numbers[i]} - numbers[i - 1]);
   }
+  return step;
+}
+
+std::vector<int> HolesIn(const std::vector<int>& numbers) {
+  constexpr std::int64_t kMost = 1'000'000;
+  const std::int64_t step = StepOf(numbers);
   std::vector<int> holes;
   if (step == 0 || (std::int64_t{numbers.back()} - numbers.front()) / step > kMost) {
     return holes;

@@ -3,6 +3,7 @@
 // File names that stand for one file per frame.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,9 @@ class FileName {
 
 /// The frame numbers for which a sequence has files, ascending.
 std::vector<int> FramesOnDisk(const FileName& name);
+
+/// The largest step that meets all of ascending numbers from the first on; 0 for fewer than two.
+std::int64_t StepOf(const std::vector<int>& numbers);
 
 /// The numbers that are left out between the first and the last of ascending ones, going by the
 /// largest step that meets them all: none in 1, 4, 7, and 5 in 1, 3, 7. None either where

@@ -39,6 +39,17 @@ bool ParseQuality(std::string_view text) {
   ThrowNotA(text, "a quality", "best or draft");
 }
 
+constexpr std::array<const char*, 4> kLayerEnds = {"none", "hold", "loop", "ping-pong"};
+
+LayerEnd ParseLayerEnd(std::string_view text) {
+  for (std::size_t i = 0; i < kLayerEnds.size(); ++i) {
+    if (text == kLayerEnds[i]) {
+      return static_cast<LayerEnd>(i);
+    }
+  }
+  ThrowNotA(text, "an end for a layer", "none, hold, loop or ping-pong");
+}
+
 ProgressStyle ParseProgress(std::string_view text) {
   constexpr std::array<std::string_view, 5> kNames = {"auto", "bar", "lines", "json", "none"};
   for (std::size_t i = 0; i < kNames.size(); ++i) {
@@ -93,18 +104,37 @@ constexpr std::array kSpecs = {
                true, false, "",
                [](RenderOptions& o, std::string_view t) { o.classic = ParseSwitch(t); }},
 
-    OptionSpec{"frames", "", "RANGE", kSequences, "the frames to render: 12, 1-240 or 1-240x2",
-               true, false, "",
+    OptionSpec{"frames", "", "LIST", kSequences,
+               "the frames to render: 12, 1-240, 1-240x2 or 1,5,10-20,30-60x2", true, false, "",
                [](RenderOptions& o, std::string_view t) { o.frames = ParseFrames(t); }},
     OptionSpec{"rate", "r", "FPS", kSequences,
                "frames per second, such as 25 or 30000/1001 (default: the video's, or 24)", true,
                false, "", [](RenderOptions& o, std::string_view t) { o.rate = ParseRatio(t); }},
+    OptionSpec{
+        "layer-start", "", "FRAME", kSequences,
+        "the frame that shows the first frame of the layer's sequence or video", true, false, "",
+        [](RenderOptions& o, std::string_view t) {
+          o.layerTiming.start = ParseInteger(t, -kMostFrameNumber, kMostFrameNumber);
+        }},
+    OptionSpec{"layer-end", "", "KIND", kSequences,
+               "what follows the layer's last frame: none (default), hold, loop or ping-pong", true,
+               false, "none hold loop ping-pong",
+               [](RenderOptions& o, std::string_view t) { o.layerTiming.end = ParseLayerEnd(t); }},
+    OptionSpec{"layer-speed", "", "RATIO", kSequences,
+               "how fast the layer plays: 2, 0.5 or 24/25 (default 1)", true, false, "",
+               [](RenderOptions& o, std::string_view t) { o.layerTiming.speed = ParseRatio(t); }},
     OptionSpec{"skip-missing", "", "", kSequences, "leave out frames whose input is missing", true,
                false, "",
                [](RenderOptions& o, std::string_view t) { o.skipMissing = ParseSwitch(t); }},
     OptionSpec{"resume", "", "", kSequences, "leave out frames whose output is there already",
                false, false, "",
                [](RenderOptions& o, std::string_view t) { o.resume = ParseSwitch(t); }},
+    OptionSpec{"keep-going", "", "", kSequences,
+               "render on past frames that fail; they are listed at the end", false, false, "",
+               [](RenderOptions& o, std::string_view t) { o.keepGoing = ParseSwitch(t); }},
+    OptionSpec{"dry-run", "", "", kSequences,
+               "only tell what would be read and written, and each frame's settings", false, false,
+               "", [](RenderOptions& o, std::string_view t) { o.dryRun = ParseSwitch(t); }},
     OptionSpec{"save-scene", "", "FILE", kSequences,
                "write all of this as a scene file; renders too when there is an output", false,
                true, "", [](RenderOptions& o, std::string_view t) { o.saveScene = t; }},
@@ -140,7 +170,8 @@ constexpr std::array kSpecs = {
                }},
     OptionSpec{"quiet", "", "", kRunning, "no progress and no warnings", false, false, "",
                [](RenderOptions& o, std::string_view t) {
-                 o.progress = ParseSwitch(t) ? ProgressStyle::kNone : ProgressStyle::kAuto;
+                 o.quiet = ParseSwitch(t);
+                 o.progress = o.quiet ? ProgressStyle::kNone : o.progress;
                }},
     OptionSpec{"progress", "", "KIND", kRunning, "auto, bar, lines, json or none", false, false,
                "auto bar lines json none",
@@ -160,6 +191,10 @@ const OptionSpec* FindOption(std::string_view name) {
     }
   }
   return nullptr;
+}
+
+const char* LayerEndName(LayerEnd end) {
+  return kLayerEnds[static_cast<std::size_t>(end)];
 }
 
 std::vector<std::string> TakenNames() {

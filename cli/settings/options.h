@@ -22,13 +22,29 @@ using namespace pictures;  // NOLINT(google-build-using-namespace)
 /// How progress is told.
 enum class ProgressStyle { kAuto, kBar, kLines, kJson, kNone };
 
+/// What shows of a layer after its last frame.
+enum class LayerEnd { kNone, kHold, kLoop, kPingPong };
+
+/// "none", "hold", "loop" or "ping-pong".
+const char* LayerEndName(LayerEnd end);
+
+/// When a layer's sequence or video plays. Without any of it, frame n of the layer belongs to
+/// frame n of the output.
+struct LayerTiming {
+  std::optional<int> start;  ///< frame of the output that shows the layer's first frame
+  std::optional<LayerEnd> end;
+  std::optional<PF_RationalScale> speed;
+
+  bool IsSet() const { return start || end || speed; }
+};
+
 struct RenderOptions {
   std::string effect;
   std::string frame;
   std::string output;
   std::string saveScene;
   std::optional<PictureSize> size;
-  std::optional<FrameRange> frames;
+  std::optional<FrameList> frames;
   std::optional<PF_RationalScale> rate;
   std::optional<host::Depth> depth;
   std::optional<SampleType> outputDepth;
@@ -41,12 +57,16 @@ struct RenderOptions {
   int downsample = 1;
   PF_RationalScale pixelAspect{1, 1};
   PF_RationalScale layerPixelAspect{1, 1};
+  LayerTiming layerTiming;
   bool skipMissing = false;
+  bool keepGoing = false;
+  bool dryRun = false;
   bool noClobber = false;
   bool resume = false;
   int threads = 0;           ///< 0 is one per core
   int concurrentFrames = 0;  ///< 0 is as many as cores and memory suggest
   ProgressStyle progress = ProgressStyle::kAuto;
+  bool quiet = false;  ///< no progress, no warnings
 };
 
 struct OptionSpec {

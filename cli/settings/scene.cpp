@@ -4,6 +4,7 @@
 #include "cli/settings/scene.h"
 
 #include <algorithm>
+#include <array>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -17,7 +18,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int kMostFrameNumber = 9999999;
+constexpr std::array<const char*, 5> kLayerSettings = {"effect", "layer-end", "layer-pixel-aspect",
+                                                       "layer-speed", "layer-start"};
 
 [[noreturn]] void Fail(std::string_view key, std::string_view message) {
   throw UsageError(Text(key, ": ", message));
@@ -155,8 +157,8 @@ SceneKey ParseKey(const std::string& where, const Json& json) {
   return key;
 }
 
-SceneControl ParseControl(const std::string& name, const Json& json) {
-  const std::string where = Text("controls.", name);
+SceneControl ParseControl(const std::string& place, const std::string& name, const Json& json) {
+  const std::string where = Text(place, ".", name);
   SceneControl control;
   control.name = name;
   if (!json.is_object()) {
@@ -175,6 +177,46 @@ SceneControl ParseControl(const std::string& name, const Json& json) {
     }
   }
   return control;
+}
+
+std::vector<SceneControl> ParseControls(const std::string& place, const Json& json) {
+  if (!json.is_object()) {
+    Fail(place, "must be an object");
+  }
+  std::vector<SceneControl> controls;
+  for (const auto& [name, control] : json.items()) {
+    controls.push_back(ParseControl(place, name, control));
+  }
+  return controls;
+}
+
+SceneLayer ParseLayer(const std::string& where, const Json& json) {
+  if (!json.is_object() || !json.contains("controls")) {
+    Fail(where, "a layer must be an object with controls");
+  }
+  std::set<std::string> known(kLayerSettings.begin(), kLayerSettings.end());
+  known.insert("controls");
+  RefuseOtherKeys(where, json, known);
+  SceneLayer layer;
+  for (const auto& [key, value] : json.items()) {
+    if (key == "controls") {
+      layer.controls = ParseControls(Text(where, ".controls"), value);
+    } else {
+      layer.settings[key] = ScalarText(Text(where, ".", key), value);
+    }
+  }
+  return layer;
+}
+
+std::vector<SceneLayer> ParseLayers(const Json& json) {
+  if (!json.is_array() || json.empty()) {
+    Fail("layers", "must be a list of layers");
+  }
+  std::vector<SceneLayer> layers;
+  for (std::size_t i = 0; i < json.size(); ++i) {
+    layers.push_back(ParseLayer(Text("layers[", i, "]"), json[i]));
+  }
+  return layers;
 }
 
 void CheckVersion(const Json& json) {
@@ -213,6 +255,25 @@ Json ControlJson(const SceneControl& control) {
   return Json{{"keys", keys}};
 }
 
+Json ControlsJson(const std::vector<SceneControl>& list) {
+  Json controls = Json::object();
+  for (const SceneControl& control : list) {
+    controls[control.name] = ControlJson(control);
+  }
+  return controls;
+}
+
+void AddSettings(Json& json, const std::map<std::string, std::string>& settings) {
+  for (const OptionSpec& option : RenderOptionSpecs()) {
+    const auto setting = settings.find(option.name);
+    if (setting != settings.end()) {
+      json[option.name] = option.IsFlag() ? Json(ParseSwitch(setting->second))
+                          : option.isPath ? Json(setting->second)
+                                          : TypedValue(setting->second);
+    }
+  }
+}
+
 }  // namespace
 
 Scene ParseScene(std::string_view text) {
@@ -227,12 +288,11 @@ Scene ParseScene(std::string_view text) {
       continue;
     }
     if (key == "controls") {
-      if (!value.is_object()) {
-        Fail(key, "must be an object");
-      }
-      for (const auto& [name, control] : value.items()) {
-        scene.controls.push_back(ParseControl(name, control));
-      }
+      scene.controls = ParseControls(key, value);
+      continue;
+    }
+    if (key == "layers") {
+      scene.layers = ParseLayers(value);
       continue;
     }
     const OptionSpec* option = FindOption(key);
@@ -242,35 +302,47 @@ Scene ParseScene(std::string_view text) {
     }
     scene.settings[key] = ScalarText(key, value);
   }
+  if (!scene.layers.empty() && !scene.controls.empty()) {
+    Fail("controls", "belong to the layers where there are any");
+  }
   return scene;
+}
+
+bool IsLayerSetting(std::string_view name) {
+  return std::find(kLayerSettings.begin(), kLayerSettings.end(), name) != kLayerSettings.end();
 }
 
 std::string SceneText(const Scene& scene) {
   Json json;
   json["version"] = kSceneVersion;
-  for (const OptionSpec& option : RenderOptionSpecs()) {
-    const auto setting = scene.settings.find(option.name);
-    if (setting != scene.settings.end()) {
-      json[option.name] = option.IsFlag() ? Json(ParseSwitch(setting->second))
-                          : option.isPath ? Json(setting->second)
-                                          : TypedValue(setting->second);
+  AddSettings(json, scene.settings);
+  if (scene.layers.empty()) {
+    json["controls"] = ControlsJson(scene.controls);
+  } else {
+    json["layers"] = Json::array();
+    for (const SceneLayer& layer : scene.layers) {
+      Json object = Json::object();
+      AddSettings(object, layer.settings);
+      object["controls"] = ControlsJson(layer.controls);
+      json["layers"].push_back(object);
     }
   }
-  Json controls = Json::object();
-  for (const SceneControl& control : scene.controls) {
-    controls[control.name] = ControlJson(control);
-  }
-  json["controls"] = controls;
   // A file name need not be valid text; the rest of the scene is still worth writing.
   return Text(json.dump(2, ' ', false, Json::error_handler_t::replace), "\n");
 }
 
 void ResolvePaths(Scene& scene, const std::string& folder) {
-  for (auto& [key, value] : scene.settings) {
-    const OptionSpec* option = FindOption(key);
-    if (option != nullptr && option->isPath) {
-      value = FromFolder(value, folder);
+  const auto resolve = [&folder](std::map<std::string, std::string>& settings) {
+    for (auto& [key, value] : settings) {
+      const OptionSpec* option = FindOption(key);
+      if (option != nullptr && option->isPath) {
+        value = FromFolder(value, folder);
+      }
     }
+  };
+  resolve(scene.settings);
+  for (SceneLayer& layer : scene.layers) {
+    resolve(layer.settings);
   }
 }
 

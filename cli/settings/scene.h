@@ -28,12 +28,22 @@ struct SceneControl {
   std::vector<SceneKey> keys;  ///< empty for a constant
 };
 
+/// One of several layers that are applied in order.
+struct SceneLayer {
+  std::map<std::string, std::string> settings;  ///< by option name; only what a layer may have
+  std::vector<SceneControl> controls;
+};
+
 /// A scene as written: every value is the text that the command line would take. What the values
 /// mean is checked later, together with the command line's.
 struct Scene {
   std::map<std::string, std::string> settings;  ///< by option name
   std::vector<SceneControl> controls;
+  std::vector<SceneLayer> layers;  ///< in place of `controls`; empty for a single layer
 };
+
+/// Whether the option of this name may stand in a layer of its own: its effect and timing.
+bool IsLayerSetting(std::string_view name);
 
 /// Reads a scene. Throws UsageError that names the line or the key, without the file's name.
 Scene ParseScene(std::string_view text);

@@ -17,7 +17,6 @@
 namespace veltra::cli {
 namespace {
 
-constexpr int kMostFrameNumber = 9999999;
 constexpr double kMostFixed = 32767.99999;
 
 std::optional<int> TryInteger(std::string_view text) {
@@ -61,6 +60,27 @@ std::optional<PF_Fixed> TryFixed(double value) {
     return std::nullopt;
   }
   return static_cast<PF_Fixed>(std::lround(value * kFixedOne));
+}
+
+std::optional<FrameRange> TryRange(std::string_view text) {
+  const std::size_t dash = text.find('-');
+  const std::size_t cross = text.find('x');
+  const std::optional<int> first = TryInteger(text.substr(0, std::min(dash, cross)));
+  std::optional<int> last = first;
+  std::optional<int> step = 1;
+  if (dash != std::string_view::npos) {
+    last = TryInteger(
+        text.substr(dash + 1, cross == std::string_view::npos ? cross : cross - dash - 1));
+  }
+  if (cross != std::string_view::npos) {
+    step = cross > dash || dash == std::string_view::npos ? TryInteger(text.substr(cross + 1))
+                                                          : std::nullopt;
+  }
+  if (!first || !last || !step || *first < 0 || *last < *first || *step < 1 ||
+      *last > kMostFrameNumber || *step > kMostFrameNumber) {
+    return std::nullopt;
+  }
+  return FrameRange{*first, *last, *step};
 }
 
 std::optional<Coordinate> TryCoordinate(std::string_view text) {
@@ -224,33 +244,38 @@ PointText ParsePoint(std::string_view text) {
   return {*x, *y};
 }
 
-std::vector<int> FrameRange::Numbers() const {
+std::vector<int> FrameList::Numbers() const {
+  int last = 0;
+  for (const FrameRange& range : ranges) {
+    last = std::max(last, range.last);
+  }
+  // Ranges may overlap however they like: a mark per number bounds the memory.
+  std::vector<bool> marked(static_cast<std::size_t>(last) + 1);
+  for (const FrameRange& range : ranges) {
+    for (int number = range.first; number <= range.last; number += range.step) {
+      marked[static_cast<std::size_t>(number)] = true;
+    }
+  }
   std::vector<int> numbers;
-  for (int number = first; number <= last; number += step) {
-    numbers.push_back(number);
+  for (int number = 0; number <= last; ++number) {
+    if (marked[static_cast<std::size_t>(number)]) {
+      numbers.push_back(number);
+    }
   }
   return numbers;
 }
 
-FrameRange ParseFrames(std::string_view text) {
-  const std::size_t dash = text.find('-');
-  const std::size_t cross = text.find('x');
-  const std::optional<int> first = TryInteger(text.substr(0, std::min(dash, cross)));
-  std::optional<int> last = first;
-  std::optional<int> step = 1;
-  if (dash != std::string_view::npos) {
-    last = TryInteger(
-        text.substr(dash + 1, cross == std::string_view::npos ? cross : cross - dash - 1));
+FrameList ParseFrames(std::string_view text) {
+  FrameList list;
+  for (const std::string_view part : Split(text, ',')) {
+    const std::optional<FrameRange> range = TryRange(part);
+    if (!range) {
+      ThrowNotA(text, "a list of frames",
+                "FIRST-LAST or FIRST-LASTxSTEP, such as 1-240, 1-240x2 or 1,5,10-20");
+    }
+    list.ranges.push_back(*range);
   }
-  if (cross != std::string_view::npos) {
-    step = cross > dash || dash == std::string_view::npos ? TryInteger(text.substr(cross + 1))
-                                                          : std::nullopt;
-  }
-  if (!first || !last || !step || *first < 0 || *last < *first || *step < 1 ||
-      *last > kMostFrameNumber || *step > kMostFrameNumber) {
-    ThrowNotA(text, "a frame range", "FIRST-LAST or FIRST-LASTxSTEP, such as 1-240 or 1-240x2");
-  }
-  return {*first, *last, *step};
+  return list;
 }
 
 std::string FixedText(PF_Fixed value) {

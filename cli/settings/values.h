@@ -16,6 +16,9 @@ namespace veltra::cli {
 // Every parser takes all of the text or throws UsageError with what was expected instead, as
 // "'4k' is not a size (expected WIDTHxHEIGHT, such as 4096x2048)".
 
+/// The largest number that a frame can have.
+inline constexpr int kMostFrameNumber = 9999999;
+
 /// A whole decimal number between `least` and `most`.
 int ParseInteger(std::string_view text, int least, int most);
 
@@ -69,10 +72,16 @@ struct FrameRange {
   int first = 0;
   int last = 0;
   int step = 1;
+};
+/// A list of ranges, in any order.
+struct FrameList {
+  std::vector<FrameRange> ranges;
+
+  /// All numbers, each once, ascending.
   std::vector<int> Numbers() const;
 };
-/// "7", "1-240" or "1-240x2"; numbers are not negative.
-FrameRange ParseFrames(std::string_view text);
+/// "7", "1-240", "1-240x2", or several of these with commas between; numbers are not negative.
+FrameList ParseFrames(std::string_view text);
 
 /// 16.16 as the shortest decimal that reads back the same.
 std::string FixedText(PF_Fixed value);

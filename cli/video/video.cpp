@@ -59,22 +59,15 @@ PF_RationalScale RateOf(const Json& stream) {
   return {24, 1};
 }
 
-int FramesOf(const Json& stream, PF_RationalScale rate) {
-  constexpr double kMostFrames = 1e8;
-  const std::string count = StringAt(stream, "nb_frames");
-  const std::string duration = StringAt(stream, "duration");
+/// The container's own count of frames; 0 where it has none.
+int ToldFrames(const Json& stream) {
+  constexpr int kMostFrames = 10000000;
   try {
-    if (!count.empty()) {
-      return ParseInteger(count, 0, static_cast<int>(kMostFrames));
-    }
-    if (!duration.empty()) {
-      return static_cast<int>(
-          std::clamp(std::round(ParseNumber(duration) * rate.num / rate.den), 0.0, kMostFrames));
-    }
+    const std::string count = StringAt(stream, "nb_frames");
+    return count.empty() ? 0 : ParseInteger(count, 0, kMostFrames);
   } catch (const UsageError&) {
     return 0;
   }
-  return 0;
 }
 
 /// Whether the picture is shown lying on its side, which ffmpeg turns upright on reading.
@@ -135,18 +128,19 @@ void TakeFormat(const Json& stream, VideoInfo& info) {
 
 // ---- Commands ----
 
-Words ReadCommand(const VideoInfo& info, PF_RationalScale rate) {
+Words ReadCommand(const VideoInfo& info, std::int64_t first) {
   const bool deep = info.picture.rowType == SampleType::kUint16;
-  Words words = {"ffmpeg", "-v", "error", "-nostdin"};
+  Words words = {"ffmpeg", "-v", "error", "-nostdin", "-xerror"};
   if (!info.decoder.empty()) {
     Append(words, {"-c:v", info.decoder});
   }
-  Append(words, {"-i", FileUrl(info.path), "-map", "0:v:0", "-r", RateText(rate)});
+  std::string filter = Text("trim=start_frame=", first);
   if (info.colours.matrix.empty() && !info.format.rgb) {
     const std::string assumed = AssumedMatrix(info.picture.width, info.picture.height);
-    Append(words, {"-vf", Text("setparams=colorspace=", assumed)});
+    filter += Text(",setparams=colorspace=", assumed);
   }
-  Append(words, {"-s",  // whatever changes on the way
+  Append(words, {"-i", FileUrl(info.path), "-map", "0:v:0", "-vf", filter, "-fps_mode",
+                 "passthrough", "-s",  // whatever changes on the way
                  Text(info.picture.width, "x", info.picture.height), "-sws_flags", kConversion,
                  "-f", "rawvideo", "-pix_fmt", deep ? "rgba64le" : "rgba", "pipe:1"});
   return words;
@@ -187,7 +181,7 @@ VideoInfo ProbeVideo(const std::string& path) {
     info.picture.stored = info.format.bits > 8 ? SampleType::kUint16 : SampleType::kUint8;
     info.picture.rowType = info.picture.stored;
     info.rate = RateOf(stream);
-    info.frames = FramesOf(stream, info.rate);
+    info.times = ReadFrameTimes(path, ToldFrames(stream), info.rate);
     info.colours = {ColourAt(stream, "color_space"), ColourAt(stream, "color_primaries"),
                     ColourAt(stream, "color_transfer"), ColourAt(stream, "color_range")};
     info.spherical = SphericalOf(path, stream);
@@ -204,9 +198,9 @@ VideoInfo ProbeVideo(const std::string& path) {
 
 // ---- Reading ----
 
-VideoReader::VideoReader(const VideoInfo& info, PF_RationalScale rate)
+VideoReader::VideoReader(const VideoInfo& info, std::int64_t first)
     : info_(info),
-      process_(StartFfmpeg(ReadCommand(info, rate), Process::Pipe::kFromChild)),
+      process_(StartFfmpeg(ReadCommand(info, first), Process::Pipe::kFromChild)),
       row_(info.picture.RowBytes()) {}
 
 void VideoReader::Fail() {
@@ -223,7 +217,15 @@ bool VideoReader::ReadRow() {
   if (got != 0 || !process_->Finish().Succeeded()) {
     Fail();
   }
+  CheckErrors();
   return false;
+}
+
+/// A frame that ffmpeg complains of is patched up from others: not what was in the video.
+void VideoReader::CheckErrors() {
+  if (!process_->Errors().empty()) {
+    Fail();
+  }
 }
 
 std::optional<host::World> VideoReader::Next(host::Depth depth) {
@@ -240,6 +242,7 @@ std::optional<host::World> VideoReader::Next(host::Depth depth) {
     }
     UnpackRow(info_.picture, row_.data(), depth, world->RowAddress(row));
   }
+  CheckErrors();
   return std::move(*world);
 }
 

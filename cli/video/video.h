@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/video/encoding.h"
+#include "cli/video/frame_times.h"
 #include "host/pixels/world.h"
 #include "pictures/picture.h"
 #include "pictures/spherical.h"
@@ -23,7 +24,7 @@ struct VideoInfo {
   std::string path;
   PictureInfo picture;  ///< of a frame as it is read: RGBA of 8 or 16 bits
   PF_RationalScale rate{24, 1};
-  int frames = 0;  ///< as far as the file tells; 0 when it does not
+  FrameTimes times;  ///< how many frames there are, and when they are shown
   bool hasAudio = false;
   PixelFormat format;   ///< of a frame as it is stored
   std::string decoder;  ///< empty for ffmpeg's own choice
@@ -35,10 +36,11 @@ struct VideoInfo {
 /// Asks ffprobe. Throws RenderError with the file's name.
 VideoInfo ProbeVideo(const std::string& path);
 
-/// The frames of a video, one after the other, at a constant rate.
+/// The frames of a video, one after the other, each as often as it is stored.
 class VideoReader {
  public:
-  VideoReader(const VideoInfo& info, PF_RationalScale rate);
+  /// Begins with the frame at this place; the first of all is at place 0.
+  VideoReader(const VideoInfo& info, std::int64_t first);
 
   /// The next frame at this depth, or nothing after the last one. Throws RenderError.
   std::optional<host::World> Next(host::Depth depth);
@@ -47,6 +49,7 @@ class VideoReader {
 
  private:
   bool ReadRow();
+  void CheckErrors();
   [[noreturn]] void Fail();
 
   VideoInfo info_;

@@ -58,7 +58,7 @@ class Errors(ProgramTest):
                 ("--region", "1,2,3", "is not a region"), ("--region", "1,2,0,4", "anything in"),
                 ("--region", "16,0,4,4", "outside the frame"), ("--downsample", "0", "in range"),
                 ("--pixel-aspect", "0/1", "not a ratio"), ("--threads", "many", "whole number"),
-                ("--frames", "5-1", "not a frame range"), ("--rate", "-1", "not a ratio"),
+                ("--frames", "5-1", "not a list of frames"), ("--rate", "-1", "not a ratio"),
                 ("--compression", "zip", "PNG has no 'zip'"), ("--output-depth", "half", "PNG"),
                 ("--jpeg-quality", "101", "in range"), ("--progress", "dots", "progress")):
             with self.subTest(option=option, value=value):
