@@ -5,15 +5,19 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "system/process_mark.h"
 
 namespace veltra::pictures {
 namespace {
 
+constexpr std::string_view kInfix = ".veltra-";  // in every temporary name
 constexpr std::size_t kBufferBytes = std::size_t{1} << 17;
 
 std::string Reason(const std::string& name, int failure) {
@@ -30,12 +34,49 @@ std::string FollowLinks(const std::string& path) {
   return ignored ? path : real.string();
 }
 
+/// The mark of the process in a temporary name, ".STEM.veltra-MARK-COUNTER.EXTENSION"; empty where
+/// it is none.
+std::string MarkIn(const std::string& name) {
+  const std::size_t infix = name.rfind(kInfix);
+  if (!name.starts_with('.') || infix == std::string::npos) {
+    return {};
+  }
+  const std::size_t start = infix + kInfix.size();
+  const std::size_t middle = name.find('-', start);
+  const std::size_t end = name.find('-', std::min(middle, name.size() - 1) + 1);
+  return middle == std::string::npos || end == std::string::npos ? std::string()
+                                                                 : name.substr(start, end - start);
+}
+
+/// Nobody works at one frame that long without writing; a video is written to all the time.
+bool IsOld(const std::filesystem::directory_entry& file) {
+  std::error_code failure;
+  const auto written = file.last_write_time(failure);
+  return !failure &&
+         std::filesystem::file_time_type::clock::now() - written > std::chrono::hours(24);
+}
+
 }  // namespace
+
+void RemoveLeftovers(const std::string& path) {
+  const std::filesystem::path folder = std::filesystem::path(FollowLinks(path)).parent_path();
+  std::error_code failure;
+  std::filesystem::directory_iterator entry(folder.empty() ? "." : folder, failure);
+  for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
+    const std::string mark = MarkIn(entry->path().filename().string());
+    std::error_code ignored;
+    if (!mark.empty() &&
+        entry->symlink_status(ignored).type() == std::filesystem::file_type::regular &&
+        (IsMarkOfEndedProcess(mark) || IsOld(*entry))) {
+      RemoveFile(entry->path().string().c_str());
+    }
+  }
+}
 
 std::string TemporaryNameBeside(const std::string& path) {
   static std::atomic<unsigned> counter{0};
   const std::filesystem::path target(path);
-  const std::string name = Text(".", target.stem().string(), ".veltra-", OwnProcessNumber(), "-",
+  const std::string name = Text(".", target.stem().string(), kInfix, OwnProcessMark(), "-",
                                 counter++, target.extension().string());
   return (target.parent_path() / name).string();
 }

@@ -38,6 +38,10 @@ class TemporaryFile {
 /// ending so that programs that go by the ending accept it.
 std::string TemporaryNameBeside(const std::string& path);
 
+/// Deletes the temporary files in the folder of `path` that programs left which were killed: on
+/// this machine since it was started, or anywhere when they were not written to for a day.
+void RemoveLeftovers(const std::string& path);
+
 /// Writes beside the target under a temporary name; Commit renames it into place. Without
 /// Commit the temporary file goes and what was there before stays. A target that exists and is
 /// not a regular file (a pipe, /dev/null) is written directly, and "-" is standard output; formats

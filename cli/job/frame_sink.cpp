@@ -58,11 +58,18 @@ class FileSink : public FrameSink {
   FileSink(const Media& output, const RenderOptions& options)
       : output_(output), options_(options), format_(WritableFormatOf(output.Name())) {
     CheckCompression(format_, options.compression);
+    if (options.jpegQuality && format_ != PictureFormat::kJpeg) {
+      throw UsageError(Text("--jpeg-quality: ", FormatName(format_), " has none"));
+    }
+    if (!options.videoOptions.empty()) {
+      throw UsageError(Text("--video-options: ", output.Name(), " is no video"));
+    }
   }
 
   void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) override {
     settings_ = settings;
     OutputType(options_, format_, settings.depth, firstInput.stored);  // complains now
+    RemoveLeftovers(output_.At(settings.numbers.front()));
   }
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
@@ -95,7 +102,7 @@ class FileSink : public FrameSink {
     written.stored = OutputType(options_, format_, settings_.depth, input.stored);
     written.alpha = format_ != PictureFormat::kJpeg;
     written.compression = options_.compression;
-    written.jpegQuality = options_.jpegQuality;
+    written.jpegQuality = options_.jpegQuality.value_or(written.jpegQuality);
     written.pixelAspect = static_cast<double>(options_.pixelAspect.num) / options_.pixelAspect.den;
     written.metadata = input.metadata;
     if (options_.region || options_.downsample > 1) {
@@ -123,6 +130,9 @@ class VideoSink : public FrameSink {
       throw UsageError(Text(options.compression.empty() ? "--output-depth" : "--compression",
                             ": not for videos (see --video-options)"));
     }
+    if (options.jpegQuality) {
+      throw UsageError("--jpeg-quality: not for videos (see --video-options)");
+    }
     FfmpegOutput({"ffmpeg", "-v", "error", "-version"}, output.Name());  // is it there at all?
   }
 
@@ -130,6 +140,7 @@ class VideoSink : public FrameSink {
     settings_ = settings;
     alpha_ =
         firstInput.channels % 2 == 0 && (settings.video == nullptr || settings.video->format.alpha);
+    RemoveLeftovers(output_.Name());
   }
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {

@@ -7,7 +7,6 @@
 #include <mutex>
 #include <new>
 #include <set>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -360,11 +359,12 @@ void JobRun::RenderAll() {
   }
   std::vector<std::thread> helpers;
   try {
+    helpers.reserve(static_cast<std::size_t>(spread_.frames));
     for (int i = 1; i < spread_.frames; ++i) {
       helpers.emplace_back([&] { TryFrames(renderers); });
     }
-  } catch (const std::system_error&) {
-    // No more threads to be had: those that there are do it all.
+  } catch (const std::exception&) {
+    // No more threads to be had, or no memory for them: those that there are do it all.
   }
   TryFrames(renderers);
   for (std::thread& helper : helpers) {

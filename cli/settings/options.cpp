@@ -109,7 +109,7 @@ constexpr std::array kSpecs = {
                [](RenderOptions& o, std::string_view t) { o.frames = ParseFrames(t); }},
     OptionSpec{"rate", "r", "FPS", kSequences,
                "frames per second, such as 25 or 30000/1001 (default: the video's, or 24)", true,
-               false, "", [](RenderOptions& o, std::string_view t) { o.rate = ParseRatio(t); }},
+               false, "", [](RenderOptions& o, std::string_view t) { o.rate = ParseRate(t); }},
     OptionSpec{
         "layer-start", "", "FRAME", kSequences,
         "the frame that shows the first frame of the layer's sequence or video", true, false, "",

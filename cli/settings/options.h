@@ -49,7 +49,7 @@ struct RenderOptions {
   std::optional<host::Depth> depth;
   std::optional<SampleType> outputDepth;
   std::string compression;
-  int jpegQuality = 95;
+  std::optional<int> jpegQuality;  ///< 1..100
   std::string videoOptions;
   bool classic = false;
   bool draft = false;

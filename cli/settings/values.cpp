@@ -124,6 +124,25 @@ PF_Fixed OnSide(const Coordinate& coordinate, int length, double fromDegrees) {
   return *fixed;
 }
 
+std::optional<PF_RationalScale> TryRatio(std::string_view text) {
+  const std::vector<std::string_view> parts = Split(text, '/');
+  const std::optional<int> numerator = TryInteger(parts[0]);
+  const std::optional<int> denominator =
+      parts.size() == 2 ? TryInteger(parts[1]) : std::optional(1);
+  if (parts.size() <= 2 && numerator && denominator && *numerator > 0 && *denominator > 0) {
+    return PF_RationalScale{*numerator, static_cast<A_u_long>(*denominator)};
+  }
+  constexpr int kDecimalParts = 1000000;
+  const std::optional<double> decimal = parts.size() == 1 ? TryNumber(text) : std::nullopt;
+  constexpr double kMostRatio = 1000;
+  if (!decimal || !(*decimal * kDecimalParts >= 1) || *decimal > kMostRatio) {
+    return std::nullopt;
+  }
+  const auto scaled = static_cast<int>(std::lround(*decimal * kDecimalParts));
+  const int common = std::gcd(scaled, kDecimalParts);
+  return PF_RationalScale{scaled / common, static_cast<A_u_long>(kDecimalParts / common)};
+}
+
 }  // namespace
 
 void ThrowNotA(std::string_view text, std::string_view kind, std::string_view expected) {
@@ -198,23 +217,19 @@ PF_LRect ParseRegion(std::string_view text) {
 }
 
 PF_RationalScale ParseRatio(std::string_view text) {
-  constexpr std::string_view kExpected = "N/D, N or a decimal, such as 10/11";
-  const std::vector<std::string_view> parts = Split(text, '/');
-  const std::optional<int> numerator = TryInteger(parts[0]);
-  const std::optional<int> denominator =
-      parts.size() == 2 ? TryInteger(parts[1]) : std::optional(1);
-  if (parts.size() <= 2 && numerator && denominator && *numerator > 0 && *denominator > 0) {
-    return {*numerator, static_cast<A_u_long>(*denominator)};
+  const std::optional<PF_RationalScale> ratio = TryRatio(text);
+  if (!ratio) {
+    ThrowNotA(text, "a ratio", "N/D, N or a decimal, such as 10/11");
   }
-  constexpr int kDecimalParts = 1000000;
-  const std::optional<double> decimal = parts.size() == 1 ? TryNumber(text) : std::nullopt;
-  constexpr double kMostRatio = 1000;
-  if (!decimal || !(*decimal * kDecimalParts >= 1) || *decimal > kMostRatio) {
-    ThrowNotA(text, "a ratio", kExpected);
+  return *ratio;
+}
+
+PF_RationalScale ParseRate(std::string_view text) {
+  const std::optional<PF_RationalScale> rate = TryRatio(text);
+  if (!rate) {
+    ThrowNotA(text, "a frame rate", "frames per second, such as 25, 23.976 or 30000/1001");
   }
-  const auto scaled = static_cast<int>(std::lround(*decimal * kDecimalParts));
-  const int common = std::gcd(scaled, kDecimalParts);
-  return {scaled / common, static_cast<A_u_long>(kDecimalParts / common)};
+  return *rate;
 }
 
 PF_Fixed PointText::ColumnOf(int width) const {

@@ -43,6 +43,8 @@ PF_LRect ParseRegion(std::string_view text);
 
 /// "N/D", "N" or a decimal such as "0.9091", positive.
 PF_RationalScale ParseRatio(std::string_view text);
+/// The same as frames per second.
+PF_RationalScale ParseRate(std::string_view text);
 
 /// What a coordinate of a point is given in.
 enum class PointUnit { kPixels, kPercent, kDegrees };

@@ -246,6 +246,7 @@ class ExrWriter : public PictureWriter {
     try {
       StartThreads();
       file_ = std::make_unique<Imf::OutputFile>(stream_, header);
+      tableEnd_ = sink_.Tell();
     } catch (const std::exception& error) {
       Fail(error.what());
     }
@@ -279,9 +280,26 @@ class ExrWriter : public PictureWriter {
       Fail(error.what());
     }
     sink_.ThrowIfFailed();
+    CheckRows();
   }
 
  private:
+  /// The library loses blocks without a word where its threads run out of memory: their places in
+  /// the table of blocks, which ends the header, stay 0.
+  void CheckRows() const {
+    const Imf::Compression compression = CompressionOf(options_.compression);
+    const int rowsPerBlock = compression == Imf::ZIP_COMPRESSION   ? 16
+                             : compression == Imf::PIZ_COMPRESSION ? 32
+                                                                   : 1;
+    const auto blocks = static_cast<std::size_t>((nextRow_ + rowsPerBlock - 1) / rowsPerBlock);
+    std::vector<std::uint64_t> places(blocks);
+    const std::size_t bytes = blocks * sizeof(std::uint64_t);
+    const std::size_t got = sink_.ReadBack(tableEnd_ - bytes, places.data(), bytes);
+    if (got == bytes && std::find(places.begin(), places.end(), 0U) != places.end()) {
+      Fail("blocks of rows are missing");
+    }
+  }
+
   Imf::PixelType Type() const {
     return options_.stored == SampleType::kHalf ? Imf::HALF : Imf::FLOAT;
   }
@@ -302,6 +320,7 @@ class ExrWriter : public PictureWriter {
   PictureOptions options_;
   std::unique_ptr<Imf::OutputFile> file_;
   int nextRow_ = 0;
+  std::uint64_t tableEnd_ = 0;  ///< where the table of blocks ends
 };
 
 }  // namespace

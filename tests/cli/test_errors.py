@@ -58,11 +58,16 @@ class Errors(ProgramTest):
                 ("--region", "1,2,3", "is not a region"), ("--region", "1,2,0,4", "anything in"),
                 ("--region", "16,0,4,4", "outside the frame"), ("--downsample", "0", "in range"),
                 ("--pixel-aspect", "0/1", "not a ratio"), ("--threads", "many", "whole number"),
-                ("--frames", "5-1", "not a list of frames"), ("--rate", "-1", "not a ratio"),
+                ("--frames", "5-1", "not a list of frames"), ("--rate", "-1", "not a frame rate"),
                 ("--compression", "zip", "PNG has no 'zip'"), ("--output-depth", "half", "PNG"),
                 ("--jpeg-quality", "101", "in range"), ("--progress", "dots", "progress")):
             with self.subTest(option=option, value=value):
                 self.refuse(USAGE, message, f"{option}={value}")
+
+    def test_options_that_the_output_does_not_know(self):
+        self.refuse(USAGE, "--jpeg-quality: PNG has none", "--jpeg-quality", "90")
+        self.refuse(USAGE, "--video-options: out.png is no video", "--video-options", "-crf 3")
+        self.refuse(USAGE, "-j=2: a short option has no = (write -j 2)", "-j=2")
 
     def test_switch_with_a_wrong_value(self):
         self.refuse(USAGE, "--filtering: 'maybe' is not a switch", "--filtering=maybe")
@@ -260,8 +265,9 @@ class Errors(ProgramTest):
             resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
 
         for name in ("out.png", "new.tif", "new.exr", "new.jpg"):
+            quality = ("--jpeg-quality", "100") if name.endswith(".jpg") else ()
             process = self.run_program("render", "-f", "noise.png", "-o", name, "--quiet",
-                                       "--jpeg-quality", "100", preexec_fn=limit)
+                                       *quality, preexec_fn=limit)
             self.assertEqual(process.returncode, FAILED, process.stderr)
             self.assertIn("file too large", process.stderr)
             self.assertFalse(name != "out.png" and os.path.exists(self.path(name)))

@@ -105,6 +105,26 @@ class Runs(ProgramTest):
         self.assertEqual((code, errors), (INTERRUPTED, "veltra: interrupted\n"))
         self.assert_clean()
 
+    def test_what_a_killed_run_left_goes_with_the_next_one(self):
+        process = subprocess.Popen([PROGRAM, "render", "--size", "1500x1500", "--frames", "1-5000",
+                                    "--quiet", "-o", "out.#.png"], cwd=self.folder)
+        def left():
+            return [name for name in self.files() if name.startswith(".")]
+        stopped = []
+        deadline = time.monotonic() + 60
+        while not stopped and time.monotonic() < deadline:
+            time.sleep(0.01)
+            os.kill(process.pid, signal.SIGSTOP)  # so that what is there now stays
+            stopped = left()
+            os.kill(process.pid, signal.SIGSTOP if stopped else signal.SIGCONT)
+        self.assertNotEqual(stopped, [])
+        self.run_well(*self.sequence)
+        self.assertEqual(left(), stopped, "another run's files are its own as long as it lives")
+        process.kill()
+        process.wait()
+        self.run_well(*self.sequence)
+        self.assertEqual(left(), [])
+
     def test_being_asked_to_end_is_like_ctrl_c(self):
         code, _, _ = self.stop(signal.SIGTERM, "render", "--size", "1500x1500", "--frames",
                                "1-5000", "--quiet", "-o", "out.#.png")
