@@ -5,6 +5,7 @@
 #include "host/effect.h"
 
 #include "host/base/error_names.h"
+#include "host/session/arbitrary_values.h"
 #include "host/session/control_declaration.h"
 #include "host/suites/tables.h"
 
@@ -39,7 +40,10 @@ Expected<std::unique_ptr<const Effect>> Effect::Load(std::shared_ptr<const Effec
 Expected<bool> Effect::SetUp() {
   const PF_MainEntryFn entry = library_->MainEntry();
   std::vector<ControlDeclaration> added;
-  Session session({Tables(), added, nullptr, holdings_}, nullptr);
+  SessionContext context{Tables(), added, nullptr, holdings_};
+  context.libraryPath = library_->Path();
+  context.libraryModule = library_->Module();
+  Session session(context, nullptr);
   if (const PF_Err error = session.Send(entry, PF_Cmd_GLOBAL_SETUP)) {
     return Failure{Refusal("GLOBAL_SETUP", error, session)};
   }
@@ -66,8 +70,129 @@ Expected<bool> Effect::SetUp() {
 
 Effect::~Effect() {
   if (isSetUp_) {
+    DisposeDefaults();
     Send(PF_Cmd_GLOBAL_SETDOWN);
   }
+}
+
+SessionContext Effect::Context() const {
+  SessionContext context{Tables(), controls_, globalData_, holdings_};
+  context.entry = library_->MainEntry();
+  context.outFlags = outFlags_;
+  context.outFlags2 = outFlags2_;
+  context.libraryPath = library_->Path();
+  context.libraryModule = library_->Module();
+  return context;
+}
+
+// ---- Arbitrary data ----
+
+/// Defaults are the host's from the moment they are added.
+void Effect::DisposeDefaults() {
+  Session session(Context(), nullptr);
+  const SessionScope scope(&session);
+  for (const ControlDeclaration& control : controls_) {
+    if (control.type == PF_Param_ARBITRARY_DATA) {
+      ArbitraryCalls(library_->MainEntry(), session.InData(), control)
+          .Dispose(control.raw.u.arb_d.dephault);
+    }
+  }
+}
+
+/// Runs body(calls, default value) within a session of its own.
+template <class Result, class Body>
+Expected<Result> Effect::AboutData(PF_ParamIndex index, Body body) const {
+  if (index < 1 || index >= ParamCount() ||
+      controls_[static_cast<std::size_t>(index - 1)].type != PF_Param_ARBITRARY_DATA ||
+      !controls_[static_cast<std::size_t>(index - 1)].HasValue()) {
+    return Failure{"control " + std::to_string(index) + " has no arbitrary data"};
+  }
+  const ControlDeclaration& control = controls_[static_cast<std::size_t>(index - 1)];
+  const std::lock_guard lock(commandMutex_);
+  Session session(Context(), nullptr);
+  const SessionScope scope(&session);
+  return body(ArbitraryCalls(library_->MainEntry(), session.InData(), control),
+              control.raw.u.arb_d.dephault);
+}
+
+namespace {
+
+/// The flat form of a value, which is then given back.
+Expected<FlatValue> FlattenAndDispose(const ArbitraryCalls& calls,
+                                      const Expected<PF_Handle>& value) {
+  if (!value) {
+    return Failure{value.ErrorText()};
+  }
+  auto flat = calls.Flatten(*value);
+  calls.Dispose(*value);
+  return flat;
+}
+
+/// Runs body(left, right) with two values that are given back afterwards.
+template <class Result, class Body>
+Expected<Result> WithBoth(const ArbitraryCalls& calls, const FlatValue& left,
+                          const FlatValue& right, Body body) {
+  const auto first = calls.Unflatten(left);
+  if (!first) {
+    return Failure{first.ErrorText()};
+  }
+  const auto second = calls.Unflatten(right);
+  if (!second) {
+    calls.Dispose(*first);
+    return Failure{second.ErrorText()};
+  }
+  Expected<Result> result = body(*first, *second);
+  calls.Dispose(*first);
+  calls.Dispose(*second);
+  return result;
+}
+
+}  // namespace
+
+Expected<FlatValue> Effect::DefaultData(PF_ParamIndex index) const {
+  return AboutData<FlatValue>(index, [](const ArbitraryCalls& calls, PF_Handle fallback) {
+    return calls.Flatten(fallback);
+  });
+}
+
+Expected<std::string> Effect::DataText(PF_ParamIndex index, const FlatValue& value) const {
+  return AboutData<std::string>(
+      index, [&](const ArbitraryCalls& calls, PF_Handle) -> Expected<std::string> {
+        const auto made = calls.Unflatten(value);
+        if (!made) {
+          return Failure{made.ErrorText()};
+        }
+        auto text = calls.Print(*made);
+        calls.Dispose(*made);
+        return text;
+      });
+}
+
+Expected<FlatValue> Effect::DataFromText(PF_ParamIndex index, const std::string& text) const {
+  return AboutData<FlatValue>(index, [&](const ArbitraryCalls& calls, PF_Handle) {
+    return FlattenAndDispose(calls, calls.Scan(text));
+  });
+}
+
+Expected<FlatValue> Effect::DataBetween(PF_ParamIndex index, const FlatValue& left,
+                                        const FlatValue& right, double t) const {
+  return AboutData<FlatValue>(index, [&](const ArbitraryCalls& calls, PF_Handle) {
+    return WithBoth<FlatValue>(calls, left, right, [&](PF_Handle a, PF_Handle b) {
+      return FlattenAndDispose(calls, calls.Interpolate(a, b, t));
+    });
+  });
+}
+
+Expected<bool> Effect::SameData(PF_ParamIndex index, const FlatValue& a, const FlatValue& b) const {
+  return AboutData<bool>(index, [&](const ArbitraryCalls& calls, PF_Handle) {
+    return WithBoth<bool>(calls, a, b, [&](PF_Handle x, PF_Handle y) -> Expected<bool> {
+      const auto order = calls.Compare(x, y);
+      if (!order) {
+        return Failure{order.ErrorText()};
+      }
+      return *order == PF_ArbCompare_EQUAL;
+    });
+  });
 }
 
 bool Effect::SupportsDepth(Depth depth) const {
@@ -91,7 +216,7 @@ Expected<std::string> Effect::About() const {
 
 PF_Err Effect::Send(PF_Cmd command, std::string* message) const {
   const std::lock_guard lock(commandMutex_);
-  Session session({Tables(), controls_, globalData_, holdings_}, nullptr);
+  Session session(Context(), nullptr);
   const PF_Err error = session.Send(library_->MainEntry(), command);
   if (message != nullptr) {
     *message = session.Message();

@@ -11,8 +11,7 @@
 #include "base/expected.h"
 #include "host/base/depth.h"
 #include "host/effect_library.h"
-#include "host/session/controls.h"
-#include "host/session/effect_memory.h"
+#include "host/session/session.h"
 
 namespace veltra::host {
 
@@ -43,6 +42,8 @@ class Effect {
     return (outFlags2_ & PF_OutFlag2_SUPPORTS_THREADED_RENDERING) != 0;
   }
   bool SupportsDepth(Depth depth) const;
+  /// The effect filters sound and has no picture.
+  bool IsAudioOnly() const { return (outFlags_ & PF_OutFlag_AUDIO_EFFECT_ONLY) != 0; }
 
   /// ControlDefault, for those who have the effect at hand.
   ControlValue DefaultValue(  // NOLINT(readability-convert-member-functions-to-static)
@@ -63,6 +64,21 @@ class Effect {
   /// The effect's own block, handed to every command.
   PF_Handle GlobalData() const { return globalData_; }
 
+  /// What a session of this effect is about.
+  SessionContext Context() const;
+
+  // ---- Arbitrary data: values that only the effect understands, in their flat form ----
+
+  /// The default of a control of arbitrary data; fails for other controls.
+  Expected<FlatValue> DefaultData(PF_ParamIndex index) const;
+  /// The value in words; many effects have none.
+  Expected<std::string> DataText(PF_ParamIndex index, const FlatValue& value) const;
+  Expected<FlatValue> DataFromText(PF_ParamIndex index, const std::string& text) const;
+  /// Between two values, t from 0 to 1.
+  Expected<FlatValue> DataBetween(PF_ParamIndex index, const FlatValue& left,
+                                  const FlatValue& right, double t) const;
+  Expected<bool> SameData(PF_ParamIndex index, const FlatValue& a, const FlatValue& b) const;
+
   /// Held around Send, and around whole frames of an effect that does not declare threaded
   /// rendering.
   std::mutex& CommandMutex() const { return commandMutex_; }
@@ -70,6 +86,9 @@ class Effect {
  private:
   explicit Effect(std::shared_ptr<const EffectLibrary> library);
   Expected<bool> SetUp();
+  void DisposeDefaults();
+  template <class Result, class Body>
+  Expected<Result> AboutData(PF_ParamIndex index, Body body) const;
 
   std::shared_ptr<const EffectLibrary> library_;
   A_u_long version_ = 0;

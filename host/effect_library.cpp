@@ -40,6 +40,13 @@ PF_Err KeepRegistration(void* hostPointer, const A_u_char* name, const A_u_char*
   return PF_Err_NONE;
 }
 
+PF_Err KeepOlderRegistration(void* hostPointer, const A_u_char* name, const A_u_char* matchName,
+                             const A_u_char* category, const A_u_char* entryPoint, A_long kind,
+                             A_long apiMajor, A_long apiMinor, A_long reservedInfo) noexcept {
+  return KeepRegistration(hostPointer, name, matchName, category, entryPoint, kind, apiMajor,
+                          apiMinor, reservedInfo, nullptr);
+}
+
 /// Why the registration is of no use; empty when it is fine.
 std::string RegistrationTrouble(const RegistrationCalls& calls) {
   if (calls.count == 0) {
@@ -57,12 +64,14 @@ std::string RegistrationTrouble(const RegistrationCalls& calls) {
   return {};
 }
 
-/// Runs the registration entry; any exception is the library's fault and reads as a failure.
-Expected<RegistrationCalls> Register(PF_PluginDataEntryFn entry) {
+/// Runs a registration entry of either form with the callback of its form; any exception is the
+/// library's fault and reads as a failure.
+template <class Entry, class Callback>
+Expected<RegistrationCalls> Register(Entry entry, Callback callback) {
   RegistrationCalls calls;
   PF_Err error = PF_Err_NONE;
   try {
-    error = entry(&calls, &KeepRegistration, &BasicSuite(), "Veltra", "1.0");
+    error = entry(&calls, callback, &BasicSuite(), "Veltra", "1.0");
   } catch (...) {
     return Failure{"throws an exception when it is registered"};
   }
@@ -75,6 +84,20 @@ Expected<RegistrationCalls> Register(PF_PluginDataEntryFn entry) {
   return calls;
 }
 
+/// Registers through the newer entry or, without it, the older one.
+Expected<RegistrationCalls> RegisterLibrary(const DynamicLibrary& library) {
+  if (const auto entry =
+          reinterpret_cast<PF_PluginDataEntryFn>(library.Find(kRegistrationEntryName))) {
+    return Register(entry, &KeepRegistration);
+  }
+  if (const auto entry =
+          reinterpret_cast<PF_OlderPluginDataEntryFn>(library.Find(kOlderRegistrationEntryName))) {
+    return Register(entry, &KeepOlderRegistration);
+  }
+  return Failure{std::string("not an effect library (it does not export ") +
+                 kRegistrationEntryName + ")"};
+}
+
 }  // namespace
 
 Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
@@ -82,7 +105,7 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
   if (registration == nullptr || mainEntry == nullptr) {
     return Failure{name + ": an entry point is missing (expected registration and command entry)"};
   }
-  auto calls = Register(registration);
+  auto calls = Register(registration, &KeepRegistration);
   if (!calls) {
     return Failure{name + ": " + calls.ErrorText()};
   }
@@ -95,6 +118,10 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
 
 EffectLibrary::EffectLibrary() = default;
 EffectLibrary::~EffectLibrary() = default;
+
+void* EffectLibrary::Module() const {
+  return library_ != nullptr ? library_->Handle() : nullptr;
+}
 
 Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
     const std::filesystem::path& path) {
@@ -116,13 +143,7 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
   std::shared_ptr<EffectLibrary> library(new EffectLibrary);
   library->path_ = path;
   library->library_ = std::move(*opened);
-  const auto registration =
-      reinterpret_cast<PF_PluginDataEntryFn>(library->library_->Find(kRegistrationEntryName));
-  if (registration == nullptr) {
-    return fail(std::string("not an effect library (it does not export ") + kRegistrationEntryName +
-                ")");
-  }
-  auto calls = Register(registration);
+  auto calls = RegisterLibrary(*library->library_);
   if (!calls) {
     return fail(calls.ErrorText());
   }

@@ -51,6 +51,8 @@ class EffectLibrary {
   const std::filesystem::path& Path() const { return path_; }
   const Registration& Identity() const { return identity_; }
   PF_MainEntryFn MainEntry() const { return mainEntry_; }
+  /// The system's handle of the loaded file; null for a linked effect.
+  void* Module() const;
 
  private:
   EffectLibrary();

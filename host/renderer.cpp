@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "host/pixels/transfer.h"
@@ -67,6 +68,9 @@ std::string ImagesTrouble(const Effect& effect, const RenderSettings& settings) 
 }
 
 std::string ModeTrouble(const Effect& effect, const RenderSettings& settings) {
+  if ((effect.OutFlags() & PF_OutFlag_AUDIO_EFFECT_ONLY) != 0) {
+    return "the effect works on sound only and has no picture to render";
+  }
   if (settings.mode == RenderMode::kClassic && settings.depth == Depth::kFloat) {
     return "classic render knows depths 8 and 16 only (use smart render for float)";
   }
@@ -122,7 +126,7 @@ class FrameRender {
       : effect_(effect),
         settings_(settings),
         entry_(effect.Library().MainEntry()),
-        session_({Tables(), effect.Controls(), effect.GlobalData(), effect.Holdings()}, &settings),
+        session_(effect.Context(), &settings),
         region_(settings.region.value_or(session_.FrameRect())) {
     session_.input = settings.input;
   }
@@ -147,14 +151,18 @@ class FrameRender {
   bool Send(PF_Cmd command, const char* name, PF_ParamDef** params = nullptr,
             PF_LayerDef* output = nullptr, void* extra = nullptr) {
     const PF_Err error = session_.Send(entry_, command, params, output, extra);
-    if (error != PF_Err_NONE) {
+    // Where the host could not give what was asked for, that is the reason, whatever came of it.
+    const std::string hostFailure = session_.HostFailure();
+    if (!hostFailure.empty()) {
+      Fail(PF_Err_BAD_CALLBACK_PARAM, hostFailure);
+    } else if (error != PF_Err_NONE) {
       const std::string missing = MissingText(session_.accounts.MissingSoFar());
-      Fail(error,
-           std::string("the effect failed in ") + name + ": " +
-               (session_.ThrewException() ? "an exception escaped from it" : ErrorName(error)) +
-               (missing.empty() ? "" : "; " + missing));
+      const std::string answer =
+          session_.ThrewException() ? "an exception escaped from it" : ErrorName(error);
+      Fail(error, std::string("the effect failed in ") + name + ": " + answer +
+                      (missing.empty() ? "" : "; " + missing));
     }
-    return error == PF_Err_NONE;
+    return error == PF_Err_NONE && hostFailure.empty();
   }
 
   void Fail(PF_Err error, const std::string& text) {
@@ -166,10 +174,42 @@ class FrameRender {
 
   bool SetUpSequence() {
     const std::lock_guard lock(sequenceMutex_);
-    return Send(PF_Cmd_SEQUENCE_SETUP, "SEQUENCE_SETUP");
+    return Send(PF_Cmd_SEQUENCE_SETUP, "SEQUENCE_SETUP") &&
+           (!settings_.reopenSequence || ReopenSequence());
+  }
+
+  /// As by saving and opening a project: what is flat is the host's, and set up again.
+  bool ReopenSequence() {
+    const bool flattens = (effect_.OutFlags() & PF_OutFlag_SEQUENCE_DATA_NEEDS_FLATTENING) != 0;
+    if (flattens && !Send(PF_Cmd_SEQUENCE_FLATTEN, "SEQUENCE_FLATTEN")) {
+      return false;
+    }
+    const PF_Handle stored = session_.InData().sequence_data;
+    PF_Handle reopened = nullptr;
+    if (IsHandle(stored)) {
+      reopened = NewHandle(HandleSize(stored), effect_.Holdings());
+      if (reopened == nullptr) {
+        Fail(PF_Err_OUT_OF_MEMORY, "no memory for sequence data");
+        return false;
+      }
+      std::memcpy(HandleData(reopened), HandleData(stored), HandleSize(stored));
+      if (flattens) {
+        DisposeHandle(stored);
+      }
+    }
+    if (!flattens) {
+      // Without pointers inside the bytes are all there is; the first instance goes its own way.
+      Send(PF_Cmd_SEQUENCE_SETDOWN, "SEQUENCE_SETDOWN");
+    }
+    session_.SetSequenceData(reopened);
+    session_.InData().in_flags = PF_InFlag_PROJECT_IS_RENDER_ONLY;
+    const bool done = Send(PF_Cmd_SEQUENCE_RESETUP, "SEQUENCE_RESETUP");
+    session_.InData().in_flags = 0;
+    return done;
   }
 
   void SetDownSequence() {
+    session_.DisposeValues();
     const std::lock_guard lock(sequenceMutex_);
     Send(PF_Cmd_SEQUENCE_SETDOWN, "SEQUENCE_SETDOWN");
   }
@@ -324,7 +364,7 @@ class FrameRender {
       return;
     }
     if (answer.delete_pre_render_data_func == nullptr) {
-      std::free(answer.pre_render_data);
+      FreePreRenderData(answer.pre_render_data);
       return;
     }
     try {
@@ -334,70 +374,149 @@ class FrameRender {
     }
   }
 
+  /// A handle of this host goes back to it. Anything else would be freed by a host that shares the
+  /// effect's C library, as this one does where both are ELF; elsewhere it may be another heap's.
+  void FreePreRenderData(void* data) {
+    if (DisposeHandle(static_cast<PF_Handle>(data))) {
+      return;
+    }
+#ifdef _WIN32
+    session_.accounts.Broke(Rule::kDataWithoutDelete);
+#else
+    std::free(data);
+#endif
+  }
+
   // ---- Classic render ----
 
   void RunClassic() {
     const PF_LRect frame = session_.FrameRect();
-    const PF_LRect part = Intersection(region_, frame);
     result_.maxResultRect = frame;
-    result_.resultRect = part;
+    result_.resultRect = Intersection(region_, frame);
+    if (IsEmpty(region_) || settings_.preRenderOnly || !ReadInput() || !MakeParams()) {
+      return;
+    }
     World canvas;
-    if (IsEmpty(region_) || settings_.preRenderOnly || !ReadInput() || !MakeCanvas(frame, canvas)) {
-      return;
+    if (SendFrameSetup()) {
+      RenderClassicCanvas(canvas);
+      session_.InData().output_origin_x = answeredOrigin_.h;
+      session_.InData().output_origin_y = answeredOrigin_.v;
+      Send(PF_Cmd_FRAME_SETDOWN, "FRAME_SETDOWN", paramPointers_.data());
     }
-    PF_EffectWorld output = WriteableView(canvas, frame);
-    if ((effect_.OutFlags() & PF_OutFlag_USE_OUTPUT_EXTENT) != 0) {
-      output.extent_hint = part;
-      session_.InData().extent_hint = part;
-    }
-    std::vector<PF_ParamDef> params;
-    World transparent;
-    if (!MakeParams(params, transparent)) {
-      return;
-    }
-    std::vector<PF_ParamDef*> pointers;
-    pointers.reserve(params.size());
-    for (PF_ParamDef& param : params) {
-      pointers.push_back(&param);
-    }
-    if (Send(PF_Cmd_FRAME_SETUP, "FRAME_SETUP", pointers.data(), &output)) {
-      Send(PF_Cmd_RENDER, "RENDER", pointers.data(), &output);
-      Send(PF_Cmd_FRAME_SETDOWN, "FRAME_SETDOWN", pointers.data(), &output);
-    }
-    const bool whole = region_.left == frame.left && region_.top == frame.top &&
-                       region_.right == frame.right && region_.bottom == frame.bottom;
+    const bool whole = !canvas.Empty() && SameRect(region_, CanvasRect(canvas));
     if (whole) {
       CheckGuard(canvas);
       result_.output = std::move(canvas);
-    } else {
+    } else if (!canvas.Empty()) {
       CropToRegion(std::move(canvas));
+    } else if (result_.error == PF_Err_NONE) {
+      MakeCanvas(region_, result_.output);  // an answer of no size is a transparent picture
     }
   }
 
+  static bool SameRect(const PF_LRect& a, const PF_LRect& b) {
+    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
+  }
+
+  static PF_LRect CanvasRect(const World& canvas) {
+    return {canvas.OriginX(), canvas.OriginY(), canvas.OriginX() + canvas.Width(),
+            canvas.OriginY() + canvas.Height()};
+  }
+
+  /// Asks for the output's size and place. The output handed over has the frame's size, as effects
+  /// look at it that keep their size.
+  bool SendFrameSetup() {
+    const PF_LRect frame = session_.FrameRect();
+    PF_EffectWorld output{};
+    output.width = frame.right;
+    output.height = frame.bottom;
+    output.extent_hint = frame;
+    MarkDepth(output, settings_.depth);
+    if (UsesExtent()) {
+      session_.InData().extent_hint = Intersection(region_, frame);
+    }
+    const bool done = Send(PF_Cmd_FRAME_SETUP, "FRAME_SETUP", paramPointers_.data(), &output);
+    answeredWidth_ = session_.OutData().width;
+    answeredHeight_ = session_.OutData().height;
+    answeredOrigin_ = session_.OutData().origin;
+    rendersNothing_ = (session_.OutData().out_flags & PF_OutFlag_NOP_RENDER) != 0;
+    return done;
+  }
+
+  bool UsesExtent() const {
+    return (effect_.OutFlags() & PF_OutFlag_USE_OUTPUT_EXTENT) != 0;
+  }
+
+  void RenderClassicCanvas(World& canvas) {
+    if (answeredWidth_ <= 0 || answeredHeight_ <= 0) {
+      return;
+    }
+    const std::int64_t left = -std::int64_t{answeredOrigin_.h};
+    const std::int64_t top = -std::int64_t{answeredOrigin_.v};
+    if (!WorldSizeError(answeredWidth_, answeredHeight_).empty() ||
+        std::max(std::abs(left), std::abs(top)) > kHostMaxWorldSide) {
+      Fail(PF_Err_BAD_CALLBACK_PARAM, "the effect answers an output of " +
+                                          SizeText(answeredWidth_, answeredHeight_) +
+                                          " pixels (expected at most 30000 x 30000)");
+      return;
+    }
+    const PF_LRect rect{static_cast<A_long>(left), static_cast<A_long>(top),
+                        static_cast<A_long>(left) + answeredWidth_,
+                        static_cast<A_long>(top) + answeredHeight_};
+    if (!MakeCanvas(rect, canvas)) {
+      return;
+    }
+    result_.maxResultRect = rect;
+    result_.resultRect = Intersection(region_, rect);
+    PF_EffectWorld output = WriteableView(canvas, rect);
+    output.origin_x = 0;
+    output.origin_y = 0;
+    if (UsesExtent() && SameRect(rect, session_.FrameRect())) {
+      output.extent_hint = result_.resultRect;
+    }
+    session_.InData().output_origin_x = answeredOrigin_.h;
+    session_.InData().output_origin_y = answeredOrigin_.v;
+    if (rendersNothing_ || (effect_.OutFlags() & PF_OutFlag_NOP_RENDER) != 0) {
+      CopyWorld(params_[0].u.ld, nullptr, output, nullptr, true);
+      return;
+    }
+    Send(PF_Cmd_RENDER, "RENDER", paramPointers_.data(), &output);
+  }
+
   /// The values at the current time; of the layers only the effect's own input has pixels.
-  bool MakeParams(std::vector<PF_ParamDef>& params, World& transparent) {
+  bool MakeParams() {
+    params_.resize(static_cast<std::size_t>(session_.ParamCount()));
     for (PF_ParamIndex index = 0; index < session_.ParamCount(); ++index) {
-      PF_ParamDef param{};
+      PF_ParamDef& param = params_[static_cast<std::size_t>(index)];
       session_.FillParam(index, settings_.currentTime, settings_.timeScale, param);
-      if (index == 0 && !MakeInput(param.u.ld, transparent)) {
+      if (index == 0 && !MakeInput(param.u.ld)) {
         return false;
       }
       if (index > 0 && session_.IsLayer(index)) {
         param.u.ld = PF_LayerDef{};
       }
-      params.push_back(param);
+      paramPointers_.push_back(&param);
     }
+    paramPointers_.push_back(nullptr);  // the list ends like a program's arguments
     return true;
   }
 
   /// The effect's own input; without a frame transparent pixels stand for it.
-  bool MakeInput(PF_LayerDef& input, World& transparent) {
-    if (input.data == nullptr) {
-      if (!MakeCanvas(session_.FrameRect(), transparent)) {
+  bool MakeInput(PF_LayerDef& input) {
+    const bool writes = (effect_.OutFlags() & PF_OutFlag_I_WRITE_INPUT_BUFFER) != 0;
+    if (input.data == nullptr || writes) {
+      if (!MakeCanvas(session_.FrameRect(), inputCopy_)) {
         return false;
       }
-      input = transparent.View();
-      input.extent_hint = {0, 0, 0, 0};
+      PF_EffectWorld own = inputCopy_.View();
+      if (input.data == nullptr) {
+        own.extent_hint = {0, 0, 0, 0};
+      } else {
+        own.extent_hint = input.extent_hint;
+        own.world_flags |= PF_WorldFlag_WRITEABLE;
+        CopyWorld(input, nullptr, own, nullptr, true);
+      }
+      input = own;
     }
     input.pix_aspect_ratio = settings_.pixelAspect;
     input.origin_x = 0;
@@ -429,6 +548,15 @@ class FrameRender {
   Session session_;
   PF_LRect region_;
   RenderResult result_;
+
+  // Of classic render.
+  std::vector<PF_ParamDef> params_;
+  std::vector<PF_ParamDef*> paramPointers_;
+  World inputCopy_;  ///< transparent for a frame that is not there, or for the effect to write
+  A_long answeredWidth_ = 0;
+  A_long answeredHeight_ = 0;
+  PF_Point answeredOrigin_{0, 0};
+  bool rendersNothing_ = false;
 };
 
 std::mutex FrameRender::sequenceMutex_;

@@ -15,10 +15,16 @@ struct PF_InteractCallbacks {
   PF_Err (*add_param)(PF_ProgPtr effectRef, PF_ParamIndex index, PF_ParamDef* param);
   PF_Err (*abort)(PF_ProgPtr effectRef);
   PF_Err (*progress)(PF_ProgPtr effectRef, A_long current, A_long total);
-  PF_UnusedFn register_ui;
-  PF_UnusedFn checkout_layer_audio;
-  PF_UnusedFn checkin_layer_audio;
-  PF_UnusedFn get_audio_data;
+  /// `info` is a record of 44 bytes about an effect's own user interface.
+  PF_Err (*register_ui)(PF_ProgPtr effectRef, void* info);
+  PF_Err (*checkout_layer_audio)(PF_ProgPtr effectRef, PF_ParamIndex index, A_long start,
+                                 A_long duration, A_u_long timeScale, A_u_long rate,
+                                 A_long bytesPerSample, A_long channels, A_long isSigned,
+                                 void** audio);
+  PF_Err (*checkin_layer_audio)(PF_ProgPtr effectRef, void* audio);
+  PF_Err (*get_audio_data)(PF_ProgPtr effectRef, void* audio, void** data, A_long* samples,
+                           A_u_long* rate, A_long* bytesPerSample, A_long* channels,
+                           A_long* isSigned);
   void* reserved_str[3];
   void* reserved[10];
 };
@@ -36,6 +42,7 @@ struct PF_SoundWorld {
   void* dataP;
 };
 
+/// The ANSI suite is this table without its last field.
 struct PF_ANSICallbacks {
   A_FpLong (*atan)(A_FpLong);
   A_FpLong (*atan2)(A_FpLong, A_FpLong);
@@ -59,58 +66,51 @@ struct PF_ANSICallbacks {
   A_long ansi_procs[1];
 };
 
-struct PF_ColorCallbacks {
-  PF_UnusedFn unused[8];
-};
-
 struct PF_UtilCallbacks {
-  PF_UnusedFn begin_sampling;
+  PF_BeginSamplingFn begin_sampling;
   PF_SampleFn<PF_Pixel8> subpixel_sample;
   PF_SampleFn<PF_Pixel8> area_sample;
-  PF_UnusedFn get_batch_func_is_deprecated;
-  PF_UnusedFn end_sampling;
-  PF_UnusedFn composite_rect;
-  PF_UnusedFn blend;
-  PF_UnusedFn convolve;
-  /// Copies a rectangle to one of the same size unchanged and clips to both worlds; a null
-  /// rectangle stands for the whole world.
-  PF_Err (*copy)(PF_ProgPtr effectRef, PF_EffectWorld* src, PF_EffectWorld* dst, PF_LRect* srcRect,
-                 PF_LRect* dstRect);
-  /// Fills with a colour; no colour means transparent black in the world's own depth.
-  PF_Err (*fill)(PF_ProgPtr effectRef, const PF_Pixel8* color, const PF_LRect* rect,
-                 PF_EffectWorld* world);
-  PF_UnusedFn gaussian_kernel;
+  void* get_batch_func_is_deprecated;
+  PF_BeginSamplingFn end_sampling;
+  PF_CompositeRectFn composite_rect;
+  PF_BlendFn blend;
+  PF_ConvolveFn convolve;
+  PF_CopyFn copy;
+  PF_FillFn<PF_Pixel8> fill;
+  PF_Err (*gaussian_kernel)(PF_ProgPtr effectRef, A_FpLong radius, A_u_long flags,
+                            A_FpLong multiplier, A_long* diameter, void* kernel);
   PF_IterateFn<PF_Pixel8> iterate;
-  PF_UnusedFn premultiply;
-  PF_UnusedFn premultiply_color;
-  PF_UnusedFn new_world;
-  PF_UnusedFn dispose_world;
-  PF_UnusedFn iterate_origin;
-  PF_UnusedFn iterate_lut;
-  PF_UnusedFn transfer_rect;
-  PF_UnusedFn transform_world;
-  PF_UnusedFn host_new_handle;
-  PF_UnusedFn host_lock_handle;
-  PF_UnusedFn host_unlock_handle;
-  PF_UnusedFn host_dispose_handle;
-  PF_UnusedFn get_callback_addr;
-  PF_UnusedFn app;
+  PF_PremultiplyFn premultiply;
+  PF_PremultiplyColorFn<PF_Pixel8> premultiply_color;
+  PF_NewWorldFlagsFn new_world;
+  PF_DisposeWorldFn dispose_world;
+  PF_IterateOriginFn<PF_Pixel8> iterate_origin;
+  PF_IterateLutFn iterate_lut;
+  PF_TransferRectFn transfer_rect;
+  PF_TransformWorldFn transform_world;
+  PF_NewHandleFn host_new_handle;
+  PF_LockHandleFn host_lock_handle;
+  PF_UnlockHandleFn host_unlock_handle;
+  PF_DisposeHandleFn host_dispose_handle;
+  PF_Err (*get_callback_addr)(PF_ProgPtr effectRef, PF_Quality quality, A_long modeFlags,
+                              A_long which, PF_AnyFn* function);
+  PF_Err (*app)(PF_ProgPtr effectRef, A_long, ...);
   PF_ANSICallbacks ansi;
-  PF_ColorCallbacks colorCB;
-  PF_UnusedFn get_platform_data;
-  PF_UnusedFn host_get_handle_size;
-  PF_UnusedFn iterate_origin_non_clip_src;
-  PF_UnusedFn iterate_generic;
-  PF_UnusedFn host_resize_handle;
+  PF_ColorSuite1 colorCB;
+  PF_Err (*get_platform_data)(PF_ProgPtr effectRef, A_long which, void* out);
+  PF_HandleSizeFn host_get_handle_size;
+  PF_IterateOriginFn<PF_Pixel8> iterate_origin_non_clip_src;
+  PF_IterateGenericFn iterate_generic;
+  PF_ResizeHandleFn host_resize_handle;
   PF_SampleFn<PF_Pixel16> subpixel_sample16;
   PF_SampleFn<PF_Pixel16> area_sample16;
-  PF_UnusedFn fill16;
-  PF_UnusedFn premultiply_color16;
+  PF_FillFn<PF_Pixel16> fill16;
+  PF_PremultiplyColorFn<PF_Pixel16> premultiply_color16;
   PF_IterateFn<PF_Pixel16> iterate16;
-  PF_UnusedFn iterate_origin16;
-  PF_UnusedFn iterate_origin_non_clip_src16;
-  PF_UnusedFn get_pixel_data8;
-  PF_UnusedFn get_pixel_data16;
+  PF_IterateOriginFn<PF_Pixel16> iterate_origin16;
+  PF_IterateOriginFn<PF_Pixel16> iterate_origin_non_clip_src16;
+  PF_PixelDataFn<PF_Pixel8> get_pixel_data8;
+  PF_PixelDataFn<PF_Pixel16> get_pixel_data16;
   A_long reserved[1];
 };
 
@@ -157,11 +157,6 @@ struct PF_InData {
   PF_Fixed shutter_phase;
 };
 
-struct PF_OutDataOrigin {
-  A_long h;
-  A_long v;
-};
-
 /// The effect's answers. A non-empty return_msg is shown to the user.
 struct PF_OutData {
   A_u_long my_version;
@@ -173,7 +168,7 @@ struct PF_OutData {
   PF_Handle frame_data;
   A_long width;
   A_long height;
-  PF_OutDataOrigin origin;
+  PF_Point origin;
   A_long out_flags;
   A_char return_msg[kHostMessageCapacity];
   A_long start_sampL;

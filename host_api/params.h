@@ -20,6 +20,80 @@ struct PF_FixedSliderDef {
   A_short display_flags;
 };
 
+struct PF_SliderDef {
+  A_long value;
+  A_char value_str[kHostNameCapacity];
+  A_char value_desc[kHostNameCapacity];
+  A_long valid_min;
+  A_long valid_max;
+  A_long slider_min;
+  A_long slider_max;
+  A_long dephault;
+};
+
+/// 16.16 degrees, not folded to a turn; the limits are not honoured.
+struct PF_AngleDef {
+  PF_Fixed value;
+  PF_Fixed dephault;
+  PF_Fixed valid_min;
+  PF_Fixed valid_max;
+};
+
+struct PF_ColorDef {
+  PF_Pixel8 value;
+  PF_Pixel8 dephault;
+};
+
+struct PF_FloatSliderDef {
+  A_FpLong value;
+  A_FpLong phase;
+  A_char value_desc[kHostNameCapacity];
+  A_FpShort valid_min;
+  A_FpShort valid_max;
+  A_FpShort slider_min;
+  A_FpShort slider_max;
+  A_FpShort dephault;
+  A_short precision;
+  A_short display_flags;
+  A_u_long fs_flags;
+  A_FpShort curve_tolerance;
+  PF_Boolean useExponent;
+  A_FpShort exponent;
+};
+
+/// The default belongs to the host once it was added; values are the host's, and read-only.
+struct PF_ArbitraryDef {
+  A_short id;
+  A_short pad;
+  PF_Handle dephault;
+  PF_Handle value;
+  void* refconPV;
+};
+
+struct PF_PathDef {
+  A_u_long path_id;
+  A_long reserved0;
+  A_long dephault;
+};
+
+struct PF_ButtonDef {
+  A_long value;
+  union {
+    const A_char* namesptr;
+  } u;
+};
+
+/// Values in pixels, defaults in percent: x of the width, y and z of the height.
+struct PF_Point3DDef {
+  A_FpLong x_value;
+  A_FpLong y_value;
+  A_FpLong z_value;
+  A_FpLong x_dephault;
+  A_FpLong y_dephault;
+  A_FpLong z_dephault;
+  A_u_char reserved[16];
+};
+
 struct PF_CheckBoxDef {
   A_long value;
   PF_Boolean dephault;
@@ -56,6 +130,14 @@ union PF_ParamDefUnion {
   PF_CheckBoxDef bd;
   PF_PointDef td;
   PF_PopupDef pd;
+  PF_SliderDef sd;
+  PF_AngleDef ad;
+  PF_ColorDef cd;
+  PF_FloatSliderDef fs_d;
+  PF_ArbitraryDef arb_d;
+  PF_PathDef path_d;
+  PF_ButtonDef button_d;
+  PF_Point3DDef point3d_d;
 };
 
 struct PF_ParamDef {

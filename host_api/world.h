@@ -39,6 +39,18 @@ struct PF_CompositeMode {
   A_u_short opacitySu;
 };
 
+/// A world whose alpha (or what the flags say) limits a transfer; `offset` places it.
+struct PF_MaskWorld {
+  PF_EffectWorld mask;
+  PF_Point offset;
+  A_long what_is_mask;
+};
+
+/// Row vectors: x' = x m[0][0] + y m[1][0] + m[2][0], positions from pixel corners.
+struct PF_FloatMatrix {
+  A_FpLong mat[3][3];
+};
+
 /// Sampling parameters: the image in `src`, radii in 16.16 for the area samplers.
 struct PF_SampPB {
   PF_Fixed x_radius;

@@ -25,6 +25,9 @@ class DynamicLibrary {
   /// The exported function of that name, to be cast to its real type; null when there is none.
   AnyFunction Find(const char* name) const;
 
+  /// The system's own handle of the library.
+  void* Handle() const { return handle_; }
+
  private:
   explicit DynamicLibrary(void* handle) : handle_(handle) {}
 

@@ -34,22 +34,54 @@ constexpr const char* DepthName(Depth depth) {
   return depth == Depth::k8 ? "8" : depth == Depth::k16 ? "16" : "float";
 }
 
-/// The depth of a pixel type.
+/// What belongs to a depth, by its pixel type: one structure each.
 template <class Pixel>
-struct PixelDepth;
+struct DepthTraits;
+
 template <>
-struct PixelDepth<PF_Pixel8> {
-  static constexpr Depth kValue = Depth::k8;
+struct DepthTraits<PF_Pixel8> {
+  static constexpr Depth kDepth = Depth::k8;
+  using Channel = A_u_char;
+  static constexpr double kFullScale = PF_MAX_CHAN8;
 };
+
 template <>
-struct PixelDepth<PF_Pixel16> {
-  static constexpr Depth kValue = Depth::k16;
+struct DepthTraits<PF_Pixel16> {
+  static constexpr Depth kDepth = Depth::k16;
+  using Channel = A_u_short;
+  static constexpr double kFullScale = PF_MAX_CHAN16;
 };
+
 template <>
-struct PixelDepth<PF_PixelFloat> {
-  static constexpr Depth kValue = Depth::kFloat;
+struct DepthTraits<PF_PixelFloat> {
+  static constexpr Depth kDepth = Depth::kFloat;
+  using Channel = float;
+  static constexpr double kFullScale = 1.0;
 };
+
 template <class Pixel>
-inline constexpr Depth kDepthOf = PixelDepth<Pixel>::kValue;
+inline constexpr Depth kDepthOf = DepthTraits<Pixel>::kDepth;
+
+/// A channel in units of the full scale.
+template <class Pixel>
+constexpr double UnitOf(typename DepthTraits<Pixel>::Channel channel) {
+  return static_cast<double>(channel) / DepthTraits<Pixel>::kFullScale;
+}
+
+/// The channel nearest to a value in units of the full scale. Integers are rounded, halves up, and
+/// held to their range, what is no number to 0; floating point keeps what it is given.
+template <class Pixel>
+constexpr typename DepthTraits<Pixel>::Channel ChannelOf(double unit) {
+  using Channel = typename DepthTraits<Pixel>::Channel;
+  if constexpr (kDepthOf<Pixel> == Depth::kFloat) {
+    return static_cast<Channel>(unit);
+  } else {
+    constexpr double kFull = DepthTraits<Pixel>::kFullScale;
+    const double scaled = unit * kFull + 0.5;
+    return scaled >= kFull ? static_cast<Channel>(kFull)
+           : scaled > 0    ? static_cast<Channel>(scaled)
+                           : Channel{0};
+  }
+}
 
 }  // namespace veltra::host

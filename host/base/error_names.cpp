@@ -24,6 +24,10 @@ std::string ErrorName(PF_Err error) {
       return "PF_Err_BAD_CALLBACK_PARAM";
     case PF_Interrupt_CANCEL:
       return "PF_Interrupt_CANCEL";
+    case PF_Err_CANNOT_PARSE_KEYFRAME_TEXT:
+      return "PF_Err_CANNOT_PARSE_KEYFRAME_TEXT";
+    case A_Err_MISSING_SUITE:
+      return "A_Err_MISSING_SUITE";
     default:
       return "unknown error " + std::to_string(error);
   }

@@ -32,16 +32,16 @@ void ConvertColor(const PF_Pixel8& color, PF_PixelFloat& out) {
   out = {scale(color.alpha), scale(color.red), scale(color.green), scale(color.blue)};
 }
 
-bool IsZero(const PF_Pixel8& color) {
-  return color.alpha == 0 && color.red == 0 && color.green == 0 && color.blue == 0;
+template <class Pixel>
+bool IsZero(const Pixel& color) {
+  constexpr Pixel kZero{};
+  return std::memcmp(&color, &kZero, sizeof color) == 0;
 }
 
 template <class Pixel>
-PF_Err FillPart(const PF_Pixel8& color, const PF_LRect& part, const PF_EffectWorld& world,
+PF_Err FillPart(const Pixel& value, const PF_LRect& part, const PF_EffectWorld& world,
                 const RowWork& work) {
-  Pixel value{};
-  ConvertColor(color, value);
-  const bool zero = IsZero(color);
+  const bool zero = IsZero(value);
   const auto count = static_cast<std::size_t>(part.right - part.left);
   const std::size_t bytes = count * sizeof(Pixel);
   return work.Run(part.bottom - part.top, static_cast<std::int64_t>(bytes),
@@ -230,10 +230,28 @@ PF_Err FillWorld(const PF_Pixel8* color, const PF_LRect* rect, PF_EffectWorld& w
   }
   const PF_LRect bounds = BoundsOf(world);
   const PF_LRect part = rect != nullptr ? Intersection(*rect, bounds) : bounds;
-  return WithPixelType(depth, [&](auto pixel) {
-    return FillPart<decltype(pixel)>(color != nullptr ? *color : PF_Pixel8{}, part, world, work);
+  return WithPixelType(depth, [&](auto value) {
+    if (color != nullptr) {
+      ConvertColor(*color, value);
+    }
+    return FillPart(value, part, world, work);
   });
 }
+
+template <class Pixel>
+PF_Err FillSameDepth(const Pixel* color, const PF_LRect* rect, PF_EffectWorld& world,
+                     const RowWork& work) {
+  if (DepthOf(world) != kDepthOf<Pixel> || !IsReadableAs(world, A_long{sizeof(Pixel)})) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  const PF_LRect bounds = BoundsOf(world);
+  const PF_LRect part = rect != nullptr ? Intersection(*rect, bounds) : bounds;
+  return FillPart(color != nullptr ? *color : Pixel{}, part, world, work);
+}
+
+template PF_Err FillSameDepth(const PF_Pixel16*, const PF_LRect*, PF_EffectWorld&, const RowWork&);
+template PF_Err FillSameDepth(const PF_PixelFloat*, const PF_LRect*, PF_EffectWorld&,
+                              const RowWork&);
 
 PF_Err CopyWorld(const PF_EffectWorld& source, const PF_LRect* sourceRect,
                  PF_EffectWorld& destination, const PF_LRect* destinationRect, bool draft,

@@ -16,6 +16,10 @@ namespace veltra::host {
 /// cannot be written.
 PF_Err FillWorld(const PF_Pixel8* color, const PF_LRect* rect, PF_EffectWorld& world,
                  const RowWork& work = {});
+/// The same with a colour of the world's own depth; PF_Err_BAD_CALLBACK_PARAM for another depth.
+template <class Pixel>
+PF_Err FillSameDepth(const Pixel* color, const PF_LRect* rect, PF_EffectWorld& world,
+                     const RowWork& work = {});
 
 /// Copies between worlds of one depth; a null rectangle is the whole world. Rectangles of one
 /// size copy pixels unchanged, clipped to both worlds. Different sizes are stretched: each

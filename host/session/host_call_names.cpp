@@ -50,6 +50,36 @@ const char* HostCallName(HostCall call) {
       return "PF_DisposeWorld";
     case HostCall::kAllocateBlock:
       return "AllocateBlock";
+    case HostCall::kIterateOrigin:
+      return "iterate_origin";
+    case HostCall::kIterateLut:
+      return "iterate_lut";
+    case HostCall::kIterateGeneric:
+      return "iterate_generic";
+    case HostCall::kBlend:
+      return "blend";
+    case HostCall::kConvolve:
+      return "convolve";
+    case HostCall::kCompositeRect:
+      return "composite_rect";
+    case HostCall::kTransferRect:
+      return "transfer_rect";
+    case HostCall::kTransformWorld:
+      return "transform_world";
+    case HostCall::kPremultiply:
+      return "premultiply";
+    case HostCall::kPremultiplyColor:
+      return "premultiply_color";
+    case HostCall::kNewHandle:
+      return "host_new_handle";
+    case HostCall::kResizeHandle:
+      return "host_resize_handle";
+    case HostCall::kGetPixelData:
+      return "get_pixel_data";
+    case HostCall::kGetConstSequenceData:
+      return "PF_GetConstSequenceData";
+    case HostCall::kRegisterUi:
+      return "register_ui";
   }
   return "unknown call";
 }

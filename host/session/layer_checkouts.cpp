@@ -8,23 +8,21 @@
 
 namespace veltra::host {
 
-bool LayerCheckouts::Request(A_long id, PF_ParamIndex index, const PF_LRect& rect) {
+bool LayerCheckouts::Request(const LayerRequest& request) {
   const std::lock_guard lock(mutex_);
-  if (std::any_of(entries_.begin(), entries_.end(),
-                  [id](const Entry& other) { return other.checkout.id == id; })) {
+  if (std::any_of(entries_.begin(), entries_.end(), [&request](const Entry& other) {
+        return other.checkout.request.id == request.id;
+      })) {
     return false;
   }
-  LayerCheckout& checkout = entries_.emplace_back().checkout;
-  checkout.id = id;
-  checkout.index = index;
-  checkout.rect = rect;
+  entries_.emplace_back().checkout.request = request;
   return true;
 }
 
 LayerCheckout* LayerCheckouts::Claim(A_long id, Rule& broken) {
   const std::lock_guard lock(mutex_);
   for (Entry& entry : entries_) {
-    if (entry.checkout.id == id) {
+    if (entry.checkout.request.id == id) {
       if (entry.state != State::kRequested) {
         broken = Rule::kLayerFetchedTwice;
         return nullptr;
@@ -50,7 +48,7 @@ void LayerCheckouts::Finish(const LayerCheckout& checkout, bool handedOut) {
 bool LayerCheckouts::Return(A_long id) {
   const std::lock_guard lock(mutex_);
   for (Entry& entry : entries_) {
-    if (entry.checkout.id == id && entry.state == State::kOut) {
+    if (entry.checkout.request.id == id && entry.state == State::kOut) {
       entry.state = State::kReturned;
       return true;
     }

@@ -11,12 +11,19 @@
 
 namespace veltra::host {
 
-/// A layer that pre-render asked for under an id. What was granted stays as it is; the view is
-/// written by the one thread that claimed the checkout.
-struct LayerCheckout {
+/// What pre-render asked for under an id.
+struct LayerRequest {
   A_long id = 0;
   PF_ParamIndex index = 0;
   PF_LRect rect{0, 0, 0, 0};  ///< granted, in the layer's coordinates; empty gives no pixels
+  A_long time = 0;            ///< in units of 1 / scale seconds
+  A_u_long scale = 1;
+};
+
+/// A layer that pre-render asked for. What was granted stays as it is; the view is
+/// written by the one thread that claimed the checkout.
+struct LayerCheckout {
+  LayerRequest request;
   PF_EffectWorld view{};
   World transparent;  ///< the pixels of a frame that has none
 };
@@ -25,7 +32,7 @@ struct LayerCheckout {
 class LayerCheckouts {
  public:
   /// Enters a request; false where the id is taken.
-  bool Request(A_long id, PF_ParamIndex index, const PF_LRect& rect);
+  bool Request(const LayerRequest& request);
 
   /// The checkout of that id for the first thread that wants its pixels; null, and the rule that
   /// was broken, where there is none or somebody has it.

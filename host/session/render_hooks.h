@@ -8,7 +8,7 @@
 
 namespace veltra::host {
 
-/// What the effect can ask of the host during a render.
+/// What the effect can ask of the host and may be refused.
 enum class HostCall {
   kCheckoutParam,
   kCheckinParam,
@@ -31,10 +31,28 @@ enum class HostCall {
   kNewWorld,
   kDisposeWorld,
   kAllocateBlock,
+  kIterateOrigin,
+  kIterateLut,
+  kIterateGeneric,
+  kBlend,
+  kConvolve,
+  kCompositeRect,
+  kTransferRect,
+  kTransformWorld,
+  kPremultiply,
+  kPremultiplyColor,
+  kNewHandle,
+  kResizeHandle,
+  kGetPixelData,
+  kGetConstSequenceData,
+  kRegisterUi,
 };
 
 /// For messages: the name of the call as the interface spells it.
 const char* HostCallName(HostCall call);
+
+/// All of them, for whoever refuses each in turn.
+inline constexpr HostCall kLastHostCall = HostCall::kRegisterUi;
 
 struct HostCallDetails {
   HostCall call = HostCall::kAbort;

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "base/expected.h"
 #include "host/base/thread_pool.h"
@@ -35,13 +36,24 @@ struct RenderSettings {
   /// effect has asked for pixels of the frame, and never when it has not. Null is a transparent
   /// frame; a failure ends the render with its text. The world must live as long as the render.
   std::function<Expected<const World*>()> readInput;
-  /// Layers for layer controls, by control index; absent or null is no layer.
+  /// Layers for layer controls, by control index; null is no layer, and absent the default, which
+  /// is no layer or the frame under the effect.
   std::map<PF_ParamIndex, const World*> layers;
   /// By control index; a control that is absent has its declared default.
   std::map<PF_ParamIndex, ControlValue> controls;
   /// Where given, the value of a control (layers apart) at any time, in units of 1 / scale
   /// seconds; takes precedence over `controls`. Called on several threads at once.
   std::function<ControlValue(PF_ParamIndex index, A_long time, A_u_long scale)> controlAt;
+
+  /// Where given, the image of a layer control, or of the frame (index 0), at another time than the
+  /// current one, in units of 1 / scale seconds; null is no layer, or a transparent frame, and a
+  /// failure ends the render with its text. Without it every image stands still. Called on several
+  /// threads at once.
+  std::function<Expected<std::shared_ptr<const World>>(PF_ParamIndex index, A_long time,
+                                                       A_u_long scale)>
+      layerAt;
+  /// Where given, the times of a control's keyframes, growing; none for a constant one.
+  std::function<std::vector<A_Time>(PF_ParamIndex index)> keyframesOf;
 
   int downsample = 1;  ///< 1/n of the resolution
   /// The part to render, in coordinates of the reduced frame; absent is all of it.
@@ -60,6 +72,9 @@ struct RenderSettings {
   /// Shared by concurrent frames; null renders on the calling thread alone.
   ThreadPool* pool = nullptr;
   RenderHooks* hooks = nullptr;
+  /// The sequence is flattened and set up again before the frame, as by saving and opening a
+  /// project; the picture must be the same.
+  bool reopenSequence = false;
   /// Ends after the pre-render, as a host does that only wants to learn the rectangles.
   bool preRenderOnly = false;
 };

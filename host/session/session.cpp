@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "host/pixels/world_view.h"
+#include "host/session/arbitrary_values.h"
 
 namespace veltra::host {
 namespace {
@@ -51,6 +52,9 @@ void Session::SetUpInData() {
   inData_.pica_basicP = context_.tables.basic;
   inData_.global_data = context_.globalData;
   inData_.version = {13, 28};
+  inData_.appl_id = kHostApplicationId;
+  inData_.local_time_step = 1;
+  inData_.time_step = 1;
   inData_.quality = Draft() ? PF_Quality_LO : PF_Quality_HI;
   inData_.field = PF_Field_FRAME;
   inData_.num_params = ParamCount();
@@ -80,6 +84,7 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
   outData_.global_data = inData_.global_data;
   outData_.sequence_data = inData_.sequence_data;
   outData_.frame_data = inData_.frame_data;
+  PrefillOutData(command);
   const SessionScope scope(this);
   PF_Err error = PF_Err_NONE;
   try {
@@ -96,6 +101,18 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
     message_ = TextOf(outData_.return_msg);
   }
   return error;
+}
+
+/// What effects leave alone must mean "as it was".
+void Session::PrefillOutData(PF_Cmd command) {
+  if (command == PF_Cmd_FRAME_SETUP) {
+    const PF_LRect frame = FrameRect();
+    outData_.width = frame.right;
+    outData_.height = frame.bottom;
+  } else if (command == PF_Cmd_QUERY_DYNAMIC_FLAGS) {
+    outData_.out_flags = context_.outFlags;
+    outData_.out_flags2 = context_.outFlags2;
+  }
 }
 
 // ---- Abort and progress ----
@@ -137,6 +154,17 @@ A_long Session::ReducedPoint(A_long coordinate) const {
   return static_cast<A_long>((2 * (coordinate + offset * factor) + factor) / (2 * factor) - offset);
 }
 
+ControlValue Session::ValueAt(const ControlDeclaration& control, A_long time,
+                              A_u_long scale) const {
+  if (settings_->controlAt) {
+    return settings_->controlAt(control.index, time, scale);
+  }
+  const auto set = settings_->controls.find(control.index);
+  return set != settings_->controls.end()
+             ? set->second
+             : ControlDefault(control, settings_->width, settings_->height);
+}
+
 bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_ParamDef& param) {
   if (index < 0 || index >= ParamCount() || settings_ == nullptr) {
     return false;
@@ -145,48 +173,139 @@ bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_Par
   if (index > 0) {
     param = context_.controls[static_cast<std::size_t>(index - 1)].raw;
   }
-  if (IsLayer(index)) {
-    param.param_type = PF_Param_LAYER;
-    param.u.ld = PF_LayerDef{};
-    const World* world = LayerWorld(index);
-    if (settings_->mode == RenderMode::kClassic && world != nullptr) {
-      param.u.ld =
-          LayerView(*world, {world->OriginX(), world->OriginY(), world->OriginX() + world->Width(),
-                             world->OriginY() + world->Height()});
+  if (!IsLayer(index)) {
+    const ControlDeclaration& control = context_.controls[static_cast<std::size_t>(index - 1)];
+    if (control.HasValue()) {
+      SetValue(control, ValueAt(control, time, scale), param);
     }
     return true;
   }
-  const ControlDeclaration& control = context_.controls[static_cast<std::size_t>(index - 1)];
-  const auto set = settings_->controls.find(index);
-  ControlValue value = ControlDefault(control, settings_->width, settings_->height);
-  if (settings_->controlAt) {
-    value = settings_->controlAt(index, time, scale);
-  } else if (set != settings_->controls.end()) {
-    value = set->second;
+  param.param_type = PF_Param_LAYER;
+  param.u.ld = PF_LayerDef{};
+  const World* world = nullptr;
+  if (settings_->mode == RenderMode::kClassic && LayerWorldAt(index, time, scale, world) &&
+      world != nullptr) {
+    param.u.ld =
+        LayerView(*world, {world->OriginX(), world->OriginY(), world->OriginX() + world->Width(),
+                           world->OriginY() + world->Height()});
   }
+  return true;
+}
+
+void Session::SetValue(const ControlDeclaration& control, const ControlValue& value,
+                       PF_ParamDef& param) {
   switch (control.type) {
+    case PF_Param_SLIDER:
+      param.u.sd.value = value.x;
+      break;
     case PF_Param_FIX_SLIDER:
       param.u.fd.value = value.x;
+      break;
+    case PF_Param_ANGLE:
+      param.u.ad.value = value.x;
       break;
     case PF_Param_CHECKBOX:
       param.u.bd.value = value.x;
       break;
-    case PF_Param_POPUP:
-      param.u.pd.value = value.x;
+    case PF_Param_COLOR:
+      param.u.cd.value = value.color;
       break;
     case PF_Param_POINT:
       param.u.td.x_value = ReducedPoint(value.x);
       param.u.td.y_value = ReducedPoint(value.y);
       break;
+    case PF_Param_POPUP:
+      param.u.pd.value = value.x;
+      break;
+    case PF_Param_FLOAT_SLIDER:
+      param.u.fs_d.value = value.numbers[0];
+      break;
+    case PF_Param_ARBITRARY_DATA:
+      param.u.arb_d.value = ArbitraryValue(control, value);
+      break;
+    case PF_Param_POINT_3D:
+      param.u.point3d_d.x_value = value.numbers[0] / settings_->downsample;
+      param.u.point3d_d.y_value = value.numbers[1] / settings_->downsample;
+      param.u.point3d_d.z_value = value.numbers[2] / settings_->downsample;
+      break;
     default:
-      break;  // as declared: this host does not know where such a value lies
+      break;
   }
-  return true;
+}
+
+/// The default itself, which effects only read, or what the effect makes of the flat form, once.
+PF_Handle Session::ArbitraryValue(const ControlDeclaration& control, const ControlValue& value) {
+  PF_Handle fallback = control.raw.u.arb_d.dephault;
+  if (value.flat == nullptr || context_.entry == nullptr) {
+    return fallback;
+  }
+  const std::lock_guard lock(valuesMutex_);
+  for (const MadeValue& made : madeValues_) {
+    if (made.control == &control && *made.flat == *value.flat) {
+      return made.handle;
+    }
+  }
+  const auto made = ArbitraryCalls(context_.entry, inData_, control).Unflatten(*value.flat);
+  if (!made) {
+    FailWith(made.ErrorText());
+    return fallback;
+  }
+  madeValues_.push_back({&control, value.flat, *made});
+  return *made;
+}
+
+void Session::DisposeValues() {
+  const std::lock_guard lock(valuesMutex_);
+  const SessionScope scope(this);
+  for (const MadeValue& made : madeValues_) {
+    ArbitraryCalls(context_.entry, inData_, *made.control).Dispose(made.handle);
+  }
+  madeValues_.clear();
+}
+
+ControlFingerprint Session::FingerprintOf(PF_ParamIndex index, A_long time, A_u_long scale) {
+  ControlFingerprint print{};
+  if (IsLayer(index)) {
+    const World* world = nullptr;
+    LayerWorldAt(index, time, scale, world);
+    print[0] = reinterpret_cast<std::uintptr_t>(world);
+    return print;
+  }
+  const ControlValue value =
+      ValueAt(context_.controls[static_cast<std::size_t>(index - 1)], time, scale);
+  print[0] = static_cast<A_u_long>(value.x) | std::uint64_t{static_cast<A_u_long>(value.y)} << 32;
+  std::memcpy(&print[1], value.numbers.data(), sizeof value.numbers);
+  std::memcpy(&print[4], &value.color, sizeof value.color);
+  if (value.flat != nullptr) {
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const std::byte byte : *value.flat) {
+      hash = (hash ^ std::to_integer<std::uint64_t>(byte)) * 0x100000001B3U;
+    }
+    print[5] = hash;
+  }
+  return print;
+}
+
+// ---- What the host itself could not do ----
+
+void Session::FailWith(const std::string& reason) {
+  const std::lock_guard lock(failureMutex_);
+  if (hostFailure_.empty()) {
+    hostFailure_ = reason;
+  }
+}
+
+std::string Session::HostFailure() const {
+  const std::lock_guard lock(failureMutex_);
+  return hostFailure_;
 }
 
 // ---- Layers ----
 
 PF_LRect Session::FrameRect() const {
+  if (settings_ == nullptr) {
+    return {0, 0, 0, 0};
+  }
   return {0, 0, DownsampledLength(settings_->width, settings_->downsample),
           DownsampledLength(settings_->height, settings_->downsample)};
 }
@@ -196,7 +315,49 @@ const World* Session::LayerWorld(PF_ParamIndex index) const {
     return input;
   }
   const auto found = settings_->layers.find(index);
-  return found != settings_->layers.end() ? found->second : nullptr;
+  if (found != settings_->layers.end()) {
+    return found->second;
+  }
+  const ControlDeclaration& control = context_.controls[static_cast<std::size_t>(index - 1)];
+  return control.defaultValue == PF_LayerDefault_MYSELF ? input : nullptr;
+}
+
+bool Session::IsCurrentTime(A_long time, A_u_long scale) const {
+  return scale == 0 ||
+         std::int64_t{time} * settings_->timeScale == std::int64_t{settings_->currentTime} * scale;
+}
+
+bool Session::IsOfFrame(PF_ParamIndex index, A_long time, A_u_long scale) const {
+  const bool now = !settings_->layerAt || IsCurrentTime(time, scale);
+  return now &&
+         (index == 0 || (settings_->layers.count(index) == 0 &&
+                         context_.controls[static_cast<std::size_t>(index - 1)].defaultValue ==
+                             PF_LayerDefault_MYSELF));
+}
+
+bool Session::LayerWorldAt(PF_ParamIndex index, A_long time, A_u_long scale, const World*& world) {
+  if (!settings_->layerAt || IsCurrentTime(time, scale)) {
+    world = LayerWorld(index);
+    return true;
+  }
+  // All common frame rates and time scales divide this many units of a second.
+  constexpr std::int64_t kUnits = 705600000;
+  const std::lock_guard lock(otherLayersMutex_);
+  auto& kept = otherLayers_[{index, std::int64_t{time} * kUnits / scale}];
+  if (kept == nullptr) {
+    auto read = settings_->layerAt(index, time, scale);
+    if (!read) {
+      FailWith(read.ErrorText());
+      return false;
+    }
+    if (*read != nullptr && (*read)->PixelDepth() != settings_->depth) {
+      FailWith("the image at another time has another depth than the render");
+      return false;
+    }
+    kept = std::move(*read);
+  }
+  world = kept.get();
+  return true;
 }
 
 PF_EffectWorld Session::LayerView(const World& world, const PF_LRect& rect) {

@@ -5,11 +5,13 @@
 
 #include <array>
 #include <atomic>
+#include <filesystem>
 #include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/base/guarded.h"
@@ -37,7 +39,16 @@ struct SessionContext {
   PF_Handle globalData = nullptr;
   /// Counts handles and worlds of the effect; null counts nothing.
   std::shared_ptr<EffectHoldings> holdings = nullptr;
+  /// The command entry, for calls about arbitrary data; null for sessions that send none.
+  PF_MainEntryFn entry = nullptr;
+  A_long outFlags = 0;  ///< what GLOBAL_SETUP answered
+  A_long outFlags2 = 0;
+  std::filesystem::path libraryPath = {};  ///< where the effect can find files beside itself
+  void* libraryModule = nullptr;           ///< the system's handle of the loaded library
 };
+
+/// What tells two values of a parameter apart.
+using ControlFingerprint = std::array<std::uint64_t, 6>;
 
 /// Which of the smart commands runs, since some callbacks belong to one of them.
 enum class SmartPhase { kNone, kPreRender, kRender };
@@ -68,6 +79,7 @@ class Session {
   PF_InData& InData() { return inData_; }
   const PF_OutData& OutData() const { return outData_; }
   const std::string& Message() const { return message_; }
+  void SetSequenceData(PF_Handle data) { inData_.sequence_data = data; }
   bool ThrewException() const { return threwException_; }
 
   const RenderSettings* Settings() const { return settings_; }
@@ -111,6 +123,17 @@ class Session {
   /// threads.
   bool FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_ParamDef& param);
   bool IsLayer(PF_ParamIndex index) const;
+  /// What a parameter's value at a time is recognised by; of layers the image. Safe on many
+  /// threads.
+  ControlFingerprint FingerprintOf(PF_ParamIndex index, A_long time, A_u_long scale);
+  /// Has the effect dispose of the values that were made for this session; the last command but the
+  /// sequence's set-down.
+  void DisposeValues();
+
+  /// Notes why the host itself could not give what was asked for; the first reason stays.
+  void FailWith(const std::string& reason);
+  /// Empty while all went well.
+  std::string HostFailure() const;
 
   /// Collects what add_param brings during PARAMS_SETUP; null otherwise.
   std::vector<ControlDeclaration>* addedControls = nullptr;
@@ -120,8 +143,13 @@ class Session {
   PF_LRect FrameRect() const;
   /// The frame under the effect, null for a transparent one; written between commands.
   const World* input = nullptr;
-  /// The borrowed image of a layer parameter; null for none.
+  /// The borrowed image of a layer parameter at the current time; null for none.
   const World* LayerWorld(PF_ParamIndex index) const;
+  /// The same at any time; lives as long as the session. False, and the reason noted, where it
+  /// could not be had.
+  bool LayerWorldAt(PF_ParamIndex index, A_long time, A_u_long scale, const World*& world);
+  /// Whether a layer at a time is the frame that readInput reads.
+  bool IsOfFrame(PF_ParamIndex index, A_long time, A_u_long scale) const;
   /// A part of a layer for the effect, with the visible extent; its sums can be made from now on.
   PF_EffectWorld LayerView(const World& world, const PF_LRect& rect);
   /// The sums of an image that the host itself lent out, null for any other, which may change
@@ -137,11 +165,17 @@ class Session {
 
   Accounts accounts;
   const std::shared_ptr<EffectHoldings>& Holdings() const { return context_.holdings; }
+  const SessionContext& Context() const { return context_; }
 
  private:
   friend class SessionScope;
 
   void SetUpInData();
+  void PrefillOutData(PF_Cmd command);
+  ControlValue ValueAt(const ControlDeclaration& control, A_long time, A_u_long scale) const;
+  void SetValue(const ControlDeclaration& control, const ControlValue& value, PF_ParamDef& param);
+  PF_Handle ArbitraryValue(const ControlDeclaration& control, const ControlValue& value);
+  bool IsCurrentTime(A_long time, A_u_long scale) const;
   const ImageFacts* FindFacts(const PF_EffectWorld& view) const;
   A_long ReducedPoint(A_long coordinate) const;
 
@@ -156,6 +190,22 @@ class Session {
   bool threwException_ = false;
   std::atomic<bool> cancelled_{false};
   std::mutex progressMutex_;
+
+  /// A value that the effect made of its flat form.
+  struct MadeValue {
+    const ControlDeclaration* control;
+    std::shared_ptr<const FlatValue> flat;
+    PF_Handle handle;
+  };
+  // Recursive, since an effect may ask for a value while it makes another.
+  std::recursive_mutex valuesMutex_;
+  std::vector<MadeValue> madeValues_;  // guarded by valuesMutex_
+
+  mutable std::mutex failureMutex_;
+  std::mutex otherLayersMutex_;
+  std::map<std::pair<PF_ParamIndex, std::int64_t>, std::shared_ptr<const World>>
+      otherLayers_;  // at other times, by 1/705600000 of a second; guarded by otherLayersMutex_
+  std::string hostFailure_;  // guarded by failureMutex_
 
   // Readers on many threads walk the array without a lock; an entry is complete before the count
   // covers it, and lendMutex_ is held while one is added. What does not fit is sampled without

@@ -3,8 +3,8 @@
 // The callbacks that lie in the in-data itself: parameters, abort and progress.
 
 #include "host/session/control_declaration.h"
+#include "host/suites/callback.h"
 #include "host/suites/tables.h"
-#include "host/suites/unused_functions.h"
 
 namespace veltra::host {
 namespace {
@@ -87,6 +87,49 @@ PF_Err Progress(PF_ProgPtr ref, A_long current, A_long total) noexcept {
   });
 }
 
+// ---- Own user interfaces and sound, of which there is none ----
+
+/// Effects return this from PARAMS_SETUP, so a host without a screen agrees. The record is not
+/// looked at: samples leave fields uninitialised.
+PF_Err RegisterUi(PF_ProgPtr ref, void* info) noexcept {
+  return Serve(ref, HostCall::kRegisterUi, info != nullptr,
+               [](Session&) -> PF_Err { return PF_Err_NONE; });
+}
+
+char silence;
+
+PF_Err CheckoutLayerAudio(PF_ProgPtr ref, PF_ParamIndex, A_long, A_long, A_u_long, A_u_long, A_long,
+                          A_long, A_long, void** audio) noexcept {
+  if (Session::From(ref) == nullptr || audio == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  *audio = &silence;
+  return PF_Err_NONE;
+}
+
+PF_Err CheckinLayerAudio(PF_ProgPtr, void*) noexcept {
+  return PF_Err_NONE;
+}
+
+template <class Value>
+void SetIfWanted(Value* out, Value value) {
+  if (out != nullptr) {
+    *out = value;
+  }
+}
+
+/// No samples at all, at the rate of compact discs.
+PF_Err GetAudioData(PF_ProgPtr, void*, void** data, A_long* samples, A_u_long* rate,
+                    A_long* bytesPerSample, A_long* channels, A_long* isSigned) noexcept {
+  SetIfWanted<void*>(data, nullptr);
+  SetIfWanted(samples, 0);
+  SetIfWanted(rate, A_u_long{44100} << 16);
+  SetIfWanted(bytesPerSample, 2);
+  SetIfWanted(channels, 2);
+  SetIfWanted(isSigned, 1);
+  return PF_Err_NONE;
+}
+
 PF_InteractCallbacks MakeTable() {
   PF_InteractCallbacks table{};
   table.checkout_param = &CheckoutParam;
@@ -94,10 +137,10 @@ PF_InteractCallbacks MakeTable() {
   table.add_param = &AddParam;
   table.abort = &Abort;
   table.progress = &Progress;
-  table.register_ui = NotOffered();
-  table.checkout_layer_audio = NotOffered();
-  table.checkin_layer_audio = NotOffered();
-  table.get_audio_data = NotOffered();
+  table.register_ui = &RegisterUi;
+  table.checkout_layer_audio = &CheckoutLayerAudio;
+  table.checkin_layer_audio = &CheckinLayerAudio;
+  table.get_audio_data = &GetAudioData;
   return table;
 }
 

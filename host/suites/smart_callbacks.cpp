@@ -9,30 +9,45 @@ namespace veltra::host {
 namespace {
 
 /// The layer's whole extent in its own coordinates, at the current downsampling; empty for none.
-PF_LRect LayerBounds(const Session& session, PF_ParamIndex index) {
-  if (index == 0) {
+PF_LRect LayerBounds(const Session& session, bool isFrame, const World* world) {
+  if (isFrame) {
     return session.FrameRect();
   }
-  const World* world = session.LayerWorld(index);
   return world != nullptr ? PF_LRect{0, 0, world->Width(), world->Height()} : PF_LRect{0, 0, 0, 0};
 }
 
-void DescribeLayer(const Session& session, PF_ParamIndex index, const PF_LRect& granted,
-                   PF_CheckoutResult& result) {
+void DescribeLayer(const Session& session, bool isFrame, const World* world,
+                   const PF_LRect& granted, PF_CheckoutResult& result) {
   result = PF_CheckoutResult{};
   const RenderSettings& settings = *session.Settings();
-  const World* world = session.LayerWorld(index);
-  const PF_LRect bounds = LayerBounds(session, index);
+  const PF_LRect bounds = LayerBounds(session, isFrame, world);
   result.result_rect = granted;
   result.max_result_rect = bounds;
-  result.par = world != nullptr && index != 0 ? world->PixelAspect() : settings.pixelAspect;
-  result.ref_width = index == 0 ? settings.width : bounds.right * settings.downsample;
-  result.ref_height = index == 0 ? settings.height : bounds.bottom * settings.downsample;
+  result.par = world != nullptr && !isFrame ? world->PixelAspect() : settings.pixelAspect;
+  result.ref_width = isFrame ? settings.width : bounds.right * settings.downsample;
+  result.ref_height = isFrame ? settings.height : bounds.bottom * settings.downsample;
+}
+
+/// Whether a layer may be asked for now; notes the rule that speaks against it.
+PF_Err CheckRequest(Session& session, PF_ParamIndex index) {
+  if (session.phase != SmartPhase::kPreRender) {
+    session.accounts.Broke(Rule::kLayerOutsidePreRender);
+    return PF_Err_INVALID_CALLBACK;
+  }
+  if (index < 0 || index >= session.ParamCount()) {
+    session.accounts.Broke(Rule::kLayerOfUnknownParameter);
+    return PF_Err_INVALID_INDEX;
+  }
+  if (!session.IsLayer(index)) {
+    session.accounts.Broke(Rule::kLayerOfOtherType);
+    return PF_Err_UNRECOGNIZED_PARAM_TYPE;
+  }
+  return PF_Err_NONE;
 }
 
 PF_Err CheckoutLayer(PF_ProgPtr ref, PF_ParamIndex index, A_long checkoutId,
-                     const PF_RenderRequest* request, A_long /*time*/, A_long /*step*/,
-                     A_u_long /*scale*/, PF_CheckoutResult* result) noexcept {
+                     const PF_RenderRequest* request, A_long time, A_long /*step*/, A_u_long scale,
+                     PF_CheckoutResult* result) noexcept {
   Session* session = Session::From(ref);
   if (session == nullptr || request == nullptr || result == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
@@ -41,24 +56,21 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, PF_ParamIndex index, A_long checkoutId,
     if (const PF_Err refused = session->Ask(HostCall::kCheckoutLayer, index)) {
       return refused;
     }
-    if (session->phase != SmartPhase::kPreRender) {
-      session->accounts.Broke(Rule::kLayerOutsidePreRender);
-      return PF_Err_INVALID_CALLBACK;
+    if (const PF_Err error = CheckRequest(*session, index)) {
+      return error;
     }
-    if (index < 0 || index >= session->ParamCount()) {
-      session->accounts.Broke(Rule::kLayerOfUnknownParameter);
-      return PF_Err_INVALID_INDEX;
+    // The frame's size is known without its pixels, which are read when they are fetched.
+    const World* world = nullptr;
+    const bool isFrame = index == 0 || session->IsOfFrame(index, time, scale);
+    if (!isFrame && !session->LayerWorldAt(index, time, scale, world)) {
+      return PF_Err_OUT_OF_MEMORY;
     }
-    if (!session->IsLayer(index)) {
-      session->accounts.Broke(Rule::kLayerOfOtherType);
-      return PF_Err_UNRECOGNIZED_PARAM_TYPE;
-    }
-    const PF_LRect granted = Intersection(request->rect, LayerBounds(*session, index));
-    DescribeLayer(*session, index, granted, *result);
-    if (!session->checkouts.Request(checkoutId, index, granted)) {
+    const PF_LRect granted = Intersection(request->rect, LayerBounds(*session, isFrame, world));
+    DescribeLayer(*session, isFrame, world, granted, *result);
+    if (!session->checkouts.Request({checkoutId, index, granted, time, scale})) {
       return PF_Err_BAD_CALLBACK_PARAM;
     }
-    if (index == 0 && !IsEmpty(granted)) {
+    if (!IsEmpty(granted) && session->IsOfFrame(index, time, scale)) {
       session->accounts.NoteInputRequest();
     }
     return PF_Err_NONE;
@@ -73,31 +85,43 @@ PF_Err MixInGuid(PF_ProgPtr ref, A_u_long size, const void* data) noexcept {
   return Guarded([&]() -> PF_Err { return session->Ask(HostCall::kMixInGuid); });
 }
 
-/// Makes the pixels ready: a part of the borrowed image, or transparent ones for a frame that
-/// has none. False without memory.
+/// The image behind a checkout: a borrowed one, or transparent pixels for a frame that has none.
+/// Null, and the reason noted, where it cannot be had.
+const World* ImageOf(Session& session, LayerCheckout& checkout) {
+  const LayerRequest& request = checkout.request;
+  const World* world = nullptr;
+  if (!session.LayerWorldAt(request.index, request.time, request.scale, world) ||
+      world != nullptr) {
+    return world;
+  }
+  auto made = World::Create(request.rect.right - request.rect.left,
+                            request.rect.bottom - request.rect.top, session.Settings()->depth);
+  if (!made) {
+    return nullptr;
+  }
+  checkout.transparent = std::move(*made);
+  checkout.transparent.SetOrigin(request.rect.left, request.rect.top);
+  checkout.transparent.SetPixelAspect(session.Settings()->pixelAspect);
+  return &checkout.transparent;
+}
+
+/// Makes the pixels ready; false where they cannot be had.
 bool PreparePixels(Session& session, LayerCheckout& checkout) {
-  const World* world = session.LayerWorld(checkout.index);
+  const World* world = ImageOf(session, checkout);
   if (world == nullptr) {
-    auto made = World::Create(checkout.rect.right - checkout.rect.left,
-                              checkout.rect.bottom - checkout.rect.top, session.Settings()->depth);
-    if (!made) {
-      return false;
-    }
-    checkout.transparent = std::move(*made);
-    checkout.transparent.SetOrigin(checkout.rect.left, checkout.rect.top);
-    checkout.transparent.SetPixelAspect(session.Settings()->pixelAspect);
-    world = &checkout.transparent;
+    return false;
   }
   // A layer's coordinates start at its first pixel, wherever the image was cut from.
-  PF_LRect part = checkout.rect;
+  const PF_LRect& rect = checkout.request.rect;
+  PF_LRect part = rect;
   if (checkout.transparent.Empty()) {
     part = {part.left + world->OriginX(), part.top + world->OriginY(),
             part.right + world->OriginX(), part.bottom + world->OriginY()};
   }
   checkout.view = session.LayerView(*world, part);
-  checkout.view.origin_x = checkout.rect.left;
-  checkout.view.origin_y = checkout.rect.top;
-  if (checkout.index == 0) {
+  checkout.view.origin_x = rect.left;
+  checkout.view.origin_y = rect.top;
+  if (checkout.request.index == 0) {
     checkout.view.pix_aspect_ratio = session.Settings()->pixelAspect;
   }
   return true;
@@ -122,12 +146,12 @@ PF_Err CheckoutLayerPixels(PF_ProgPtr ref, A_long checkoutId, PF_EffectWorld** w
       session->accounts.Broke(broken);
       return PF_Err_BAD_CALLBACK_PARAM;
     }
-    const bool ready = IsEmpty(checkout->rect) || PreparePixels(*session, *checkout);
+    const bool ready = IsEmpty(checkout->request.rect) || PreparePixels(*session, *checkout);
     session->checkouts.Finish(*checkout, ready);
     if (!ready) {
       return PF_Err_OUT_OF_MEMORY;
     }
-    *world = IsEmpty(checkout->rect) ? nullptr : &checkout->view;
+    *world = IsEmpty(checkout->request.rect) ? nullptr : &checkout->view;
     session->accounts.Count(&RenderDiagnostics::layerCheckouts);
     return PF_Err_NONE;
   });

@@ -1,152 +1,99 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The basic suite and the function tables it hands out.
+// The basic suite, and the function tables that draw.
 
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "host/suites/callback.h"
+#include "host/suites/color_callbacks.h"
+#include "host/suites/handle_suite.h"
 #include "host/suites/iterate.h"
+#include "host/suites/matte_callbacks.h"
 #include "host/suites/sampling_callbacks.h"
+#include "host/suites/suite_list.h"
 #include "host/suites/tables.h"
-#include "host/suites/unused_functions.h"
+#include "host/suites/transform_callbacks.h"
+#include "host/suites/world_callbacks.h"
 #include "host_api/suites.h"
 
 namespace veltra::host {
 namespace {
 
-// ---- The world suite ----
-
-PF_Err GetPixelFormat(const PF_EffectWorld* world, PF_PixelFormat* format) noexcept {
-  if (world == nullptr || format == nullptr) {
-    return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  return Guarded([&]() -> PF_Err {
-    Session* session = Session::Current();
-    if (session != nullptr) {
-      if (const PF_Err refused = session->Ask(HostCall::kGetPixelFormat)) {
-        return refused;
-      }
-    }
-    *format = PixelFormatOf(DepthOf(*world));
-    return PF_Err_NONE;
-  });
-}
-
-bool DepthOfFormat(PF_PixelFormat format, Depth& depth) {
-  for (const Depth known : kAllDepths) {
-    if (PixelFormatOf(known) == format) {
-      depth = known;
-      return true;
-    }
-  }
-  return false;
-}
-
-/// Worlds for the effect are always cleared: what is not asked for must not differ between runs.
-PF_Err NewWorld(PF_ProgPtr ref, A_long width, A_long height, PF_Boolean /*clear*/,
-                PF_PixelFormat format, PF_EffectWorld* world) noexcept {
-  Session* session = Session::From(ref);
-  Depth depth = Depth::k8;
-  if (session == nullptr || world == nullptr || !DepthOfFormat(format, depth)) {
-    return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  return Guarded([&]() -> PF_Err {
-    if (const PF_Err refused = session->Ask(HostCall::kNewWorld)) {
-      return refused;
-    }
-    if (!WorldSizeError(width, height).empty()) {
-      return PF_Err_BAD_CALLBACK_PARAM;
-    }
-    auto made = World::Create(width, height, depth);
-    if (!made) {
-      return PF_Err_OUT_OF_MEMORY;
-    }
-    *world = made->View();
-    world->world_flags |= PF_WorldFlag_WRITEABLE;
-    KeepOwnWorld(std::move(*made), session->Holdings());
-    session->accounts.Count(&RenderDiagnostics::worldsMade);
-    return PF_Err_NONE;
-  });
-}
-
-PF_Err DisposeWorld(PF_ProgPtr ref, PF_EffectWorld* world) noexcept {
-  Session* session = Session::From(ref);
-  if (session == nullptr || world == nullptr || world->data == nullptr) {
-    return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  return Guarded([&]() -> PF_Err {
-    const PF_Err refused = session->Ask(HostCall::kDisposeWorld);
-    if (!DisposeOwnWorld(world->data)) {
-      session->accounts.Broke(Rule::kForeignHandle);
-      return PF_Err_BAD_CALLBACK_PARAM;
-    }
-    session->accounts.Count(&RenderDiagnostics::worldsDisposed);
-    *world = PF_EffectWorld{};
-    return refused;
-  });
-}
-
 // ---- The tables ----
 
-// Only the second version of the world suite: its layout is known, that of the first is not, and
-// a wrong table is worse than none.
-constexpr PF_WorldSuite2 kWorldSuite{&NewWorld, &DisposeWorld, &GetPixelFormat};
+template <class Suite, class Pixel>
+constexpr Suite kSampling{&NearestCallback<Pixel>, &SubpixelCallback<Pixel>, &AreaCallback<Pixel>};
+
+constexpr PF_Iterate8Suite1 kIterate8{&IteratePixels<PF_Pixel8>, &IterateOrigin<PF_Pixel8>,
+                                      &IterateLut, &IterateOriginNonClip<PF_Pixel8>,
+                                      &IterateGeneric};
 
 template <class Suite, class Pixel>
-constexpr Suite kSamplingSuite{&NearestCallback<Pixel>, &SubpixelCallback<Pixel>,
-                               &AreaCallback<Pixel>};
+constexpr Suite kIterate{&IteratePixels<Pixel>, &IterateOrigin<Pixel>,
+                         &IterateOriginNonClip<Pixel>};
 
-const void* Iterate8Table() {
-  static const PF_Iterate8Suite1 table{&IteratePixels<PF_Pixel8>, NotOffered(), NotOffered(),
-                                       NotOffered(), NotOffered()};
+PF_Err AcceptFormat(PF_ProgPtr, PF_PixelFormat) noexcept {
+  return PF_Err_NONE;
+}
+
+PF_Err ClearFormats(PF_ProgPtr) noexcept {
+  return PF_Err_NONE;
+}
+
+/// Formats of the other host's: this one gives its own whatever is asked for.
+constexpr PF_PixelFormatSuite2 kPixelFormat{&AcceptFormat, &ClearFormats};
+
+PF_Err GetConstSequenceData(PF_ProgPtr ref, const void* const** data) noexcept {
+  return Serve(ref, HostCall::kGetConstSequenceData, data != nullptr,
+               [data](Session& session) -> PF_Err {
+                 *data = session.InData().sequence_data;
+                 return PF_Err_NONE;
+               });
+}
+
+constexpr PF_EffectSequenceDataSuite1 kSequenceData{&GetConstSequenceData};
+
+/// A table that is a constant of this file, or another room's.
+template <const auto& table>
+const void* Constant() {
   return &table;
 }
-
-const void* Iterate16Table() {
-  static const PF_Iterate16Suite1 table{&IteratePixels<PF_Pixel16>, NotOffered(), NotOffered()};
-  return &table;
+template <auto function>
+const void* TableOf() {
+  return &function();
+}
+const void* AnsiTable() {
+  return &UtilityCallbacks().ansi;
 }
 
-const void* IterateFloatTable() {
-  static const PF_iterateFloatSuite1 table{&IteratePixels<PF_PixelFloat>, NotOffered(),
-                                           NotOffered()};
-  return &table;
-}
-
-/// The table of that name and version; null for what this host does not offer.
-const void* FindSuite(const char* name, A_long version) {
-  const auto is = [name, version](const char* known, A_long knownVersion) {
-    return version == knownVersion && std::strcmp(name, known) == 0;
-  };
-  if (is("PF World Suite", 2)) {
-    return &kWorldSuite;
-  }
-  if (is("PF Sampling8 Suite", 1)) {
-    return &kSamplingSuite<PF_Sampling8Suite1, PF_Pixel8>;
-  }
-  if (is("PF Sampling16 Suite", 1)) {
-    return &kSamplingSuite<PF_Sampling16Suite1, PF_Pixel16>;
-  }
-  if (is("PF SamplingFloat Suite", 1)) {
-    return &kSamplingSuite<PF_SamplingFloatSuite1, PF_PixelFloat>;
-  }
-  if (is("PF Iterate8 Suite", 1)) {
-    return Iterate8Table();
-  }
-  if (is("PF iterate16 Suite", 1)) {
-    return Iterate16Table();
-  }
-  if (is("PF iterateFloat Suite", 1)) {
-    return IterateFloatTable();
-  }
-  return nullptr;
-}
+constexpr OfferedSuite kSuites[] = {
+    {"PF Handle Suite", 2, &TableOf<&HandleFunctions>},
+    {"PF Iterate8 Suite", 1, &Constant<kIterate8>},
+    {"PF Iterate8 Suite", 2, &Constant<kIterate8>},
+    {"PF iterate16 Suite", 1, &Constant<kIterate<PF_Iterate16Suite1, PF_Pixel16>>},
+    {"PF iterate16 Suite", 2, &Constant<kIterate<PF_Iterate16Suite1, PF_Pixel16>>},
+    {"PF iterateFloat Suite", 1, &Constant<kIterate<PF_iterateFloatSuite1, PF_PixelFloat>>},
+    {"PF iterateFloat Suite", 2, &Constant<kIterate<PF_iterateFloatSuite1, PF_PixelFloat>>},
+    {"PF ANSI Suite", 1, &AnsiTable},
+    {"PF World Transform Suite", 1, &TableOf<&TransformFunctions>},
+    {"PF Fill Matte Suite", 2, &TableOf<&MatteFunctions>},
+    {"PF World Suite", 1, &TableOf<&WorldFunctions>},
+    {"PF World Suite", 2, &TableOf<&FormatWorldFunctions>},
+    {"PF Pixel Data Suite", 1, &TableOf<&PixelDataFunctions>},
+    {"PF Pixel Data Suite", 2, &TableOf<&PixelDataFunctions>},
+    {"PF Pixel Format Suite", 2, &Constant<kPixelFormat>},
+    {"PF Color Suite", 1, &TableOf<&ColorFunctions8>},
+    {"PF Color16 Suite", 1, &TableOf<&ColorFunctions16>},
+    {"PF ColorFloat Suite", 1, &TableOf<&ColorFunctionsFloat>},
+    {"PF Effect Sequence Data Suite", 1, &Constant<kSequenceData>},
+    {"PF Sampling8 Suite", 1, &Constant<kSampling<PF_Sampling8Suite1, PF_Pixel8>>},
+    {"PF Sampling16 Suite", 1, &Constant<kSampling<PF_Sampling16Suite1, PF_Pixel16>>},
+    {"PF SamplingFloat Suite", 1, &Constant<kSampling<PF_SamplingFloatSuite1, PF_PixelFloat>>},
+};
 
 // ---- The basic suite ----
-
-/// 'S!Fd': the suite was not found.
-constexpr SPErr kSuiteNotFound = 0x53214664;
 
 SPErr AcquireSuite(const char* name, A_long version, const void** suite) noexcept {
   if (name == nullptr || suite == nullptr) {
@@ -170,7 +117,7 @@ SPErr AcquireSuite(const char* name, A_long version, const void** suite) noexcep
         session->accounts.Missing("the suite \"" + std::string(name) + "\" version " +
                                   std::to_string(version));
       }
-      return kSuiteNotFound;
+      return kSPSuiteNotFoundError;
     }
     if (session != nullptr) {
       session->accounts.CountSuite(name, version, true);
@@ -194,7 +141,7 @@ SPErr ReleaseSuite(const char* name, A_long version) noexcept {
   });
 }
 
-PF_Boolean IsEqual(const char* first, const char* second) noexcept {
+A_long IsEqual(const char* first, const char* second) noexcept {
   return first != nullptr && second != nullptr && std::strcmp(first, second) == 0 ? 1 : 0;
 }
 
@@ -250,10 +197,26 @@ SPErr ReallocateBlock(void* block, std::size_t newSize, void** newBlock) noexcep
 }
 
 SPErr Undefined() noexcept {
-  return PF_Err_INVALID_CALLBACK;
+  return kSPUnimplementedError;
 }
 
 }  // namespace
+
+std::span<const OfferedSuite> PixelSuites() {
+  return kSuites;
+}
+
+const void* FindSuite(const char* name, A_long version) {
+  for (const auto& suites :
+       {PixelSuites(), ParameterSuites(), ApplicationSuites(), ProjectSuites()}) {
+    for (const OfferedSuite& suite : suites) {
+      if (suite.version == version && std::strcmp(suite.name, name) == 0) {
+        return suite.table();
+      }
+    }
+  }
+  return nullptr;
+}
 
 SPBasicSuite& BasicSuite() {
   static SPBasicSuite suite{&AcquireSuite, &ReleaseSuite,    &IsEqual,  &AllocateBlock,

@@ -1,57 +1,155 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The utility table: mathematics, copying and filling, samplers and iteration.
+// The utility table: what the suites hold for 8 and 16 bit, and a few functions of its own.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
-#include "host/pixels/transfer.h"
+#include "host/pixels/filters.h"
+#include "host/suites/callback.h"
+#include "host/suites/color_callbacks.h"
+#include "host/suites/handle_suite.h"
 #include "host/suites/iterate.h"
+#include "host/suites/matte_callbacks.h"
 #include "host/suites/sampling_callbacks.h"
 #include "host/suites/tables.h"
-#include "host/suites/unused_functions.h"
+#include "host/suites/transform_callbacks.h"
+#include "host/suites/world_callbacks.h"
 #include "numerics/compiler.h"
 #include "numerics/trigonometry.h"
 
 namespace veltra::host {
 namespace {
 
-PF_Err Refuse() noexcept {
-  return PF_Err_INVALID_CALLBACK;
+// ---- Functions that only this table has ----
+
+PF_Err BeginSampling(PF_ProgPtr, PF_Quality, A_long, PF_SampPB*) noexcept {
+  return PF_Err_NONE;
 }
 
-PF_Err Copy(PF_ProgPtr ref, PF_EffectWorld* source, PF_EffectWorld* destination,
-            PF_LRect* sourceRect, PF_LRect* destinationRect) noexcept {
-  Session* session = Session::From(ref);
-  if (session == nullptr || source == nullptr || destination == nullptr) {
+PF_Err GaussianKernel(PF_ProgPtr ref, A_FpLong radius, A_u_long flags, A_FpLong multiplier,
+                      A_long* diameter, void* kernel) noexcept {
+  if (Session::From(ref) == nullptr || diameter == nullptr || kernel == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
+  *diameter = GaussianDiameter(radius);
+  FillGaussian(radius, flags, multiplier, *diameter, static_cast<A_long*>(kernel));
+  return PF_Err_NONE;
+}
+
+/// Notes what was called in vain; a callback without a reference is of the thread's session.
+PF_Err NotOffered(Session* session, const char* what) noexcept {
   return Guarded([&]() -> PF_Err {
-    if (const PF_Err refused = session->Ask(HostCall::kCopy)) {
-      return refused;
+    if (session != nullptr) {
+      session->accounts.Missing(what);
     }
-    return session->WorkThrough([&](const RowWork& work) {
-      return CopyWorld(*source, sourceRect, *destination, destinationRect, session->Draft(), work);
-    });
+    return PF_Err_INVALID_CALLBACK;
   });
 }
 
-PF_Err Fill(PF_ProgPtr ref, const PF_Pixel8* color, const PF_LRect* rect,
-            PF_EffectWorld* world) noexcept {
+PF_Err App(PF_ProgPtr ref, A_long, ...) {  // NOLINT(cert-dcl50-cpp)
+  return NotOffered(Session::From(ref), "the callback app");
+}
+
+/// UTF-16 with a zero, into a buffer of 260 characters.
+bool CopyPath(const std::filesystem::path& path, void* out) {
+  constexpr std::size_t kCapacity = 260;
+  const std::u16string text = path.u16string();
+  if (text.empty() || text.size() >= kCapacity) {
+    return false;
+  }
+  std::memcpy(out, text.c_str(), (text.size() + 1) * sizeof(char16_t));
+  return true;
+}
+
+enum class PlatformData : A_long {
+  kMainWindow = 0,
+  kModule = 4,
+  kEffectPath = 7,
+  kResourcePath = 8,
+};
+
+PF_Err GetPlatformData(PF_ProgPtr ref, A_long which, void* out) noexcept {
   Session* session = Session::From(ref);
-  if (session == nullptr || world == nullptr) {
+  if (session == nullptr || out == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
-    if (const PF_Err refused = session->Ask(HostCall::kFill)) {
-      return refused;
+    void* pointer = nullptr;
+    const auto data = static_cast<PlatformData>(which);
+    if (data == PlatformData::kEffectPath || data == PlatformData::kResourcePath) {
+      return CopyPath(session->Context().libraryPath, out) ? PF_Err_NONE
+                                                           : PF_Err_BAD_CALLBACK_PARAM;
     }
-    return session->WorkThrough(
-        [&](const RowWork& work) { return FillWorld(color, rect, *world, work); });
+    if (data == PlatformData::kModule) {
+      pointer = session->Context().libraryModule;
+    } else if (data != PlatformData::kMainWindow) {
+      return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    std::memcpy(out, &pointer, sizeof pointer);
+    return PF_Err_NONE;
   });
 }
+
+template <class Function>
+PF_AnyFn Any(Function function) {
+  return reinterpret_cast<PF_AnyFn>(function);
+}
+
+/// The functions by the numbers that get_callback_addr counts them with; null for none.
+PF_AnyFn CallbackOf(const PF_UtilCallbacks& t, A_long which) {
+  const PF_AnyFn functions[] = {
+      nullptr,
+      Any(t.begin_sampling),
+      Any(t.subpixel_sample),
+      Any(t.area_sample),
+      nullptr,
+      Any(t.end_sampling),
+      Any(t.composite_rect),
+      Any(t.blend),
+      Any(t.convolve),
+      Any(t.copy),
+      Any(t.fill),
+      Any(t.gaussian_kernel),
+      Any(t.iterate),
+      Any(t.premultiply),
+      Any(t.premultiply_color),
+      Any(t.colorCB.RGBtoHLS),
+      Any(t.colorCB.HLStoRGB),
+      Any(t.colorCB.RGBtoYIQ),
+      Any(t.colorCB.YIQtoRGB),
+      Any(t.colorCB.Luminance),
+      Any(t.colorCB.Hue),
+      Any(t.colorCB.Lightness),
+      Any(t.colorCB.Saturation),
+      Any(t.new_world),
+      Any(t.dispose_world),
+      Any(t.iterate_origin),
+      Any(t.iterate_lut),
+      Any(t.transfer_rect),
+      Any(t.transform_world),
+      Any(t.iterate_origin_non_clip_src),
+      Any(t.iterate_generic),
+  };
+  const bool known = which >= 0 && which < static_cast<A_long>(std::size(functions));
+  return known ? functions[which] : nullptr;
+}
+
+/// Only the frame's own quality has functions here; they look at it when they are called.
+PF_Err GetCallbackAddress(PF_ProgPtr ref, PF_Quality, A_long, A_long which,
+                          PF_AnyFn* function) noexcept {
+  if (function == nullptr) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  *function = CallbackOf(UtilityCallbacks(), which);
+  return *function != nullptr ? PF_Err_NONE
+                              : NotOffered(Session::From(ref), "a function of get_callback_addr");
+}
+
+// ---- Mathematics and text ----
 
 /// The table's sprintf. The effect knows the room behind its buffer, the host does not.
 VELTRA_PRINTF_LIKE(2, 3)
@@ -98,67 +196,76 @@ void FillMathematics(PF_ANSICallbacks& ansi) {
   ansi.acos = [](A_FpLong x) { return numerics::Acos(x); };
 }
 
-/// Every function that this host does not offer.
-void FillUnused(PF_UtilCallbacks& table) {
-  for (PF_UnusedFn* unused : {&table.begin_sampling,
-                              &table.get_batch_func_is_deprecated,
-                              &table.end_sampling,
-                              &table.composite_rect,
-                              &table.blend,
-                              &table.convolve,
-                              &table.gaussian_kernel,
-                              &table.premultiply,
-                              &table.premultiply_color,
-                              &table.new_world,
-                              &table.dispose_world,
-                              &table.iterate_origin,
-                              &table.iterate_lut,
-                              &table.transfer_rect,
-                              &table.transform_world,
-                              &table.host_new_handle,
-                              &table.host_lock_handle,
-                              &table.host_unlock_handle,
-                              &table.host_dispose_handle,
-                              &table.get_callback_addr,
-                              &table.app,
-                              &table.get_platform_data,
-                              &table.host_get_handle_size,
-                              &table.iterate_origin_non_clip_src,
-                              &table.iterate_generic,
-                              &table.host_resize_handle,
-                              &table.fill16,
-                              &table.premultiply_color16,
-                              &table.iterate_origin16,
-                              &table.iterate_origin_non_clip_src16,
-                              &table.get_pixel_data8,
-                              &table.get_pixel_data16}) {
-    *unused = NotOffered();
-  }
-  for (PF_UnusedFn& unused : table.colorCB.unused) {
-    unused = NotOffered();
-  }
+void FillHandles(PF_UtilCallbacks& table) {
+  const PF_HandleSuite1& handles = HandleFunctions();
+  table.host_new_handle = handles.host_new_handle;
+  table.host_lock_handle = handles.host_lock_handle;
+  table.host_unlock_handle = handles.host_unlock_handle;
+  table.host_dispose_handle = handles.host_dispose_handle;
+  table.host_get_handle_size = handles.host_get_handle_size;
+  table.host_resize_handle = handles.host_resize_handle;
+}
+
+void FillTransforms(PF_UtilCallbacks& table) {
+  const PF_WorldTransformSuite1& transforms = TransformFunctions();
+  table.composite_rect = transforms.composite_rect;
+  table.blend = transforms.blend;
+  table.convolve = transforms.convolve;
+  table.copy = CopyInFrameQuality();
+  table.transfer_rect = transforms.transfer_rect;
+  table.transform_world = transforms.transform_world;
+}
+
+void FillMattes(PF_UtilCallbacks& table) {
+  const PF_FillMatteSuite2& mattes = MatteFunctions();
+  table.fill = mattes.fill;
+  table.fill16 = mattes.fill16;
+  table.premultiply = mattes.premultiply;
+  table.premultiply_color = mattes.premultiply_color;
+  table.premultiply_color16 = mattes.premultiply_color16;
+}
+
+void FillIterations(PF_UtilCallbacks& table) {
+  table.iterate = &IteratePixels<PF_Pixel8>;
+  table.iterate_origin = &IterateOrigin<PF_Pixel8>;
+  table.iterate_lut = &IterateLut;
+  table.iterate_origin_non_clip_src = &IterateOriginNonClip<PF_Pixel8>;
+  table.iterate_generic = &IterateGeneric;
+  table.iterate16 = &IteratePixels<PF_Pixel16>;
+  table.iterate_origin16 = &IterateOrigin<PF_Pixel16>;
+  table.iterate_origin_non_clip_src16 = &IterateOriginNonClip<PF_Pixel16>;
+}
+
+void FillSamplers(PF_UtilCallbacks& table) {
+  table.begin_sampling = &BeginSampling;
+  table.end_sampling = &BeginSampling;
+  table.subpixel_sample = &SubpixelCallback<PF_Pixel8>;
+  table.area_sample = &AreaCallback<PF_Pixel8>;
+  table.subpixel_sample16 = &SubpixelCallback<PF_Pixel16>;
+  table.area_sample16 = &AreaCallback<PF_Pixel16>;
 }
 
 PF_UtilCallbacks MakeTable() {
   PF_UtilCallbacks table{};
-  FillUnused(table);
   FillMathematics(table.ansi);
-  table.subpixel_sample = &SubpixelCallback<PF_Pixel8>;
-  table.area_sample = &AreaCallback<PF_Pixel8>;
-  table.copy = &Copy;
-  table.fill = &Fill;
-  table.iterate = &IteratePixels<PF_Pixel8>;
-  table.subpixel_sample16 = &SubpixelCallback<PF_Pixel16>;
-  table.area_sample16 = &AreaCallback<PF_Pixel16>;
-  table.iterate16 = &IteratePixels<PF_Pixel16>;
+  FillHandles(table);
+  FillTransforms(table);
+  FillMattes(table);
+  FillIterations(table);
+  FillSamplers(table);
+  table.new_world = WorldFunctions().new_world;
+  table.dispose_world = WorldFunctions().dispose_world;
+  table.get_pixel_data8 = PixelDataFunctions().get_pixel_data8;
+  table.get_pixel_data16 = PixelDataFunctions().get_pixel_data16;
+  table.colorCB = ColorFunctions8();
+  table.gaussian_kernel = &GaussianKernel;
+  table.get_callback_addr = &GetCallbackAddress;
+  table.app = &App;
+  table.get_platform_data = &GetPlatformData;
   return table;
 }
 
 }  // namespace
-
-PF_UnusedFn NotOffered() {
-  return reinterpret_cast<PF_UnusedFn>(&Refuse);
-}
 
 PF_UtilCallbacks& UtilityCallbacks() {
   static PF_UtilCallbacks table = MakeTable();

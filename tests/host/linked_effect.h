@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 
 #include "host/renderer.h"
@@ -35,6 +36,25 @@ inline std::unique_ptr<const Effect> LoadLinked(PF_MainEntryFn mainEntry) {
     return nullptr;
   }
   return std::move(*effect);
+}
+
+/// What the scripted effect does with each command; success where nothing is set.
+using Script = std::function<PF_Err(PF_Cmd, PF_InData*, PF_OutData*, PF_ParamDef**, PF_LayerDef*,
+                                    void* extra)>;
+inline Script script;
+
+inline PF_Err ScriptedEntry(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef** params,
+                            PF_LayerDef* output, void* extra) {
+  if (cmd == PF_Cmd_PARAMS_SETUP) {
+    out->num_params = 1;
+  }
+  return script ? script(cmd, in, out, params, output, extra) : PF_Err_NONE;
+}
+
+/// An effect that does what a test says, command by command.
+inline std::unique_ptr<const Effect> LoadScripted(Script what) {
+  script = std::move(what);
+  return LoadLinked(&ScriptedEntry);
 }
 
 inline RenderSettings FrameOf(A_long width, A_long height, RenderMode mode = RenderMode::kSmart) {

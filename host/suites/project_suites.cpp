@@ -1,0 +1,414 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// The project suites that effects ask for at set-up and while they render, answered by a host
+// without a project: one layer that covers one composition, no camera, no masks, no scripting.
+// Results are written even where a function refuses, since effects use them at once.
+
+#include <array>
+#include <atomic>
+#include <cstring>
+
+#include "host/suites/callback.h"
+#include "host/suites/suite_list.h"
+#include "host_api/suites.h"
+
+namespace veltra::host {
+namespace {
+
+/// An opaque handle: any stable address that this host knows again.
+using Token = void*;
+
+char layerToken;
+char compToken;
+char itemToken;
+
+A_Err Refuse() noexcept {
+  return A_Err_GENERIC;
+}
+
+template <class Value>
+A_Err Give(Value* out, const Value& value) {
+  if (out == nullptr) {
+    return A_Err_PARAMETER;
+  }
+  *out = value;
+  return A_Err_NONE;
+}
+
+template <class Function>
+PF_AnyFn Any(Function function) {
+  return reinterpret_cast<PF_AnyFn>(function);
+}
+
+/// A table whose slots all return A_Err; what is not filled refuses.
+template <std::size_t kSlots>
+struct ErrTable {
+  std::array<PF_AnyFn, kSlots> slots;
+  ErrTable() { slots.fill(Any(&Refuse)); }
+};
+
+/// The frame of the session at work; null outside of a render.
+const RenderSettings* CurrentFrame() {
+  const Session* session = Session::Current();
+  return session != nullptr ? session->Settings() : nullptr;
+}
+
+// ---- Utility ----
+
+A_Err RegisterWithAEGP(void*, const A_char*, A_long* id) noexcept {
+  static std::atomic<A_long> registered{0};
+  return Give(id, ++registered);
+}
+
+A_Err NoWindow(void* window) noexcept {
+  if (window != nullptr) {
+    std::memset(window, 0, sizeof(void*));
+  }
+  return A_Err_NONE;
+}
+
+A_Err SayYes(PF_Boolean* out) noexcept {
+  return Give(out, PF_Boolean{1});
+}
+
+A_Err SayNo(PF_Boolean* out) noexcept {
+  return Give(out, PF_Boolean{0});
+}
+
+A_Err TakeText(const A_char*) noexcept {
+  return A_Err_NONE;
+}
+
+A_Err Accept() noexcept {
+  return A_Err_NONE;
+}
+
+A_Err StartQuietErrors(void*) noexcept {
+  return A_Err_NONE;
+}
+
+A_Err EndQuietErrors(PF_Boolean, void*) noexcept {
+  return A_Err_NONE;
+}
+
+const void* Utility7() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<25>;
+    made->slots[3] = Any(&StartQuietErrors);
+    made->slots[4] = Any(&EndQuietErrors);
+    made->slots[5] = Any(&TakeText);
+    made->slots[6] = Any(&Accept);
+    made->slots[7] = Any(&RegisterWithAEGP);
+    made->slots[8] = Any(&NoWindow);
+    made->slots[21] = Any(&Accept);  // CauseIdleRoutinesToBeCalled
+    made->slots[22] = Any(&SayYes);  // GetSuppressInteractiveUI
+    made->slots[23] = Any(&TakeText);
+    return made;
+  }();
+  return table->slots.data();
+}
+
+const void* Utility13() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<33>;
+    made->slots[4] = Any(&StartQuietErrors);
+    made->slots[5] = Any(&EndQuietErrors);
+    made->slots[7] = Any(&TakeText);
+    made->slots[8] = Any(&Accept);
+    made->slots[9] = Any(&RegisterWithAEGP);
+    made->slots[10] = Any(&NoWindow);
+    made->slots[23] = Any(&Accept);
+    made->slots[24] = Any(&SayYes);
+    made->slots[25] = Any(&TakeText);
+    made->slots[27] = Any(&SayNo);  // IsScriptingAvailable
+    return made;
+  }();
+  return table->slots.data();
+}
+
+// ---- The effect's place in a project ----
+
+A_Err GetEffectLayer(PF_ProgPtr, Token* layer) noexcept {
+  return Give<Token>(layer, &layerToken);
+}
+
+A_Err GetNewEffect(A_long, PF_ProgPtr, Token* effect) noexcept {
+  Give<Token>(effect, nullptr);
+  return A_Err_GENERIC;
+}
+
+A_Err EffectToCompTime(PF_ProgPtr, A_long time, A_u_long scale, A_Time* out) noexcept {
+  return Give(out, A_Time{time, scale});
+}
+
+A_Err GetEffectCamera(PF_ProgPtr, const A_Time*, Token* layer) noexcept {
+  return Give<Token>(layer, nullptr);
+}
+
+struct Matrix4 {
+  A_FpLong mat[4][4];
+};
+
+constexpr Matrix4 kIdentity{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+
+A_Err GetEffectCameraMatrix(PF_ProgPtr, const A_Time*, Matrix4* matrix, A_FpLong* distance,
+                            A_short* width, A_short* height) noexcept {
+  const RenderSettings* frame = CurrentFrame();
+  Give(matrix, kIdentity);
+  Give(distance, 0.0);
+  Give(width, static_cast<A_short>(frame != nullptr ? frame->width : 0));
+  Give(height, static_cast<A_short>(frame != nullptr ? frame->height : 0));
+  return A_Err_GENERIC;
+}
+
+const void* PfInterface() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<5>;
+    made->slots = {Any(&GetEffectLayer), Any(&GetNewEffect), Any(&EffectToCompTime),
+                   Any(&GetEffectCamera), Any(&GetEffectCameraMatrix)};
+    return made;
+  }();
+  return table->slots.data();
+}
+
+// ---- Layers ----
+
+A_Err GetCompNumLayers(Token, A_long* count) noexcept {
+  return Give(count, 1);
+}
+
+A_Err GetCompLayerByIndex(Token, A_long index, Token* layer) noexcept {
+  Give<Token>(layer, index == 0 ? &layerToken : nullptr);
+  return index == 0 ? A_Err_NONE : A_Err_PARAMETER;
+}
+
+A_Err GetLayerParentComp(Token, Token* comp) noexcept {
+  return Give<Token>(comp, &compToken);
+}
+
+A_Err GetLayerObjectType(Token, A_long* type) noexcept {
+  return Give(type, 0);  // a layer with picture and sound
+}
+
+A_Err GetLayerToWorld(Token, const A_Time*, Matrix4* matrix) noexcept {
+  return Give(matrix, kIdentity);
+}
+
+template <std::size_t kSlots>
+const void* LayerTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<kSlots>;
+    made->slots[0] = Any(&GetCompNumLayers);
+    made->slots[1] = Any(&GetCompLayerByIndex);
+    made->slots[6] = Any(&GetLayerParentComp);
+    made->slots[28] = Any(&GetLayerObjectType);
+    made->slots[38] = Any(&GetLayerToWorld);
+    return made;
+  }();
+  return table->slots.data();
+}
+
+// ---- Compositions and items ----
+
+struct ProjectColor {
+  A_FpLong alpha;
+  A_FpLong red;
+  A_FpLong green;
+  A_FpLong blue;
+};
+
+A_Err GetItemFromComp(Token, Token* item) noexcept {
+  return Give<Token>(item, &itemToken);
+}
+
+A_Err GetCompBackground(Token, ProjectColor* color) noexcept {
+  return Give(color, ProjectColor{1, 0, 0, 0});
+}
+
+A_Err GetCompFramerate(Token, A_FpLong* rate) noexcept {
+  const RenderSettings* frame = CurrentFrame();
+  const double step = frame != nullptr && frame->timeStep > 0 ? frame->timeStep : 1;
+  return Give(rate, frame != nullptr ? frame->timeScale / step : 24.0);
+}
+
+A_Err GetItemDimensions(Token, A_long* width, A_long* height) noexcept {
+  const RenderSettings* frame = CurrentFrame();
+  Give(width, frame != nullptr ? frame->width : 0);
+  return Give(height, frame != nullptr ? frame->height : 0);
+}
+
+template <std::size_t kSlots, std::size_t kFramerateSlot>
+const void* CompTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<kSlots>;
+    made->slots[1] = Any(&GetItemFromComp);
+    made->slots[4] = Any(&GetCompBackground);
+    made->slots[kFramerateSlot] = Any(&GetCompFramerate);
+    return made;
+  }();
+  return table->slots.data();
+}
+
+const void* ItemTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<26>;
+    made->slots[16] = Any(&GetItemDimensions);
+    return made;
+  }();
+  return table->slots.data();
+}
+
+// ---- Memory ----
+
+A_Err NewMemHandle(A_long, const A_char*, A_u_long size, A_long, PF_Handle* out) noexcept {
+  if (out == nullptr) {
+    return A_Err_PARAMETER;
+  }
+  const Session* session = Session::Current();
+  *out = nullptr;
+  Guarded([&]() -> PF_Err {
+    *out = NewHandle(size, session != nullptr ? session->Holdings() : nullptr);
+    return PF_Err_NONE;
+  });
+  return *out != nullptr ? A_Err_NONE : A_Err_ALLOC;
+}
+
+A_Err FreeMemHandle(PF_Handle handle) noexcept {
+  return DisposeHandle(handle) ? A_Err_NONE : A_Err_PARAMETER;
+}
+
+A_Err LockMemHandle(PF_Handle handle, void** block) noexcept {
+  return Give(block, HandleData(handle));
+}
+
+A_Err UnlockMemHandle(PF_Handle) noexcept {
+  return A_Err_NONE;
+}
+
+A_Err GetMemHandleSize(PF_Handle handle, A_u_long* size) noexcept {
+  return Give(size, static_cast<A_u_long>(HandleSize(handle)));
+}
+
+A_Err ResizeMemHandle(const A_char*, A_u_long size, PF_Handle handle) noexcept {
+  const PF_Err error = ResizeHandle(handle, size);
+  return error == PF_Err_NONE            ? A_Err_NONE
+         : error == PF_Err_OUT_OF_MEMORY ? A_Err_ALLOC
+                                         : A_Err_PARAMETER;
+}
+
+A_Err SetMemReporting(PF_Boolean) noexcept {
+  return A_Err_NONE;
+}
+
+A_Err GetMemStats(A_long, A_long* count, A_long* bytes) noexcept {
+  Give(count, 0);
+  return Give(bytes, 0);
+}
+
+const void* MemoryTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<8>;
+    made->slots = {Any(&NewMemHandle),    Any(&FreeMemHandle),    Any(&LockMemHandle),
+                   Any(&UnlockMemHandle), Any(&GetMemHandleSize), Any(&ResizeMemHandle),
+                   Any(&SetMemReporting), Any(&GetMemStats)};
+    return made;
+  }();
+  return table->slots.data();
+}
+
+// ---- Masks ----
+
+A_Err GetLayerNumMasks(Token, A_long* count) noexcept {
+  return Give(count, 0);
+}
+
+A_Err DisposeMask(Token) noexcept {
+  return A_Err_NONE;
+}
+
+A_Err GetLayerMask(Token, A_long, Token* mask) noexcept {
+  Give<Token>(mask, nullptr);
+  return A_Err_PARAMETER;
+}
+
+template <std::size_t kSlots>
+const void* MaskTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<kSlots>;
+    made->slots[0] = Any(&GetLayerNumMasks);
+    made->slots[1] = Any(&GetLayerMask);
+    made->slots[2] = Any(&DisposeMask);
+    return made;
+  }();
+  return table->slots.data();
+}
+
+// ---- Hashes ----
+
+struct Hash {
+  A_u_long word[4];
+};
+
+void MixInto(Hash& hash, std::uint64_t size, const void* data) {
+  std::uint64_t low = hash.word[0] | std::uint64_t{hash.word[1]} << 32;
+  std::uint64_t high = hash.word[2] | std::uint64_t{hash.word[3]} << 32;
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  for (std::uint64_t i = 0; i < size; ++i) {
+    low = (low ^ bytes[i]) * 0x100000001B3U;
+    high = (high + bytes[i]) * 0x9E3779B97F4A7C15U;
+    high ^= high >> 29;
+  }
+  hash = {{static_cast<A_u_long>(low), static_cast<A_u_long>(low >> 32),
+           static_cast<A_u_long>(high), static_cast<A_u_long>(high >> 32)}};
+}
+
+A_Err HashMixIn(std::uint64_t size, const void* data, Hash* hash) noexcept {
+  if (hash == nullptr || (data == nullptr && size > 0)) {
+    return A_Err_PARAMETER;
+  }
+  MixInto(*hash, size, data);
+  return A_Err_NONE;
+}
+
+A_Err HashCreate(std::uint64_t size, const void* data, Hash* hash) noexcept {
+  if (hash != nullptr) {
+    *hash = {{0x84222325U, 0xCBF29CE4U, 0x4F6CDD1DU, 0x2545F491U}};
+  }
+  return HashMixIn(size, data, hash);
+}
+
+const void* HashTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<2>;
+    made->slots = {Any(&HashCreate), Any(&HashMixIn)};
+    return made;
+  }();
+  return table->slots.data();
+}
+
+/// Tables of which nothing but the acquisition is used.
+template <std::size_t kSlots>
+const void* RefusingTable() {
+  static const auto* table = new ErrTable<kSlots>;
+  return table->slots.data();
+}
+
+constexpr OfferedSuite kSuites[] = {
+    {"AEGP Utility Suite", 7, &Utility7},         {"AEGP Utility Suite", 13, &Utility13},
+    {"AEGP PF Interface Suite", 1, &PfInterface}, {"AEGP Layer Suite", 11, &LayerTable<46>},
+    {"AEGP Layer Suite", 14, &LayerTable<50>},    {"AEGP Layer Suite", 15, &LayerTable<53>},
+    {"AEGP Comp Suite", 9, &CompTable<28, 6>},    {"AEGP Comp Suite", 21, &CompTable<43, 11>},
+    {"AEGP Comp Suite", 25, &CompTable<44, 11>},  {"AEGP Item Suite", 10, &ItemTable},
+    {"AEGP Stream Suite", 7, &RefusingTable<22>}, {"AEGP Light Suite", 2, &RefusingTable<2>},
+    {"AEGP Memory Suite", 1, &MemoryTable},       {"AEGP World Suite", 3, &RefusingTable<13>},
+    {"AEGP Mask Suite", 1, &RefusingTable<1>},    {"AEGP Layer Mask Suite", 6, &MaskTable<19>},
+    {"AEGP Layer Mask Suite", 7, &MaskTable<21>}, {"AEGP Hash Suite", 1, &HashTable},
+};
+
+}  // namespace
+
+std::span<const OfferedSuite> ProjectSuites() {
+  return kSuites;
+}
+
+}  // namespace veltra::host

@@ -1,0 +1,351 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// What ordinary effects rely on around their commands: values, times, sizes, handles, sequences.
+
+#include <cstring>
+
+#include "images.h"
+#include "linked_effect.h"
+
+namespace veltra::host {
+namespace {
+
+void AddControl(PF_InData* in, PF_ParamType type, const std::function<void(PF_ParamDef&)>& fill) {
+  PF_ParamDef param;
+  // Fields of other types hold whatever was there before.
+  std::memset(static_cast<void*>(&param), 0x5A, sizeof param);
+  param.param_type = type;
+  param.flags = 0;
+  param.name[0] = '\0';
+  fill(param);
+  EXPECT_EQ(in->inter.add_param(in->effect_ref, -1, &param), PF_Err_NONE);
+}
+
+void AddEveryType(PF_InData* in, PF_OutData* out) {
+  AddControl(in, PF_Param_SLIDER, [](PF_ParamDef& p) { p.u.sd.dephault = 7; });
+  AddControl(in, PF_Param_FIX_SLIDER, [](PF_ParamDef& p) { p.u.fd.dephault = 7 << 16; });
+  AddControl(in, PF_Param_ANGLE, [](PF_ParamDef& p) { p.u.ad.dephault = 725 << 16; });
+  AddControl(in, PF_Param_CHECKBOX, [](PF_ParamDef& p) {
+    p.u.bd.dephault = 1;
+    p.u.bd.u.nameptr = nullptr;
+  });
+  AddControl(in, PF_Param_COLOR, [](PF_ParamDef& p) { p.u.cd.dephault = {255, 1, 2, 3}; });
+  AddControl(in, PF_Param_POPUP, [](PF_ParamDef& p) {
+    p.u.pd.dephault = 2;
+    p.u.pd.u.namesptr = "a|b";
+  });
+  AddControl(in, PF_Param_FLOAT_SLIDER, [](PF_ParamDef& p) { p.u.fs_d.dephault = 0.1F; });
+  AddControl(in, PF_Param_POINT_3D, [](PF_ParamDef& p) {
+    p.u.point3d_d.x_dephault = 50;
+    p.u.point3d_d.y_dephault = 25;
+    p.u.point3d_d.z_dephault = 10;
+  });
+  out->num_params = 9;
+}
+
+TEST(OrdinaryEffects, GetEveryValueFromItsDefaultWhenNobodySetsIt) {
+  const auto effect = LoadScripted(
+      [](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef** params, PF_LayerDef*, void*) {
+        if (cmd == PF_Cmd_PARAMS_SETUP) {
+          AddEveryType(in, out);
+        } else if (cmd == PF_Cmd_RENDER) {
+          EXPECT_EQ(params[1]->u.sd.value, 7);
+          EXPECT_EQ(params[2]->u.fd.value, 7 << 16);
+          EXPECT_EQ(params[3]->u.ad.value, 725 << 16);
+          EXPECT_EQ(params[4]->u.bd.value, 1);
+          EXPECT_EQ(params[5]->u.cd.value.blue, 3);
+          EXPECT_EQ(params[6]->u.pd.value, 2);
+          EXPECT_EQ(params[7]->u.fs_d.value, static_cast<double>(0.1F));
+          EXPECT_EQ(params[8]->u.point3d_d.x_value, 10);
+          EXPECT_EQ(params[8]->u.point3d_d.z_value, 1);
+          EXPECT_EQ(params[9], nullptr) << "the list ends with null";
+          EXPECT_EQ(in->appl_id, 0x46585443);
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const RenderResult result = RenderFrame(*effect, FrameOf(20, 10, RenderMode::kClassic));
+  EXPECT_TRUE(result.Ok()) << result.errorText;
+}
+
+TEST(OrdinaryEffects, GrowTheirOutputWithoutLosingItsBorderOrItsPlace) {
+  const auto effect = LoadScripted(
+      [](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef* output, void*) {
+        if (cmd == PF_Cmd_GLOBAL_SETUP) {
+          out->out_flags = PF_OutFlag_I_EXPAND_BUFFER;
+        } else if (cmd == PF_Cmd_FRAME_SETUP) {
+          EXPECT_EQ(out->width, 6) << "left alone it means the input's size";
+          out->width += 4;
+          out->height += 4;
+          out->origin = {2, 1};
+        } else if (cmd == PF_Cmd_RENDER) {
+          EXPECT_EQ(output->width, 10);
+          EXPECT_EQ(output->height, 9);
+          EXPECT_EQ(in->output_origin_x, 2);
+          // The pixel where the input's first one lies.
+          *(static_cast<PF_Pixel8*>(output->data) + 2 + output->rowbytes / 4) = {255, 9, 9, 9};
+          *static_cast<PF_Pixel8*>(output->data) = {255, 1, 1, 1};
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  RenderSettings settings = FrameOf(6, 5, RenderMode::kClassic);
+  EXPECT_EQ(RenderFrame(*effect, settings).output.Row<PF_Pixel8>(0)[0].red, 9);
+  settings.region = PF_LRect{-2, -1, 8, 8};
+  const RenderResult grown = RenderFrame(*effect, settings);
+  ASSERT_TRUE(grown.Ok()) << grown.errorText;
+  EXPECT_EQ(grown.output.Row<PF_Pixel8>(0)[0].red, 1);
+  EXPECT_EQ(grown.output.Row<PF_Pixel8>(1)[2].red, 9);
+}
+
+TEST(OrdinaryEffects, ReadParametersAndLayersAtTheTimeTheyAskFor) {
+  PF_Fixed valueThen = 0;
+  int redThen = 0;
+  const auto effect = LoadScripted(
+      [&](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void*) {
+        if (cmd == PF_Cmd_PARAMS_SETUP) {
+          AddControl(in, PF_Param_FIX_SLIDER, [](PF_ParamDef& p) { p.u.fd.dephault = 0; });
+          AddControl(in, PF_Param_LAYER, [](PF_ParamDef& p) { p.u.ld.dephault = 0; });
+          out->num_params = 3;
+        } else if (cmd == PF_Cmd_RENDER) {
+          PF_ParamDef then{};
+          in->inter.checkout_param(in->effect_ref, 1, -3, 1, 10, &then);
+          valueThen = then.u.fd.value;
+          in->inter.checkout_param(in->effect_ref, 0, -3, 1, 10, &then);
+          redThen = then.u.ld.data != nullptr ? static_cast<PF_Pixel8*>(then.u.ld.data)->red : -1;
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const World now = MakeWorld(4, 4, Depth::k8);
+  RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+  settings.input = &now;
+  settings.currentTime = 5;
+  settings.timeScale = 25;
+  settings.controlAt = [](PF_ParamIndex, A_long time, A_u_long scale) {
+    return ControlValue{static_cast<A_long>(time * 65536LL / scale), 0};
+  };
+  settings.layerAt = [](PF_ParamIndex, A_long time,
+                        A_u_long) -> Expected<std::shared_ptr<const World>> {
+    auto then = std::make_shared<World>(MakeWorld(4, 4, Depth::k8));
+    then->Row<PF_Pixel8>(0)[0] = {255, static_cast<A_u_char>(100 + time), 0, 0};
+    return std::shared_ptr<const World>(then);
+  };
+  ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(valueThen, -3 * 65536 / 10);
+  EXPECT_EQ(redThen, 97);
+  settings.layerAt = [](PF_ParamIndex, A_long, A_u_long) -> Expected<std::shared_ptr<const World>> {
+    return Failure{"frame -1 cannot be read"};
+  };
+  EXPECT_EQ(RenderFrame(*effect, settings).errorText, "frame -1 cannot be read");
+}
+
+TEST(OrdinaryEffects, StartLayersThatDefaultToTheirOwnWithTheFrame) {
+  int width = -1;
+  const auto effect = LoadScripted(
+      [&](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void*) {
+        if (cmd == PF_Cmd_PARAMS_SETUP) {
+          AddControl(in, PF_Param_LAYER, [](PF_ParamDef& p) { p.u.ld.dephault = -1; });
+          out->num_params = 2;
+        } else if (cmd == PF_Cmd_RENDER) {
+          PF_ParamDef layer{};
+          in->inter.checkout_param(in->effect_ref, 1, in->current_time, 1, in->time_scale, &layer);
+          width = layer.u.ld.data != nullptr ? layer.u.ld.width : 0;
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const World input = MakeWorld(6, 4, Depth::k8);
+  RenderSettings settings = FrameOf(6, 4, RenderMode::kClassic);
+  settings.input = &input;
+  ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(width, 6);
+  settings.layers[1] = nullptr;  // "none" was chosen
+  ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(width, 0);
+}
+
+TEST(OrdinaryEffects, MayLeaveAHandleAsPreRenderData) {
+  const auto effect = LoadScripted(
+      [](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void* extra) {
+        if (cmd == PF_Cmd_GLOBAL_SETUP) {
+          out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+        } else if (cmd == PF_Cmd_SMART_PRE_RENDER) {
+          static_cast<PF_PreRenderExtra*>(extra)->output->pre_render_data =
+              in->utils->host_new_handle(100);
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  EXPECT_TRUE(RenderFrame(*effect, FrameOf(4, 4)).Ok());
+  EXPECT_EQ(effect->Holdings()->handles, 0);
+}
+
+TEST(OrdinaryEffects, AreToldApartByWhatTheyMissed) {
+  const auto effect = LoadScripted(
+      [](PF_Cmd cmd, PF_InData* in, PF_OutData*, PF_ParamDef**, PF_LayerDef*, void*) -> PF_Err {
+        const void* suite = &suite;
+        if (cmd != PF_Cmd_RENDER) {
+          return PF_Err_NONE;
+        }
+        EXPECT_NE(in->pica_basicP->AcquireSuite("PF Nowhere Suite", 9, &suite), 0);
+        EXPECT_EQ(suite, nullptr);
+        return A_Err_MISSING_SUITE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const RenderResult result = RenderFrame(*effect, FrameOf(4, 4, RenderMode::kClassic));
+  EXPECT_NE(result.errorText.find("the suite \"PF Nowhere Suite\" version 9"), std::string::npos)
+      << result.errorText;
+  ASSERT_EQ(result.diagnostics.missing.size(), 1U);
+}
+
+TEST(OrdinaryEffects, ThatOnlyFilterSoundAreRefusedAPicture) {
+  const auto effect =
+      LoadScripted([](PF_Cmd cmd, PF_InData*, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void*) {
+        out->out_flags = cmd == PF_Cmd_GLOBAL_SETUP ? PF_OutFlag_AUDIO_EFFECT_ONLY : 0;
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const RenderResult result = RenderFrame(*effect, FrameOf(4, 4, RenderMode::kClassic));
+  EXPECT_NE(result.errorText.find("sound only"), std::string::npos) << result.errorText;
+}
+
+// ---- Arbitrary data: one number behind a handle, flattened as text ----
+
+PF_Handle HandleOf(PF_InData* in, int value) {
+  const PF_Handle handle = in->utils->host_new_handle(sizeof value);
+  std::memcpy(*handle, &value, sizeof value);
+  return handle;
+}
+
+int NumberIn(PF_Handle handle) {
+  int value = 0;
+  std::memcpy(&value, *handle, sizeof value);
+  return value;
+}
+
+PF_Err AnswerArbitrary(PF_InData* in, PF_ArbParamsExtra& extra) {
+  auto& u = extra.u;
+  switch (extra.which_function) {
+    case PF_Arbitrary_DISPOSE_FUNC:
+      in->utils->host_dispose_handle(u.dispose_func_params.arbH);
+      break;
+    case PF_Arbitrary_FLAT_SIZE_FUNC:
+      *u.flat_size_func_params.flat_data_sizePLu = 4;
+      break;
+    case PF_Arbitrary_FLATTEN_FUNC:
+      std::memcpy(u.flatten_func_params.flat_dataPV, *u.flatten_func_params.arbH, 4);
+      break;
+    case PF_Arbitrary_UNFLATTEN_FUNC: {
+      int value = 0;
+      std::memcpy(&value, u.unflatten_func_params.flat_dataPV, 4);
+      *u.unflatten_func_params.arbPH = HandleOf(in, value);
+      break;
+    }
+    case PF_Arbitrary_INTERP_FUNC: {
+      const int left = NumberIn(u.interp_func_params.left_arbH);
+      const int right = NumberIn(u.interp_func_params.right_arbH);
+      const double between = left + (right - left) * u.interp_func_params.tF;
+      *u.interp_func_params.interpPH = HandleOf(in, static_cast<int>(between));
+      break;
+    }
+    case PF_Arbitrary_SCAN_FUNC:
+      *u.scan_func_params.arbPH = HandleOf(in, std::atoi(u.scan_func_params.bufPC));
+      break;
+    default:
+      break;  // succeeds without a result, as many effects do
+  }
+  return PF_Err_NONE;
+}
+
+TEST(OrdinaryEffects, KeepArbitraryDataThatOnlyTheyUnderstand) {
+  int seen = 0;
+  {
+    const auto effect = LoadScripted([&](PF_Cmd cmd, PF_InData* in, PF_OutData* out,
+                                         PF_ParamDef** params, PF_LayerDef*, void* extra) {
+      if (cmd == PF_Cmd_PARAMS_SETUP) {
+        AddControl(in, PF_Param_ARBITRARY_DATA, [in](PF_ParamDef& p) {
+          p.u.arb_d.dephault = HandleOf(in, 30);
+          p.u.arb_d.value = nullptr;
+        });
+        out->num_params = 2;
+      } else if (cmd == PF_Cmd_ARBITRARY_CALLBACK) {
+        return AnswerArbitrary(in, *static_cast<PF_ArbParamsExtra*>(extra));
+      } else if (cmd == PF_Cmd_RENDER) {
+        seen = NumberIn(params[1]->u.arb_d.value);
+      }
+      return PF_Err_NONE;
+    });
+    ASSERT_NE(effect, nullptr);
+    RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+    ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
+    EXPECT_EQ(seen, 30);
+    const auto scanned = effect->DataFromText(1, "50");
+    ASSERT_TRUE(scanned) << scanned.ErrorText();
+    const auto between = effect->DataBetween(1, *effect->DefaultData(1), *scanned, 0.5);
+    ASSERT_TRUE(between) << between.ErrorText();
+    settings.controls[1].flat = std::make_shared<const FlatValue>(*between);
+    ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
+    EXPECT_EQ(seen, 40);
+    EXPECT_FALSE(effect->DataText(1, *scanned)) << "an unset result is no text";
+    EXPECT_EQ(effect->Holdings()->handles, 1) << "only the default is left";
+    script = [&](PF_Cmd cmd, PF_InData* in, PF_OutData*, PF_ParamDef**, PF_LayerDef*, void* extra) {
+      return cmd == PF_Cmd_ARBITRARY_CALLBACK
+                 ? AnswerArbitrary(in, *static_cast<PF_ArbParamsExtra*>(extra))
+                 : PF_Err_NONE;
+    };
+    auto holdings = effect->Holdings();
+    EXPECT_EQ(holdings->handles, 1);
+  }
+}
+
+// ---- Sequence data ----
+
+TEST(OrdinaryEffects, GetTheirSequenceDataBackFlatAndSetItUpAgain) {
+  std::string course;
+  int rendered = 0;
+  const auto effect = LoadScripted(
+      [&](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void*) {
+        switch (cmd) {
+          case PF_Cmd_GLOBAL_SETUP:
+            out->out_flags = PF_OutFlag_SEQUENCE_DATA_NEEDS_FLATTENING;
+            break;
+          case PF_Cmd_SEQUENCE_SETUP:
+            EXPECT_EQ(in->sequence_data, nullptr);
+            out->sequence_data = HandleOf(in, 11);
+            break;
+          case PF_Cmd_SEQUENCE_FLATTEN: {
+            course += "flatten ";
+            const PF_Handle flat = HandleOf(in, NumberIn(in->sequence_data));
+            in->utils->host_dispose_handle(in->sequence_data);
+            out->sequence_data = flat;
+            break;
+          }
+          case PF_Cmd_SEQUENCE_RESETUP:
+            course += "resetup ";
+            EXPECT_EQ(NumberIn(in->sequence_data), 11);
+            break;
+          case PF_Cmd_RENDER:
+            rendered = NumberIn(in->sequence_data);
+            break;
+          case PF_Cmd_SEQUENCE_SETDOWN:
+            in->utils->host_dispose_handle(in->sequence_data);
+            out->sequence_data = nullptr;
+            break;
+          default:
+            break;
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+  settings.reopenSequence = true;
+  const RenderResult result = RenderFrame(*effect, settings);
+  ASSERT_TRUE(result.Ok()) << result.errorText;
+  EXPECT_EQ(course, "flatten resetup ");
+  EXPECT_EQ(rendered, 11);
+  EXPECT_EQ(effect->Holdings()->handles, 0);
+}
+
+}  // namespace
+}  // namespace veltra::host
