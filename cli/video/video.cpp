@@ -27,10 +27,6 @@ void Append(Words& words, std::initializer_list<std::string> more) {
   words.insert(words.end(), more.begin(), more.end());
 }
 
-std::string RateText(PF_RationalScale rate) {
-  return Text(rate.num, "/", rate.den);
-}
-
 // ---- What a file tells ----
 
 std::string StringAt(const Json& json, const char* key) {
