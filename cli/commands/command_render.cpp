@@ -267,17 +267,13 @@ class PassBuilder {
       }
       throw UsageError(Text(place, ": no such control (expected ", list, ")"));
     }
-    const auto before = sceneControls_.find(option->declaration->index);
-    if (before != sceneControls_.end()) {
-      throw UsageError(Text(place, ": is the same control as ", before->second.name));
+    if (const auto other = sceneControls_.find(option->declaration->index);
+        other != sceneControls_.end()) {
+      throw UsageError(Text(place, ": is the control ", option->ShownName(), ", which controls.",
+                            other->second.name, " sets already"));
     }
     if (option->declaration->type == PF_Param_LAYER) {
       control.value = FromFolder(control.value, folder);
-    }
-    if (const auto [other, isNew] = sceneNames_.emplace(option->declaration->index, control.name);
-        !isNew) {
-      throw UsageError(Text(place, ": is the control ", option->ShownName(), ", which controls.",
-                            other->second, " sets already"));
     }
     FromPlace(place, [&] { SetControl(*option, control); });
   }
@@ -329,7 +325,6 @@ class PassBuilder {
   RenderPass pass_;
   std::vector<ControlOption> controls_;
   std::map<PF_ParamIndex, SceneControl> sceneControls_;
-  std::map<PF_ParamIndex, std::string> sceneNames_;  ///< what the scene calls the controls it sets
 };
 
 /// Puts together the job: the scene first, then the command line.

@@ -84,7 +84,8 @@ FrameTimes TimesFromPackets(std::string_view lines, int told, PF_RationalScale r
   for (double& seconds : times.seconds) {
     seconds -= first;
   }
-  if (!allTimed || IsConstant(times.seconds, rate)) {
+  // What is missing at the end of a damaged file leaves gaps that say nothing of its rate.
+  if (!allTimed || !times.damage.empty() || IsConstant(times.seconds, rate)) {
     times.seconds.clear();
   }
   return times;
@@ -106,6 +107,7 @@ FrameTimes ReadFrameTimes(const std::string& path, int told, PF_RationalScale ra
   const std::string complaint = ComplaintIn(end.output);
   if (times.damage.empty() && (!end.Succeeded() || !complaint.empty())) {
     times.damage = complaint.empty() ? "cannot be read to its end" : complaint;
+    times.seconds.clear();
   }
   return times;
 }

@@ -4,6 +4,7 @@
 
 import json
 import os
+import pathlib
 import pty
 import resource
 import signal
@@ -115,6 +116,9 @@ class Runs(ProgramTest):
         while not stopped and time.monotonic() < deadline:
             time.sleep(0.01)
             os.kill(process.pid, signal.SIGSTOP)  # so that what is there now stays
+            while not all(status.read_text().rsplit(")", 1)[1].split()[0] == "T" for status in
+                          pathlib.Path(f"/proc/{process.pid}/task").glob("*/stat")):
+                time.sleep(0.001)
             stopped = left()
             os.kill(process.pid, signal.SIGSTOP if stopped else signal.SIGCONT)
         self.assertNotEqual(stopped, [])

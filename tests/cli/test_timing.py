@@ -358,7 +358,7 @@ class Layers(ProgramTest):
                 ("layers[0].controls.nix: no such control", {"layers": [{"controls": {"nix": 1}}]}),
                 ("controls: belong to the layers", {"layers": [{"controls": {}}],
                                                     "controls": {"opacity": 1}}),
-                ("controls.start-point: is the same control as start",
+                ("which controls.start sets already",
                  {"controls": {"start": "1,1", "start-point": "1,1"}})):
             self.write_scene(frame="f.png", output="out.png", **scene)
             self.assert_fails(USAGE, message, "render", "scene.json")
