@@ -112,6 +112,7 @@ OutputFile::OutputFile(const std::string& path) : name_(path), target_(FollowLin
         throw RenderError(Text(name_, ": ", file.ErrorText()));
       }
       file_ = std::move(*file);
+      collected_ = std::make_unique<MemorySink>();
       break;
     }
     case FileKind::kFile:
@@ -157,7 +158,18 @@ bool OutputFile::Flush() noexcept {
   return failure_ == 0;
 }
 
+std::uint64_t OutputFile::Tell() const noexcept {
+  return collected_ != nullptr ? collected_->Tell() : position_;
+}
+
+std::uint64_t OutputFile::Length() const noexcept {
+  return collected_ != nullptr ? collected_->Length() : length_;
+}
+
 bool OutputFile::Write(const void* bytes, std::size_t size) noexcept {
+  if (collected_ != nullptr) {
+    return collected_->Write(bytes, size);
+  }
   if (failure_ != 0) {
     return false;
   }
@@ -175,6 +187,9 @@ bool OutputFile::Write(const void* bytes, std::size_t size) noexcept {
 }
 
 bool OutputFile::Seek(std::uint64_t offset) noexcept {
+  if (collected_ != nullptr) {
+    return collected_->Seek(offset);
+  }
   if (offset == position_) {
     return failure_ == 0;
   }
@@ -186,17 +201,28 @@ bool OutputFile::Seek(std::uint64_t offset) noexcept {
 }
 
 std::size_t OutputFile::ReadBack(std::uint64_t offset, void* out, std::size_t size) noexcept {
+  if (collected_ != nullptr) {
+    return collected_->ReadBack(offset, out, size);
+  }
   return Flush() ? file_.ReadAt(offset, out, size) : 0;
 }
 
 void OutputFile::ThrowIfFailed() const {
+  if (collected_ != nullptr) {
+    collected_->ThrowIfFailed();
+  }
   if (failure_ != 0) {
     throw RenderError(Reason(name_, failure_));
   }
 }
 
 void OutputFile::Commit() {
-  Flush();
+  ThrowIfFailed();
+  if (collected_ != nullptr) {
+    failure_ = file_.Write(collected_->Bytes().data(), collected_->Bytes().size());
+  } else {
+    Flush();
+  }
   ThrowIfFailed();
   failure_ = file_.Close();
   ThrowIfFailed();

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "pictures/bytes/byte_sink.h"
+#include "pictures/bytes/memory_bytes.h"
 #include "system/files.h"
 #include "system/temporary_files.h"
 
@@ -44,8 +45,8 @@ void RemoveLeftovers(const std::string& path);
 
 /// Writes beside the target under a temporary name; Commit renames it into place. Without
 /// Commit the temporary file goes and what was there before stays. A target that exists and is
-/// not a regular file (a pipe, /dev/null) is written directly, and "-" is standard output; formats
-/// that write again at an earlier place then fail.
+/// not a regular file (a pipe, /dev/null) gets the bytes once they are all there, since some
+/// formats write again at an earlier place; "-" is standard output.
 class OutputFile : public ByteSink {
  public:
   /// Throws RenderError "NAME: reason" where the file cannot be made.
@@ -54,8 +55,8 @@ class OutputFile : public ByteSink {
 
   bool Write(const void* bytes, std::size_t size) noexcept override;
   bool Seek(std::uint64_t offset) noexcept override;
-  std::uint64_t Tell() const noexcept override { return position_; }
-  std::uint64_t Length() const noexcept override { return length_; }
+  std::uint64_t Tell() const noexcept override;
+  std::uint64_t Length() const noexcept override;
   std::size_t ReadBack(std::uint64_t offset, void* out, std::size_t size) noexcept override;
   void ThrowIfFailed() const override;
 
@@ -66,9 +67,10 @@ class OutputFile : public ByteSink {
   void Create(const FileStatus& before);
   bool Flush() noexcept;
 
-  std::string name_;                          ///< as the user wrote it, for messages
-  std::string target_;                        ///< after following links
-  std::unique_ptr<TemporaryFile> temporary_;  ///< null when written directly
+  std::string name_;    ///< as the user wrote it, for messages
+  std::string target_;  ///< after following links
+  std::unique_ptr<TemporaryFile> temporary_;
+  std::unique_ptr<MemorySink> collected_;  ///< what a pipe will get; null for a file
   File file_;
   int failure_ = 0;
   std::uint64_t position_ = 0;

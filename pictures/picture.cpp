@@ -56,7 +56,8 @@ const char* SampleTypeName(SampleType type) {
   return kNames[static_cast<std::size_t>(type)];
 }
 
-std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source) {
+std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source,
+                                           const PictureSelection& selection) {
   std::array<char, kSignatureBytes> start{};
   const std::size_t length = source.ReadAt(0, start.data(), start.size());
   const FormatRow* row = RecognisedBy({start.data(), length});
@@ -67,7 +68,7 @@ std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source) {
   }
   static_cast<void>(source.Size());  // waits for all of a pipe
   source.ThrowIfFailed();
-  return row->open(source);
+  return row->open(source, selection);
 }
 
 void SetPictureThreads(int threads) {

@@ -15,16 +15,17 @@
 
 namespace veltra::pictures {
 
-/// "PNG", "TIFF", "JPEG", "OpenEXR" or "Radiance HDR".
+/// "PNG", "TIFF", "JPEG", "OpenEXR", "Radiance HDR" or "WebP".
 std::string_view FormatName(PictureFormat format);
 
-/// "PNG, TIFF, JPEG, EXR or HDR".
+/// "PNG, TIFF, JPEG, EXR, HDR or WebP".
 std::string ReadableFormats();
 
 /// Recognises the format by the first bytes and reads the header; sizes are checked before
 /// memory is taken. The source must outlive the reader. Throws RenderError with the reason,
 /// without the file's name.
-std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenPicture(const ByteSource& source,
+                                           const PictureSelection& selection = {});
 
 /// How many threads the libraries behind the formats may have in all, where they start their own;
 /// 1 until this is called. Counts for pictures opened and created later, and only once.

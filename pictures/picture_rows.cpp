@@ -56,6 +56,12 @@ constexpr bool SameScale() {
   }
 }
 
+/// Alpha of a pixel whose file has light there and no coverage. Zero for every calculation, but
+/// the sign tells it from a pixel that something else left without alpha: colour is written back
+/// as it was read under this one, and as black under the other, where it is only a memory.
+constexpr float kOwnLight = -0.0F;
+constexpr std::uint16_t kNegativeZeroHalf = 0x8000;
+
 /// One sample from one scale to another, rounded to nearest.
 template <class To, class From>
 typename To::Type Rescale(typename From::Type value) {
@@ -148,6 +154,11 @@ void Unpack(const std::byte* row, int count, std::byte* pixels) {
     }
     out[x] = {Rescale<To, From>(alpha), Rescale<To, From>(colour[0]), Rescale<To, From>(colour[1]),
               Rescale<To, From>(colour[2])};
+    if constexpr (kPremultiplied && kIsFloat<To> && kIsFloat<From>) {
+      if (alpha == 0.0F) {
+        out[x].alpha = kOwnLight;
+      }
+    }
   }
 }
 
@@ -241,7 +252,10 @@ void Pack(const std::byte* pixels, int count, std::byte* row) {
   for (int x = 0; x < count; ++x, out += kChannels) {
     const typename From::Pixel pixel = in[x];
     if constexpr (kPremultiplied) {
-      const float alpha = Rescale<FileFloat, From>(pixel.alpha);
+      float alpha = Rescale<FileFloat, From>(pixel.alpha);
+      if (alpha == 0.0F && std::signbit(alpha)) {
+        alpha = 1.0F;
+      }
       const auto multiplied = [alpha](typename From::Type channel) {
         return Rescale<To, FileFloat>(Rescale<FileFloat, From>(channel) * alpha);
       };
@@ -255,6 +269,11 @@ void Pack(const std::byte* pixels, int count, std::byte* row) {
     }
     if constexpr (kAlpha) {
       out[3] = Rescale<To, From>(pixel.alpha);
+      if constexpr (kIsFloat<To>) {
+        out[3] += 0.0F;  // no sign at zero
+      } else if constexpr (std::is_same_v<To, FileHalf>) {
+        out[3] = out[3] == kNegativeZeroHalf ? typename To::Type{0} : out[3];
+      }
     }
   }
 }

@@ -12,7 +12,7 @@ namespace veltra::pictures {
 
 /// Turns one row of a file into pixels of a world. Scaling rounds to nearest; floating point is
 /// clamped to 0..1 for the integer depths, with NaN as 0. Colour multiplied by alpha is divided;
-/// where alpha is zero it is taken as stored.
+/// where alpha is zero it is taken as stored, and a float world's alpha is -0 there.
 /// @param row    info.RowBytes() bytes as the reader gave them
 /// @param pixels info.width pixels of `depth`
 void UnpackRow(const PictureInfo& info, const std::byte* row, host::Depth depth, std::byte* pixels);
@@ -26,7 +26,7 @@ struct PackedRow {
 };
 
 /// Turns `count` pixels of a world of `depth` into a row of a file. Rounds and clamps as above;
-/// half stays finite.
+/// half stays finite. Where alpha is -0 colour is not multiplied (see UnpackRow).
 void PackRow(host::Depth depth, const std::byte* pixels, int count, const PackedRow& format,
              std::byte* row);
 

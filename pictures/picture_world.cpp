@@ -4,6 +4,7 @@
 #include "pictures/picture_world.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <mutex>
 #include <utility>
@@ -40,6 +41,38 @@ void ForEach(ThreadPool* pool, int count, const Piece& piece) {
     piece(i);
   }
 }
+
+/// Notices a picture whose alpha is zero everywhere although it shows something.
+class HiddenPicture {
+ public:
+  explicit HiddenPicture(const PictureInfo& info)
+      : info_(info), open_(info.premultiplied && info.rowType == SampleType::kFloat) {}
+
+  /// Safe on several threads at once.
+  void Look(const std::byte* row) {
+    if (!open_.load(std::memory_order_relaxed)) {
+      return;
+    }
+    const auto* sample = reinterpret_cast<const float*>(row);
+    const int colours = info_.channels - 1;
+    for (int x = 0; x < info_.width; ++x, sample += info_.channels) {
+      if (sample[colours] != 0.0F) {
+        open_ = false;
+        return;
+      }
+      if (std::any_of(sample, sample + colours, [](float colour) { return colour != 0.0F; })) {
+        lit_ = true;
+      }
+    }
+  }
+
+  bool Found() const { return open_ && lit_; }
+
+ private:
+  const PictureInfo& info_;
+  std::atomic<bool> open_;
+  std::atomic<bool> lit_{false};
+};
 
 /// Rows in any order: every block is read and converted by whichever thread is free.
 void ReadBlocks(PictureReader& reader, World& world, ThreadPool* pool, int blockRows) {
@@ -148,6 +181,7 @@ World ReadWorld(PictureReader& reader, Depth depth, ThreadPool* pool) {
     ReadBlocks(reader, world, pool, blockRows);
     return world;
   }
+  HiddenPicture hidden(info);
   std::vector<std::byte> rows(info.RowBytes() *
                               static_cast<std::size_t>(std::min(blockRows, info.height)));
   for (int first = 0; first < info.height; first += blockRows) {
@@ -155,9 +189,13 @@ World ReadWorld(PictureReader& reader, Depth depth, ThreadPool* pool) {
     const int count = std::min(blockRows, info.height - first);
     reader.ReadRows(first, count, rows.data());
     ForEach(pool, blockRows > 1 ? count : 1, [&](int row) {
-      UnpackRow(info, rows.data() + static_cast<std::size_t>(row) * info.RowBytes(), depth,
-                world.RowAddress(first + row));
+      const std::byte* bytes = rows.data() + static_cast<std::size_t>(row) * info.RowBytes();
+      hidden.Look(bytes);
+      UnpackRow(info, bytes, depth, world.RowAddress(first + row));
     });
+  }
+  if (hidden.Found()) {
+    reader.Warn("alpha is 0 everywhere; the colours are kept as they are, but nothing covers");
   }
   return world;
 }

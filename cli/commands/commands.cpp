@@ -22,6 +22,8 @@ namespace {
 
 constexpr std::array kCommands = {
     Command{"render", "place a layer onto a 360-degree frame, sequence or video", RunRender},
+    Command{"view", "show a 360-degree frame as a camera or a globe", RunView},
+    Command{"compare", "tell how two pictures, sequences or videos differ", RunCompare},
     Command{"controls", "list the controls that the effect declares", RunControls},
     Command{"about", "show what the effect says about itself", RunAbout},
     Command{"check", "check an effect library for what hosts rely on", RunCheck},

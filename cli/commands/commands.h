@@ -36,6 +36,8 @@ int RunControls(const Arguments& arguments);
 int RunAbout(const Arguments& arguments);
 int RunCheck(const Arguments& arguments);
 int RunSample(const Arguments& arguments);
+int RunView(const Arguments& arguments);
+int RunCompare(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);
 int RunManual(const Arguments& arguments);
 

@@ -47,22 +47,42 @@ SampleType OutputType(const RenderOptions& options, PictureFormat format, Depth 
   if (depth == Depth::k16) {
     return can(SampleType::kUint16) ? SampleType::kUint16 : possible.back();
   }
-  // A float render of a half file needs no more than half.
-  return inputStored == SampleType::kHalf && can(SampleType::kHalf) ? SampleType::kHalf
-                                                                    : possible.back();
+  // A float render of a half file needs no more than half, where half is what people expect.
+  return inputStored == SampleType::kHalf && possible.front() == SampleType::kHalf
+             ? SampleType::kHalf
+             : possible.back();
+}
+
+/// By the name, or by --format where the name is no file's.
+PictureFormat FormatOf(const Media& output, const RenderOptions& options) {
+  if (!options.format.empty()) {
+    try {
+      return WritableFormatOf(Text(".", options.format).insert(0, "format"));
+    } catch (const UsageError&) {
+      throw UsageError(
+          Text("--format: '", options.format, "' is none (expected png, exr, tif or jpg)"));
+    }
+  }
+  if (output.Name() == "-") {
+    throw UsageError("-: standard output needs a format (add --format png, exr, tif or jpg)");
+  }
+  return WritableFormatOf(output.Name());
 }
 
 /// An image file per frame, each under its name only when it is whole.
 class FileSink : public FrameSink {
  public:
   FileSink(const Media& output, const RenderOptions& options)
-      : output_(output), options_(options), format_(WritableFormatOf(output.Name())) {
+      : output_(output), options_(options), format_(FormatOf(output, options)) {
     CheckCompression(format_, options.compression);
     if (options.jpegQuality && format_ != PictureFormat::kJpeg) {
       throw UsageError(Text("--jpeg-quality: ", FormatName(format_), " has none"));
     }
     if (!options.videoOptions.empty()) {
       throw UsageError(Text("--video-options: ", output.Name(), " is no video"));
+    }
+    if (output.Name() == "-" && options.progress == ProgressStyle::kJson) {
+      throw UsageError("-: standard output has the picture already (leave out --progress json)");
     }
   }
 
@@ -74,7 +94,7 @@ class FileSink : public FrameSink {
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
     const std::string path = output_.At(frame.number);
-    if (format_ == PictureFormat::kJpeg && !losesAlpha_ && HasTransparency(picture)) {
+    if (!HasAlpha(format_) && !losesAlpha_ && HasTransparency(picture)) {
       losesAlpha_ = true;
     }
     OutputFile file(path);
@@ -90,7 +110,7 @@ class FileSink : public FrameSink {
 
   std::vector<std::string> Finish() override {
     if (losesAlpha_) {
-      return {"JPEG has no alpha; it is left out"};
+      return {Text(FormatName(format_), " has no alpha; it is left out")};
     }
     return {};
   }
@@ -100,13 +120,16 @@ class FileSink : public FrameSink {
     PictureOptions written;
     written.format = format_;
     written.stored = OutputType(options_, format_, settings_.depth, input.stored);
-    written.alpha = format_ != PictureFormat::kJpeg;
+    written.alpha = HasAlpha(format_) && !options_.noAlpha;
     written.compression = options_.compression;
     written.jpegQuality = options_.jpegQuality.value_or(written.jpegQuality);
     written.pixelAspect = static_cast<double>(options_.pixelAspect.num) / options_.pixelAspect.den;
+    if (static_cast<A_u_long>(options_.pixelAspect.num) == options_.pixelAspect.den) {
+      written.pixelAspect = input.pixelAspect;
+    }
     written.metadata = input.metadata;
     if (options_.region || options_.downsample > 1) {
-      written.metadata.xmp.clear();  // it tells the size of a whole panorama
+      written.metadata.KeepForPart();
     }
     return written;
   }

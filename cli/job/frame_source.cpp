@@ -54,8 +54,8 @@ SharedWorld Reduced(host::World world, const SourceSettings& settings) {
 /// An image file: opened when it is asked about, read when it is wanted.
 class FilePicture : public SourcePicture {
  public:
-  FilePicture(std::string path, const SourceSettings* settings)
-      : path_(std::move(path)), settings_(settings) {}
+  FilePicture(std::string path, PictureSelection selection, const SourceSettings* settings)
+      : path_(std::move(path)), selection_(std::move(selection)), settings_(settings) {}
 
   const PictureInfo& Info() override {
     Open();
@@ -67,6 +67,7 @@ class FilePicture : public SourcePicture {
     return Named(path_, [this] {
       SharedWorld world =
           Reduced(ReadWorld(*reader_, settings_->depth, settings_->pool), *settings_);
+      info_.warnings = reader_->Info().warnings;
       reader_.reset();  // some formats keep a copy of their own
       source_.reset();
       return world;
@@ -78,13 +79,14 @@ class FilePicture : public SourcePicture {
     if (reader_ == nullptr) {
       Named(path_, [this] {
         source_ = OpenFileSource(path_);
-        reader_ = OpenPicture(*source_);
+        reader_ = OpenPicture(*source_, selection_);
         info_ = reader_->Info();
       });
     }
   }
 
   std::string path_;
+  PictureSelection selection_;
   const SourceSettings* settings_;
   PictureInfo info_;
   std::unique_ptr<ByteSource> source_;
@@ -94,7 +96,8 @@ class FilePicture : public SourcePicture {
 /// The same picture for every frame, read once, by whoever needs it first.
 class StillSource : public FrameSource {
  public:
-  explicit StillSource(const std::string& path) : path_(path), picture_(path, &settings_) {}
+  StillSource(const std::string& path, const PictureSelection& selection)
+      : path_(path), picture_(path, selection, &settings_) {}
 
   void SetTiming(const SourceTiming& timing) override {
     if (timing.timing.IsSet()) {
@@ -144,7 +147,8 @@ class StillSource : public FrameSource {
 /// A file per frame.
 class SequenceSource : public FrameSource {
  public:
-  explicit SequenceSource(FileName name) : name_(std::move(name)) {}
+  SequenceSource(FileName name, PictureSelection selection)
+      : name_(std::move(name)), selection_(std::move(selection)) {}
 
   void SetTiming(const SourceTiming& timing) override;
   Presence Has(int frame) const override;
@@ -161,6 +165,7 @@ class SequenceSource : public FrameSource {
   std::optional<int> NumberFor(int frame) const;
 
   FileName name_;
+  PictureSelection selection_;
   SourceSettings settings_;
   std::optional<TimePlan> plan_;  ///< of a layer with a timing of its own
   int first_ = 0;                 ///< of the files that are there, where there is a plan
@@ -207,7 +212,7 @@ Presence SequenceSource::Has(int frame) const {
 PictureInfo SequenceSource::Look(int frame) {
   const int number = NumberFor(frame).value_or(first_);
   std::unique_ptr<FilePicture>& picture = opened_[number];
-  picture = std::make_unique<FilePicture>(name_.At(number), &settings_);
+  picture = std::make_unique<FilePicture>(name_.At(number), selection_, &settings_);
   return picture->Info();
 }
 
@@ -218,7 +223,7 @@ std::unique_ptr<SourcePicture> SequenceSource::Take(int frame) {
   }
   const auto found = opened_.find(*number);
   if (found == opened_.end()) {
-    return std::make_unique<FilePicture>(name_.At(*number), &settings_);
+    return std::make_unique<FilePicture>(name_.At(*number), selection_, &settings_);
   }
   std::unique_ptr<FilePicture> picture = std::move(found->second);
   opened_.erase(found);
@@ -405,17 +410,20 @@ std::unique_ptr<SourcePicture> VideoSource::Take(int frame) {
 
 }  // namespace
 
-std::unique_ptr<FrameSource> OpenSource(const Media& media) {
+std::unique_ptr<FrameSource> OpenSource(const Media& media, const PictureSelection& selection) {
   switch (media.kind) {
     case MediaKind::kVideo:
+      if (!selection.channels.empty()) {
+        throw UsageError("--channels: not for videos");
+      }
       return std::make_unique<VideoSource>(media.At(0));
     case MediaKind::kSequence:
-      return std::make_unique<SequenceSource>(media.name);
+      return std::make_unique<SequenceSource>(media.name, selection);
     case MediaKind::kStill:
     case MediaKind::kNone:
       break;
   }
-  return std::make_unique<StillSource>(media.At(0));
+  return std::make_unique<StillSource>(media.At(0), selection);
 }
 
 }  // namespace veltra::cli

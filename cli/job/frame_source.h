@@ -49,7 +49,8 @@ class SourcePicture {
   SourcePicture& operator=(const SourcePicture&) = delete;
   virtual ~SourcePicture() = default;
 
-  /// What the header tells, before any pixel is read. Throws RenderError "NAME: reason".
+  /// What the header tells, before any pixel is read; afterwards also what reading noticed. Throws
+  /// RenderError "NAME: reason".
   virtual const PictureInfo& Info() = 0;
   /// The pixels, as the settings want them. Throws RenderError "NAME: reason", Interrupted.
   virtual SharedWorld Read() = 0;
@@ -87,6 +88,7 @@ class FrameSource {
 
 /// Opens an input, which must not be of kind none. Throws RenderError where a video cannot be read;
 /// pictures are opened when they are looked at or taken.
-std::unique_ptr<FrameSource> OpenSource(const Media& media);
+/// `selection` is what of each picture is read.
+std::unique_ptr<FrameSource> OpenSource(const Media& media, const PictureSelection& selection);
 
 }  // namespace veltra::cli

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Runs a job: frames go from the sources through the passes into the sink, several at once.
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <filesystem>
 #include <mutex>
@@ -86,7 +87,7 @@ JobFiles OpenFiles(const RenderJob& job) {
     inputs.push_back(&layer);
   }
   for (JobInput* input : inputs) {
-    input->source = OpenSource(input->media);
+    input->source = OpenSource(input->media, {input->isLayer ? "" : job.options.channels});
     CheckDamage(job.options, *input);
   }
   const PF_RationalScale rate = RateOf(job.options, files);
@@ -131,6 +132,7 @@ class JobRun {
   void RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers);
   bool FrameFailed(const Schedule::Turn& turn, const std::string& message);
   void CheckSameDepth(int number, const PictureInfo& info) const;
+  void WarnAbout(const PictureInfo& info);
   void WarnOnce(const std::vector<std::string>& lines);
   void Conclude();
 
@@ -286,8 +288,27 @@ void JobRun::RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Ren
     }
   }
   inputs = {};  // not needed while writing
+  WarnAbout(info);
   const std::string path = sink_->Write({turn.index, turn.number, info}, picture);
   progress_->FrameDone(turn.number, path);
+}
+
+/// What the frame's file has that is lost, or that somebody should know.
+void JobRun::WarnAbout(const PictureInfo& info) {
+  if (!files_.frame) {
+    return;
+  }
+  const std::string& name = files_.frame->media.Name();
+  for (const std::string& warning : info.warnings) {
+    WarnOnce({Text(name, ": ", warning)});
+  }
+  const PF_RationalScale& aspect = options_.pixelAspect;
+  if (info.pixelAspect != 1 && static_cast<A_u_long>(aspect.num) == aspect.den) {
+    constexpr double kFixedOne = 65536;
+    const auto told = static_cast<PF_Fixed>(std::lround(info.pixelAspect * kFixedOne));
+    WarnOnce({Text(name, ": its pixel aspect ratio of ", FixedText(told),
+                   " counts as 1 (render with it through --pixel-aspect)")});
+  }
 }
 
 /// Notes a frame that failed where the run may go on without it.

@@ -42,6 +42,9 @@ struct RenderOptions {
   std::string effect;
   std::string frame;
   std::string output;
+  std::string channels;  ///< of the frame's OpenEXR files; empty for the usual ones
+  std::string format;    ///< of the output: an ending without its point, where its name has none
+  bool noAlpha = false;
   std::string saveScene;
   std::optional<PictureSize> size;
   std::optional<FrameList> frames;

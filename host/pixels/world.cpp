@@ -5,7 +5,9 @@
 #include "host/pixels/world.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "host/pixels/image_facts.h"
 #include "host/pixels/world_view.h"
@@ -166,6 +168,17 @@ bool World::GuardIntact() const {
 
 namespace {
 
+/// A float alpha of -0 counts: readers of pictures give it to pixels whose file has light there
+/// without coverage.
+template <class Pixel>
+bool IsVisible(const Pixel& pixel) {
+  if constexpr (std::is_same_v<Pixel, PF_PixelFloat>) {
+    return std::bit_cast<std::uint32_t>(pixel.alpha) != 0;
+  } else {
+    return pixel.alpha != 0;
+  }
+}
+
 template <class Pixel>
 bool AnyVisible(const PF_EffectWorld& view, A_long y, A_long left, A_long right) {
   const auto* row = RowOf<const Pixel>(view, y);
@@ -174,7 +187,7 @@ bool AnyVisible(const PF_EffectWorld& view, A_long y, A_long left, A_long right)
     const A_long stop = std::min<A_long>(right, x + 64);
     bool any = false;
     for (; x < stop; ++x) {
-      any |= row[x].alpha != 0;
+      any |= IsVisible(row[x]);
     }
     if (any) {
       return true;
@@ -188,12 +201,12 @@ template <class Pixel>
 void WidenColumns(const PF_EffectWorld& view, A_long y, PF_LRect& extent) {
   const auto* row = RowOf<const Pixel>(view, y);
   for (A_long x = 0; x < extent.left; ++x) {
-    if (row[x].alpha != 0) {
+    if (IsVisible(row[x])) {
       extent.left = x;
     }
   }
   for (A_long x = view.width; x > extent.right; --x) {
-    if (row[x - 1].alpha != 0) {
+    if (IsVisible(row[x - 1])) {
       extent.right = x;
     }
   }

@@ -6,8 +6,10 @@
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
 #include <ImfIO.h>
-#include <ImfInputFile.h>
+#include <ImfInputPart.h>
+#include <ImfMultiPartInputFile.h>
 #include <ImfOutputFile.h>
+#include <ImfPartType.h>
 #include <ImfThreading.h>
 
 #include <algorithm>
@@ -19,6 +21,9 @@
 #include <stdexcept>
 
 #include "base/error.h"
+#include "base/text.h"
+#include "pictures/formats/exr_attributes.h"
+#include "pictures/formats/exr_channels.h"
 #include "pictures/formats/formats.h"
 
 namespace veltra::pictures {
@@ -72,12 +77,16 @@ class SourceStream : public Imf::IStream {
 
 class ExrReader : public PictureReader {
  public:
-  explicit ExrReader(const ByteSource& source) : stream_(source) {
+  ExrReader(const ByteSource& source, const PictureSelection& selection) : stream_(source) {
     try {
       StartThreads();
-      file_ = std::make_unique<Imf::InputFile>(stream_);
-      dataWindow_ = file_->header().dataWindow();
-      displayWindow_ = file_->header().displayWindow();
+      file_ = std::make_unique<Imf::MultiPartInputFile>(stream_);
+      choice_ = ChooseExrChannels(Parts(), selection.channels);
+      part_ = std::make_unique<Imf::InputPart>(*file_, choice_.part);
+      dataWindow_ = part_->header().dataWindow();
+      displayWindow_ = part_->header().displayWindow();
+    } catch (const RenderError&) {
+      throw;
     } catch (const std::exception& error) {
       ThrowDamaged("OpenEXR", OneLine(error.what()));
     }
@@ -125,42 +134,72 @@ class ExrReader : public PictureReader {
     return static_cast<std::int64_t>(last) - first + 1;
   }
 
+  std::vector<ExrPart> Parts() const {
+    std::vector<ExrPart> parts;
+    for (int i = 0; i < file_->parts(); ++i) {
+      const Imf::Header& header = file_->header(i);
+      ExrPart part;
+      part.name = header.hasName() ? header.name() : "";
+      part.readable = !header.hasType() || !Imf::isDeepData(header.type());
+      for (auto it = header.channels().begin(); it != header.channels().end(); ++it) {
+        part.channels.emplace_back(it.name());
+      }
+      parts.push_back(std::move(part));
+    }
+    return parts;
+  }
+
   void Describe() {
-    const Imf::ChannelList& channels = file_->header().channels();
-    const bool colour = channels.findChannel("R") != nullptr ||
-                        channels.findChannel("G") != nullptr ||
-                        channels.findChannel("B") != nullptr;
-    if (!colour && channels.findChannel("Y") == nullptr) {
-      throw RenderError("an OpenEXR file without the channels R, G, B or Y");
-    }
-    if (!colour && channels.findChannel("RY") != nullptr) {
-      throw RenderError("an OpenEXR file in luminance and chroma; convert it to RGB first");
-    }
-    names_ = colour ? std::vector<std::string>{"R", "G", "B"} : std::vector<std::string>{"Y"};
     // What the data window leaves out needs an alpha to be transparent.
-    const bool alpha = channels.findChannel("A") != nullptr || dataWindow_ != displayWindow_;
-    if (alpha) {
-      names_.emplace_back("A");
+    if (!choice_.alpha && dataWindow_ != displayWindow_) {
+      choice_.names.emplace_back("A");
+      choice_.alpha = true;
     }
+    const Imf::Header& header = part_->header();
     info_.format = PictureFormat::kExr;
     info_.width = static_cast<int>(Length(displayWindow_.min.x, displayWindow_.max.x));
     info_.height = static_cast<int>(Length(displayWindow_.min.y, displayWindow_.max.y));
-    info_.channels = static_cast<int>(names_.size());
-    info_.premultiplied = alpha;
+    info_.channels = static_cast<int>(choice_.names.size());
+    info_.premultiplied = choice_.alpha;
     info_.rowType = SampleType::kFloat;
     info_.stored = SampleType::kHalf;
-    for (const std::string& name : names_) {
-      const Imf::Channel* channel = channels.findChannel(name);
-      if (channel == nullptr) {
-        continue;
-      }
-      if (channel->xSampling != 1 || channel->ySampling != 1) {
-        throw RenderError("an OpenEXR file with subsampled channels");
-      }
-      if (channel->type != Imf::HALF) {
-        info_.stored = SampleType::kFloat;
+    for (const std::string& name : choice_.names) {
+      if (const Imf::Channel* channel = header.channels().findChannel(name)) {
+        CheckChannel(name, *channel);
       }
     }
+    info_.pixelAspect = static_cast<double>(header.pixelAspectRatio());
+    info_.metadata.left = displayWindow_.min.x;
+    info_.metadata.top = displayWindow_.min.y;
+    info_.metadata.attributes = AttributesOf(header);
+    if (!choice_.leftOut.empty()) {
+      Warn(LeftOutText());
+    }
+  }
+
+  void CheckChannel(const std::string& name, const Imf::Channel& channel) {
+    if (channel.xSampling != 1 || channel.ySampling != 1) {
+      throw RenderError("an OpenEXR file with subsampled channels");
+    }
+    if (channel.type == Imf::UINT) {
+      throw RenderError(
+          Text("an OpenEXR file of whole numbers in channel ", name, " (expected half or float)"));
+    }
+    if (channel.type != Imf::HALF) {
+      info_.stored = SampleType::kFloat;
+    }
+  }
+
+  std::string LeftOutText() const {
+    constexpr std::size_t kMostShown = 6;
+    std::string text = "left out:";
+    for (std::size_t i = 0; i < std::min(kMostShown, choice_.leftOut.size()); ++i) {
+      text += Text(i == 0 ? " " : ", ", choice_.leftOut[i]);
+    }
+    if (choice_.leftOut.size() > kMostShown) {
+      text += Text(" and ", choice_.leftOut.size() - kMostShown, " more");
+    }
+    return text + " (choose with --channels)";
   }
 
   /// Reads the rows first..last of the data window, tightly packed. A channel that the file does
@@ -172,24 +211,26 @@ class ExrReader : public PictureReader {
     const std::size_t rowBytes = width * pixelBytes;
     Imf::FrameBuffer buffer;
     for (std::size_t i = 0; i < channels; ++i) {
-      buffer.insert(names_[i],
-                    Imf::Slice::Make(Imf::FLOAT, out + i, Imath::V2i(dataWindow_.min.x, first),
-                                     static_cast<std::int64_t>(width), last - first + 1, pixelBytes,
-                                     rowBytes, 1, 1, names_[i] == "A" ? 1.0 : 0.0));
+      buffer.insert(
+          choice_.names[i],
+          Imf::Slice::Make(Imf::FLOAT, out + i, Imath::V2i(dataWindow_.min.x, first),
+                           static_cast<std::int64_t>(width), last - first + 1, pixelBytes, rowBytes,
+                           1, 1, choice_.alpha && i + 1 == channels ? 1.0 : 0.0));
     }
     try {
-      file_->setFrameBuffer(buffer);
-      file_->readPixels(first, last);
+      part_->setFrameBuffer(buffer);
+      part_->readPixels(first, last);
     } catch (const std::exception& error) {
       ThrowDamaged("OpenEXR", OneLine(error.what()));
     }
   }
 
   SourceStream stream_;
-  std::unique_ptr<Imf::InputFile> file_;
+  std::unique_ptr<Imf::MultiPartInputFile> file_;
+  ExrChoice choice_;
+  std::unique_ptr<Imf::InputPart> part_;
   Imath::Box2i dataWindow_;
   Imath::Box2i displayWindow_;
-  std::vector<std::string> names_;
   std::vector<float> rows_;
 };
 
@@ -227,6 +268,12 @@ Imf::Compression CompressionOf(const std::string& name) {
   if (name == "piz") {
     return Imf::PIZ_COMPRESSION;
   }
+  if (name == "dwaa") {
+    return Imf::DWAA_COMPRESSION;
+  }
+  if (name == "dwab") {
+    return Imf::DWAB_COMPRESSION;
+  }
   return Imf::ZIP_COMPRESSION;
 }
 
@@ -234,7 +281,11 @@ class ExrWriter : public PictureWriter {
  public:
   ExrWriter(ByteSink& sink, int width, int height, const PictureOptions& options)
       : sink_(sink), stream_(sink), width_(width), options_(options) {
-    Imf::Header header(width, height, static_cast<float>(options.pixelAspect));
+    const PictureMetadata& metadata = options.metadata;
+    const Imath::V2i corner(metadata.left, metadata.top);
+    const Imath::Box2i window(corner, corner + Imath::V2i(width - 1, height - 1));
+    Imf::Header header(window, window, static_cast<float>(options.pixelAspect));
+    AddAttributes(metadata.attributes, header);
     header.compression() = CompressionOf(options.compression);
     constexpr int kBest = 9;
     constexpr int kFast = 1;
@@ -260,9 +311,10 @@ class ExrWriter : public PictureWriter {
     const std::size_t rowBytes = static_cast<std::size_t>(width_) * channels * sampleBytes;
     Imf::FrameBuffer buffer;
     for (std::size_t i = 0; i < channels; ++i) {
-      buffer.insert(Names()[i],
-                    Imf::Slice::Make(Type(), rows + i * sampleBytes, Imath::V2i(0, nextRow_),
-                                     width_, count, channels * sampleBytes, rowBytes));
+      buffer.insert(Names()[i], Imf::Slice::Make(Type(), rows + i * sampleBytes,
+                                                 Imath::V2i(options_.metadata.left,
+                                                            options_.metadata.top + nextRow_),
+                                                 width_, count, channels * sampleBytes, rowBytes));
     }
     try {
       file_->setFrameBuffer(buffer);
@@ -329,8 +381,9 @@ void SetExrThreads(int threads) {
   threadsAllowed = threads;
 }
 
-std::unique_ptr<PictureReader> OpenExr(const ByteSource& source) {
-  return std::make_unique<ExrReader>(source);
+std::unique_ptr<PictureReader> OpenExr(const ByteSource& source,
+                                       const PictureSelection& selection) {
+  return std::make_unique<ExrReader>(source, selection);
 }
 
 std::unique_ptr<PictureWriter> CreateExr(ByteSink& sink, int width, int height,

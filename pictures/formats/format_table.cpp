@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/error.h"
 #include "pictures/formats/formats.h"
 
 namespace veltra::pictures {
@@ -32,7 +33,7 @@ constexpr auto kPngCompressions = List("none"sv, "fast"sv, "best"sv, "0"sv, "1"s
 
 constexpr auto kTiffSignatures = List("II\x2a\0"sv, "MM\0\x2a"sv, "II\x2b\0"sv, "MM\0\x2b"sv);
 constexpr auto kTiffEndings = List(".tif"sv, ".tiff"sv);
-constexpr auto kTiffTypes = std::array{kUint8, kUint16, kFloat};
+constexpr auto kTiffTypes = std::array{kUint8, kUint16, kHalf, kFloat};
 constexpr auto kTiffCompressions =
     List("none"sv, "fast"sv, "best"sv, "lzw"sv, "deflate"sv, "packbits"sv);
 
@@ -44,11 +45,23 @@ constexpr auto kExrSignatures = List("\x76\x2f\x31\x01"sv);
 constexpr auto kExrEndings = List(".exr"sv);
 constexpr auto kExrTypes = std::array{kHalf, kFloat};
 constexpr auto kExrCompressions =
-    List("none"sv, "fast"sv, "best"sv, "rle"sv, "zips"sv, "zip"sv, "piz"sv);
+    List("none"sv, "fast"sv, "best"sv, "rle"sv, "zips"sv, "zip"sv, "piz"sv, "dwaa"sv, "dwab"sv);
 
 constexpr auto kHdrSignatures = List("#?RADIANCE"sv, "#?RGBE"sv);
 constexpr auto kHdrEndings = List(".hdr"sv);
 constexpr auto kNoTypes = std::array<SampleType, 0>{};
+
+constexpr auto kWebpSignatures = List("RIFF"sv);
+constexpr auto kWebpEndings = List(".webp"sv);
+
+/// Opens a file of a format that has nothing to select from.
+template <auto kOpen>
+std::unique_ptr<PictureReader> Plain(const ByteSource& source, const PictureSelection& selection) {
+  if (!selection.channels.empty()) {
+    throw RenderError("has no named channels (expected an OpenEXR file, or no --channels)");
+  }
+  return kOpen(source);
+}
 
 constexpr bool kAlpha = true;
 constexpr bool kNoAlpha = false;
@@ -58,15 +71,17 @@ constexpr bool kStraight = false;
 // clang-format off
 constexpr std::array kFormats = {
     FormatRow{PictureFormat::kPng, "PNG", "PNG", kPngSignatures, kPngEndings, kPngTypes,
-              kPngCompressions, kAlpha, kStraight, OpenPng, CreatePng},
+              kPngCompressions, kAlpha, kStraight, Plain<OpenPng>, CreatePng},
     FormatRow{PictureFormat::kTiff, "TIFF", "TIFF", kTiffSignatures, kTiffEndings, kTiffTypes,
-              kTiffCompressions, kAlpha, kStraight, OpenTiff, CreateTiff},
+              kTiffCompressions, kAlpha, kStraight, Plain<OpenTiff>, CreateTiff},
     FormatRow{PictureFormat::kJpeg, "JPEG", "JPEG", kJpegSignatures, kJpegEndings, kJpegTypes,
-              kNoTexts, kNoAlpha, kStraight, OpenJpeg, CreateJpeg},
+              kNoTexts, kNoAlpha, kStraight, Plain<OpenJpeg>, CreateJpeg},
     FormatRow{PictureFormat::kExr, "OpenEXR", "EXR", kExrSignatures, kExrEndings, kExrTypes,
               kExrCompressions, kAlpha, kMultiplied, OpenExr, CreateExr},
     FormatRow{PictureFormat::kHdr, "Radiance HDR", "HDR", kHdrSignatures, kHdrEndings, kNoTypes,
-              kNoTexts, kNoAlpha, kStraight, OpenHdr, nullptr},
+              kNoTexts, kNoAlpha, kStraight, Plain<OpenHdr>, nullptr},
+    FormatRow{PictureFormat::kWebp, "WebP", "WebP", kWebpSignatures, kWebpEndings, kNoTypes,
+              kNoTexts, kAlpha, kStraight, Plain<OpenWebp>, nullptr},
 };
 // clang-format on
 

@@ -24,7 +24,8 @@ struct FormatRow {
   std::span<const std::string_view> compressions;  ///< empty when there is nothing to choose
   bool hasAlpha;
   bool premultiplied;  ///< colour is kept multiplied by alpha
-  std::unique_ptr<PictureReader> (*open)(const ByteSource& source);
+  std::unique_ptr<PictureReader> (*open)(const ByteSource& source,
+                                         const PictureSelection& selection);
   /// Null for a format that is only read.
   std::unique_ptr<PictureWriter> (*create)(ByteSink& sink, int width, int height,
                                            const PictureOptions& options);

@@ -9,6 +9,17 @@
 
 namespace veltra::pictures {
 
+void PictureMetadata::KeepForPart() {
+  xmp.clear();  // it tells the size of a whole panorama
+  left = 0;
+  top = 0;
+  // The projection of the whole sphere, and where a camera's window lay.
+  std::erase_if(attributes, [](const NamedAttribute& attribute) {
+    return attribute.name == "envmap" || attribute.name == "screenWindowCenter" ||
+           attribute.name == "screenWindowWidth";
+  });
+}
+
 void CheckPictureSize(std::int64_t width, std::int64_t height) {
   const std::string size = Text(width, "x", height);
   if (width < 1 || height < 1) {

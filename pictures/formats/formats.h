@@ -18,8 +18,9 @@ namespace veltra::pictures {
 std::unique_ptr<PictureReader> OpenPng(const ByteSource& source);
 std::unique_ptr<PictureReader> OpenTiff(const ByteSource& source);
 std::unique_ptr<PictureReader> OpenJpeg(const ByteSource& source);
-std::unique_ptr<PictureReader> OpenExr(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenExr(const ByteSource& source, const PictureSelection& selection);
 std::unique_ptr<PictureReader> OpenHdr(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenWebp(const ByteSource& source);
 
 // Each writes the header of a picture of width x height. Throws RenderError with the reason.
 std::unique_ptr<PictureWriter> CreatePng(ByteSink& sink, int width, int height,

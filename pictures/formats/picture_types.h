@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace veltra::host {
@@ -22,13 +23,37 @@ constexpr std::size_t BytesPerSample(SampleType type) {
   return type == SampleType::kUint8 ? 1 : type == SampleType::kFloat ? 4 : 2;
 }
 
-enum class PictureFormat { kPng, kTiff, kJpeg, kExr, kHdr };
-inline constexpr std::size_t kPictureFormatCount = 5;
+constexpr bool IsFloat(SampleType type) {
+  return type == SampleType::kHalf || type == SampleType::kFloat;
+}
 
-/// What a file says about its colours and its projection; carried along, never interpreted.
+enum class PictureFormat { kPng, kTiff, kJpeg, kExr, kHdr, kWebp };
+inline constexpr std::size_t kPictureFormatCount = 6;
+
+/// Something a header says, in its format's own bytes.
+struct NamedAttribute {
+  std::string name;
+  std::string type;
+  std::vector<char> value;
+};
+
+/// What a file says about its colours, its projection and its making; carried along, never
+/// interpreted. Each format takes what it can hold.
 struct PictureMetadata {
   std::vector<std::uint8_t> iccProfile;
   std::string xmp;
+  std::vector<NamedAttribute> attributes;  ///< of OpenEXR
+  int left = 0;  ///< of the picture's first pixel on a canvas: OpenEXR's display window
+  int top = 0;
+
+  /// Drops what is wrong for a part of the picture, or at another resolution.
+  void KeepForPart();
+};
+
+/// What of a file is read.
+struct PictureSelection {
+  /// OpenEXR's part, layer or channels (see ChooseExrChannels); empty for the usual ones.
+  std::string channels;
 };
 
 struct PictureInfo {
@@ -39,7 +64,9 @@ struct PictureInfo {
   SampleType stored = SampleType::kUint8;   ///< in the file
   SampleType rowType = SampleType::kUint8;  ///< of a row as read; half comes as float
   bool premultiplied = false;               ///< colour is multiplied by alpha
+  double pixelAspect = 1;                   ///< width over height, as the file tells it
   PictureMetadata metadata;
+  std::vector<std::string> warnings;  ///< what is lost or odd, a line each without the file's name
 
   std::size_t RowBytes() const {
     return static_cast<std::size_t>(width) * static_cast<std::size_t>(channels) *
@@ -57,6 +84,8 @@ class PictureReader {
   virtual ~PictureReader() = default;
 
   const PictureInfo& Info() const { return info_; }
+  /// Adds to Info().warnings what was noticed while reading.
+  void Warn(std::string line) { info_.warnings.push_back(std::move(line)); }
   /// How many rows are best read at once.
   virtual int PreferredRows() const { return 1; }
   /// Whether rows may be read in any order, and on several threads at once.

@@ -155,6 +155,9 @@ class TiffReader : public PictureReader {
     sampleFormat_ = Tag16(tiff_.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
     photometric_ = Tag16(tiff_.get(), TIFFTAG_PHOTOMETRIC,
                          fileChannels_ >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    if (photometric_ == PHOTOMETRIC_SEPARATED) {
+      throw RenderError("a TIFF in print colours (CMYK); convert it to RGB first");
+    }
     compression_ = Tag16(tiff_.get(), TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     separate_ =
         Tag16(tiff_.get(), TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) == PLANARCONFIG_SEPARATE;
@@ -552,7 +555,7 @@ class TiffWriter : public PictureWriter {
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, static_cast<int>(BytesPerSample(options.stored) * 8));
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, options.alpha ? 4 : 3);
     TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT,
-                 options.stored == SampleType::kFloat ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
+                 IsFloat(options.stored) ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
@@ -582,9 +585,8 @@ class TiffWriter : public PictureWriter {
                                                       : COMPRESSION_LZW;
     TIFFSetField(tiff_.get(), TIFFTAG_COMPRESSION, scheme);
     if (scheme == COMPRESSION_LZW || scheme == COMPRESSION_ADOBE_DEFLATE) {
-      TIFFSetField(
-          tiff_.get(), TIFFTAG_PREDICTOR,
-          options.stored == SampleType::kFloat ? PREDICTOR_FLOATINGPOINT : PREDICTOR_HORIZONTAL);
+      TIFFSetField(tiff_.get(), TIFFTAG_PREDICTOR,
+                   IsFloat(options.stored) ? PREDICTOR_FLOATINGPOINT : PREDICTOR_HORIZONTAL);
     }
     if (name == "best") {
       constexpr int kBest = 9;

@@ -193,11 +193,13 @@ def _exr_attribute(name, kind, data):
     return name.encode() + b"\0" + kind.encode() + b"\0" + struct.pack("<I", len(data)) + data
 
 
-def write_exr(path, pixels, names=None, data_window=None, display_window=None):
-    """Uncompressed scan lines; channels named R, G, B, A or Y (and A) unless told."""
+def write_exr(path, pixels, names=None, data_window=None, display_window=None, attributes=(),
+              aspect=1):
+    """Uncompressed scan lines; channels named R, G, B, A or Y (and A) unless told. Attributes are
+    (name, type, bytes)."""
     height, width, channels = pixels.shape
     names = names or {1: "Y", 2: "YA", 3: "RGB", 4: "RGBA"}[channels]
-    kind = {np.dtype(np.float16): 1, np.dtype(np.float32): 2}[pixels.dtype]
+    kind = {np.dtype(np.uint32): 0, np.dtype(np.float16): 1, np.dtype(np.float32): 2}[pixels.dtype]
     order = sorted(range(channels), key=lambda c: names[c])
     channel_list = b"".join(
         names[c].encode() + b"\0" + struct.pack("<IIII", kind, 0, 1, 1) for c in order) + b"\0"
@@ -209,7 +211,8 @@ def write_exr(path, pixels, names=None, data_window=None, display_window=None):
     header += _exr_attribute("dataWindow", "box2i", struct.pack("<4i", *data_window))
     header += _exr_attribute("displayWindow", "box2i", struct.pack("<4i", *display_window))
     header += _exr_attribute("lineOrder", "lineOrder", b"\0")
-    header += _exr_attribute("pixelAspectRatio", "float", struct.pack("<f", 1))
+    header += _exr_attribute("pixelAspectRatio", "float", struct.pack("<f", aspect))
+    header += b"".join(_exr_attribute(*attribute) for attribute in attributes)
     header += _exr_attribute("screenWindowCenter", "v2f", struct.pack("<2f", 0, 0))
     header += _exr_attribute("screenWindowWidth", "float", struct.pack("<f", 1)) + b"\0"
     line_bytes = width * channels * pixels.dtype.itemsize
@@ -224,10 +227,13 @@ def write_exr(path, pixels, names=None, data_window=None, display_window=None):
                 file.write(pixels[y, :, c].tobytes())
 
 
-def read_exr(path):
-    """Returns RGBA (or what is there, in that order) as stored, and the header's attributes."""
+def read_exr_header(path):
+    """The header's attributes by name."""
     with open(path, "rb") as file:
-        data = file.read()
+        return _exr_header(file.read())[0]
+
+
+def _exr_header(data):
     assert data[:4] == b"\x76\x2f\x31\x01", "not an OpenEXR file"
     at = 8
     header = {}
@@ -238,7 +244,14 @@ def read_exr(path):
         size = struct.unpack("<I", data[kind_end + 1:kind_end + 5])[0]
         header[name] = data[kind_end + 5:kind_end + 5 + size]
         at = kind_end + 5 + size
-    at += 1
+    return header, at + 1
+
+
+def read_exr(path):
+    """Returns RGBA (or what is there, in that order) as stored, and the header's attributes."""
+    with open(path, "rb") as file:
+        data = file.read()
+    header, at = _exr_header(data)
     channels = []
     chlist = header["channels"]
     position = 0

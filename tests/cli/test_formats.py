@@ -142,6 +142,118 @@ class Formats(ProgramTest):
         np.testing.assert_array_equal(out[0, 0], [0, 0, 0, 0])
         np.testing.assert_allclose(out[0, 1], [1, 128 / 255, 0, 1], rtol=1e-3)
 
+    def test_light_without_coverage_stays_where_nothing_covers_it(self):
+        frame = np.zeros((8, 8, 4), np.float32)
+        frame[:, :, 0] = 2.5
+        frame[:4, :, 3] = 0.5
+        pictures.write_exr(self.path("in.exr"), frame)
+        process = self.run_well("render", "-f", "in.exr", "-o", "out.exr")
+        self.assertNotIn("alpha", process.stderr)
+        out, _ = pictures.read_exr(self.path("out.exr"))
+        np.testing.assert_array_equal(out, frame)
+        self.assertFalse(np.signbit(out).any())
+
+    def test_alpha_of_zero_everywhere_is_told_once(self):
+        frame = np.zeros((8, 8, 4), np.float16)
+        frame[:, :, 1] = 0.75
+        for number in (1, 2, 3):
+            pictures.write_exr(self.path(f"in.{number}.exr"), frame)
+        process = self.run_well("render", "-f", "in.#.exr", "-o", "out.#.exr")
+        self.assertEqual(process.stderr.count("alpha is 0 everywhere"), 1, process.stderr)
+        np.testing.assert_array_equal(pictures.read_exr(self.path("out.2.exr"))[0], frame)
+
+    def test_exr_attributes_go_along(self):
+        frame = gradient(9, 7, 4, np.float32, alpha=1)
+        attributes = [("timeCode", "timecode", struct.pack("<II", 0x01020304, 7)),
+                      ("chromaticities", "chromaticities", struct.pack("<8f", *range(1, 9))),
+                      ("framesPerSecond", "rational", struct.pack("<iI", 24000, 1001)),
+                      ("studio/shot", "string", b"A 12"),
+                      ("studio/own", "studioKind", b"\0\1\2")]
+        pictures.write_exr(self.path("in.exr"), frame, data_window=(3, -2, 11, 4),
+                           attributes=attributes, aspect=2)
+        process = self.run_well("render", "-f", "in.exr", "-o", "out.exr")
+        self.assertIn("in.exr: its pixel aspect ratio of 2 counts as 1", process.stderr)
+        out, header = pictures.read_exr(self.path("out.exr"))
+        np.testing.assert_array_equal(out, frame)
+        for name, _, value in attributes:
+            self.assertEqual(header.get(name), value, name)
+        self.assertEqual(struct.unpack("<f", header["pixelAspectRatio"])[0], 2)
+        for window in ("dataWindow", "displayWindow"):
+            self.assertEqual(struct.unpack("<4i", header[window]), (3, -2, 11, 4))
+        self.run_well("render", "-f", "in.exr", "-o", "part.exr", "--region", "1,1,4,4",
+                      "--pixel-aspect", "3/2")
+        _, header = pictures.read_exr(self.path("part.exr"))
+        self.assertEqual(struct.unpack("<4i", header["displayWindow"]), (0, 0, 3, 3))
+        self.assertEqual(struct.unpack("<f", header["pixelAspectRatio"])[0], 1.5)
+        self.assertEqual(header["studio/shot"], b"A 12")
+
+    def test_exr_channels_are_chosen_by_name(self):
+        names = ["A", "B", "G", "R", "left.B", "left.G", "left.R", "depth.Z"]
+        pixels = gradient(6, 5, 4, np.float32, alpha=1).repeat(2, axis=2)
+        pixels *= np.arange(1, 9, dtype=np.float32)
+        pictures.write_exr(self.path("in.exr"), pixels, names=names)
+
+        def rendered(*options):
+            process = self.run_well("render", "-f", "in.exr", "-o", "out.exr", "--no-alpha",
+                                    *options)
+            out, header = pictures.read_exr(self.path("out.exr"))
+            self.assertEqual(out.shape[2], 3)
+            return out, process.stderr
+
+        out, told = rendered("--channels", "left")
+        np.testing.assert_array_equal(out, pixels[:, :, [6, 5, 4]])
+        self.assertIn("left out: A, B, G, R, depth.Z", told)
+        out, _ = rendered("--channels", "depth.Z")
+        np.testing.assert_array_equal(out, pixels[:, :, [7, 7, 7]])
+        out, _ = rendered("--channels", "left.B,R,G")
+        np.testing.assert_array_equal(out, pixels[:, :, [4, 3, 2]])
+        self.assert_fails(1, "in.exr: no channels 'right' (expected some of A, B, G, R, depth.Z, ",
+                          "render", "-f", "in.exr", "-o", "out.exr", "--channels", "right")
+        pictures.write_png(self.path("in.png"), gradient(4, 4, 4, np.uint8))
+        self.assert_fails(1, "in.png: has no named channels", "render", "-f", "in.png", "-o",
+                          "out.exr", "--channels", "left")
+
+    def test_exr_of_whole_numbers_is_refused(self):
+        pictures.write_exr(self.path("in.exr"), np.full((4, 4, 3), 7, np.uint32))
+        self.assert_fails(1, "whole numbers in channel R", "render", "-f", "in.exr", "-o",
+                          "out.exr")
+
+    def test_dwa_is_close_and_small(self):
+        frame = gradient(128, 96, 3, np.float32)
+        pictures.write_exr(self.path("in.exr"), frame)
+        self.through("in.exr", "a.exr", "--compression", "dwaa")
+        self.assertEqual(pictures.read_exr_header(self.path("a.exr"))["compression"], b"\x08")
+        back, _ = pictures.read_exr(self.through("a.exr", "b.exr"))
+        self.assertLess(np.abs(back[:, :, :3] - frame).max(), 0.02)
+
+    def test_half_tiff_goes_out_when_asked_for(self):
+        frame = gradient(17, 9, 4, np.float16)
+        pictures.write_tiff(self.path("in.tif"), frame)
+        for compression in ("none", "deflate"):
+            self.through("in.tif", "half.tif", "--output-depth", "half", "--compression",
+                         compression)
+            out, tags = pictures.read_tiff(self.through("half.tif", "out.tif"))
+            self.assertEqual(out.dtype, np.float32)
+            np.testing.assert_array_equal(out, frame.astype(np.float32))
+
+    @unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg")
+    def test_webp_comes_in(self):
+        frame = gradient(40, 24, 4, np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        subprocess.run(["ffmpeg", "-v", "error", "-i", self.path("in.png"), "-c:v", "libwebp",
+                        "-lossless", "1", self.path("in.webp")], check=True)
+        np.testing.assert_array_equal(pictures.read_png(self.through("in.webp", "out.png")), frame)
+        whole = pathlib.Path(self.path("in.webp")).read_bytes()
+        pathlib.Path(self.path("cut.webp")).write_bytes(whole[:len(whole) // 2])
+        self.assert_fails(1, "cut.webp: damaged or cut short WebP file", "render", "-f", "cut.webp",
+                          "-o", "cut.png")
+        self.assertFalse(pathlib.Path(self.path("cut.png")).exists())
+
+    def test_print_colours_are_refused(self):
+        pictures.write_tiff(self.path("in.tif"), gradient(8, 8, 4, np.uint8), photometric=5)
+        self.assert_fails(1, "a TIFF in print colours (CMYK)", "render", "-f", "in.tif", "-o",
+                          "out.png")
+
     def test_half_stays_finite(self):
         frame = np.ones((2, 2, 4), np.float32)
         frame[0, 0, 0] = 1e9

@@ -3,6 +3,7 @@
 """Pictures from and to pipes and devices."""
 
 import os
+import pathlib
 import signal
 import subprocess
 import time
@@ -46,6 +47,27 @@ class Pipes(ProgramTest):
         with subprocess.Popen(["cp", self.path("in.png"), self.path("pipe")]):
             self.run_well("render", "-f", "pipe", "-o", "out.png")
         np.testing.assert_array_equal(pictures.read_png(self.path("out.png")), frame)
+
+    def test_standard_input_and_output_take_pictures(self):
+        frame = gradient(33, 17, 4, np.uint8)
+        pictures.write_png(self.path("in.png"), frame)
+        data = pathlib.Path(self.path("in.png")).read_bytes()
+        for ending in ("png", "tif", "exr"):
+            process = self.run_well("render", "-f", "-", "-o", "-", "--format", ending, text=False,
+                                    input=data)
+            self.run_well("render", "-f", "in.png", "-o", "file." + ending)
+            self.assertEqual(process.stdout,
+                             pathlib.Path(self.path("file." + ending)).read_bytes())
+        self.assert_fails(2, "standard output needs a format", "render", "-f", "in.png", "-o", "-")
+        self.assertEqual(self.files(), ["file.exr", "file.png", "file.tif", "in.png"])
+
+    def test_nothing_of_a_failed_picture_goes_into_a_pipe(self):
+        pictures.write_png(self.path("in.png"), gradient(33, 17, 4, np.uint8))
+        data = pathlib.Path(self.path("in.png")).read_bytes()
+        process = self.run_program("render", "-f", "-", "-o", "-", "--format", "png", text=False,
+                                   input=data[:len(data) // 2])
+        self.assertEqual(process.returncode, 1)
+        self.assertEqual(process.stdout, b"")
 
 
 if __name__ == "__main__":
