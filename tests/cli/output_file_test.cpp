@@ -85,8 +85,9 @@ TEST_F(OutputFiles, FailureSticksAndIsTold) {
   }
   OutputFile file("/dev/full");
   const std::string large(300000, 'x');
-  EXPECT_FALSE(file.Write(large.data(), large.size()));
-  EXPECT_FALSE(file.Write("x", 1));
+  EXPECT_TRUE(file.Write(large.data(), large.size()))
+      << "what cannot go back is kept until its end";
+  EXPECT_THROW(file.Commit(), RenderError);
   EXPECT_THROW(file.ThrowIfFailed(), RenderError);
 }
 

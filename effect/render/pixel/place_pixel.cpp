@@ -43,7 +43,7 @@ bool CrossesSeam(const PlacementRecord& record, double u) {
 
 template <class Depth>
 VELTRA_FORCE_INLINE PF_Err SampleAndCompose(const PlacementRecord& record, const LayerPoint& point,
-                        typename Depth::Pixel* out) {
+                                            typename Depth::Pixel* out) {
   if (CrossesSeam(record, point.u)) {
     return ComposeSeamSample<Depth>(record, record.samplingParams, static_cast<float>(point.u),
                                     static_cast<float>(point.v), kSeamRadius, kSeamRadius,
