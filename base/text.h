@@ -28,7 +28,7 @@ std::string Text(const Parts&... parts) {
   return text;
 }
 
-/// What an errno means, in the house's lower case.
+/// What an errno means, in lower case, as all messages are.
 inline std::string ReasonText(int failure) {
   std::string text = std::strerror(failure);
   text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));

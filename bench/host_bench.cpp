@@ -89,7 +89,7 @@ void SampleRow(const char* depth) {
   std::fflush(stdout);
 }
 
-/// About as dear as a covered pixel, and free of memory traffic.
+/// About as slow as a covered pixel, and free of memory traffic.
 PF_Err BusyPixel(void* /*refcon*/, A_long x, A_long y, PF_Pixel8* /*in*/, PF_Pixel8* out) {
   double value = x + y;
   for (int i = 0; i < 12; ++i) {

@@ -60,7 +60,7 @@ Expected<bool> Effect::SetUp() {
   }
   const A_long declared = session.OutData().num_params;
   controls_ = std::move(added);
-  SettleControls(controls_);
+  NumberControls(controls_);
   if (declared != ParamCount()) {
     return Failure{"the effect declares " + std::to_string(declared) + " parameters but adds " +
                    std::to_string(controls_.size()) + " to its input"};

@@ -8,7 +8,7 @@
 namespace veltra {
 
 /// Asks the system for large pages, where it has them: the first touch of a large image is
-/// otherwise dearer than any pass over it. Only a wish, to be made before the block is used.
+/// otherwise slower than any pass over it. Only a wish, to be made before the block is used.
 void PreferLargePages(void* block, std::size_t bytes);
 
 }  // namespace veltra

@@ -69,7 +69,7 @@ constexpr double UnitOf(typename DepthTraits<Pixel>::Channel channel) {
 }
 
 /// The channel nearest to a value in units of the full scale. Integers are rounded, halves up, and
-/// held to their range, what is no number to 0; floating point keeps what it is given.
+/// held to their range, NaN to 0; floating point keeps what it is given.
 template <class Pixel>
 constexpr typename DepthTraits<Pixel>::Channel ChannelOf(double unit) {
   using Channel = typename DepthTraits<Pixel>::Channel;

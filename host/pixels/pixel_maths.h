@@ -74,7 +74,7 @@ inline Lanes Premultiplied(Lanes straight) {
 }
 
 /// The same of a pixel, which counts for nothing without alpha even if its colour is infinite or
-/// no number.
+/// NaN.
 template <class Pixel>
 Lanes LoadPremultiplied(const Pixel& pixel) {
   const Lanes straight = Load(pixel);
@@ -145,7 +145,7 @@ inline void Store(Lanes pixel, PF_PixelFloat& out) {
 }
 
 /// The straight pixel of a weighted, premultiplied sum over a total weight. No alpha, or an alpha
-/// that is no number, is transparent black.
+/// that is NaN, is transparent black.
 template <class Pixel>
 Pixel StraightAverage(Lanes sum, double totalWeight) {
   Pixel out{};

@@ -33,7 +33,7 @@ struct BlockSum<PF_Pixel8> {
 /// The order of the additions depends on nothing but the runs that are added.
 ///
 /// A pixel counts for nothing without alpha, whatever its colour. Where a float one's is infinite
-/// or no number, only a careful sum sees to that; the other then comes out as no number.
+/// or NaN, only a careful sum sees to that; the other then comes out as NaN.
 template <class Pixel, bool kCareful = false>
 class PixelSum;
 

@@ -143,7 +143,7 @@ VELTRA_FORCE_INLINE Lanes SumBox(const PF_EffectWorld& image, AreaSums<Pixel>* s
   return total;
 }
 
-/// For boxes where the quick way came upon a colour that is no number.
+/// For boxes where the quick way came upon a colour that is NaN.
 inline VELTRA_NOINLINE Lanes SumBoxCarefully(const PF_EffectWorld& image,
                                              AreaSums<PF_PixelFloat>* sums, const BoxAxis& across,
                                              const BoxAxis& down) {

@@ -120,7 +120,7 @@ ControlDeclaration DescribeControl(const PF_ParamDef& param) {
   return control;
 }
 
-void SettleControls(std::vector<ControlDeclaration>& controls) {
+void NumberControls(std::vector<ControlDeclaration>& controls) {
   PF_ParamIndex index = 0;
   for (ControlDeclaration& control : controls) {
     control.index = ++index;

@@ -15,6 +15,6 @@ ControlDeclaration DescribeControl(const PF_ParamDef& param);
 
 /// Numbers the controls from 1 and points their raw definitions at the kept texts; for a list
 /// that will not move any more.
-void SettleControls(std::vector<ControlDeclaration>& controls);
+void NumberControls(std::vector<ControlDeclaration>& controls);
 
 }  // namespace veltra::host

@@ -1,6 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Iteration: rows are handed out one by one, so that cheap and dear rows even out over the cores.
+// Iteration: rows are handed out one by one, so that quick and slow rows even out over the cores.
 
 #include "host/suites/iterate.h"
 

@@ -314,7 +314,7 @@ TYPED_TEST(PerPixel, GivesTheMostNegativePositionWhereNoneFits) {
   EXPECT_EQ(Capture<TypeParam>::last.y, kMostNegative) << "and far below it";
   this->record_.spanNormal = {kNotANumber, kNotANumber, kNotANumber};
   this->Run(false, 1024, 512);
-  EXPECT_EQ(Capture<TypeParam>::last.x, kMostNegative) << "nothing rejects what is no number";
+  EXPECT_EQ(Capture<TypeParam>::last.x, kMostNegative) << "nothing rejects NaN";
   EXPECT_EQ(Capture<TypeParam>::last.y, kMostNegative);
   this->Run(true, 1024, 512);
   EXPECT_EQ(Capture<TypeParam>::last.x, kMostNegative);
@@ -559,7 +559,7 @@ TEST(FrameRecord, SpansCoincidentPointsOnTheStart) {
 }
 
 TEST(FrameRecord, DrawsNothingWhereTheDotProductRoundsAboveOne) {
-  // Among many coincident points some have a dot product above 1: all figures are then no number.
+  // Among many coincident points some have a dot product above 1: all figures are then NaN.
   int undefined = 0;
   for (int i = 0; i < 200; ++i) {
     Stage stage(Depth::k8);

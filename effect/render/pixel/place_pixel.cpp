@@ -24,7 +24,7 @@ double WrapTile(const PlacementRecord& record, double u) {
   }
   u = u + record.tileOffset;
   if (!(std::abs(u) < period)) {
-    // In the first tile of either side the quotient truncates to 0, and a division is dear.
+    // In the first tile of either side the quotient truncates to 0, and a division is slow.
     u = u - numerics::TruncateToInt32(u / period) * period;
   }
   return u < 0.0 ? u + period : u;
