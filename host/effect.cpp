@@ -4,6 +4,8 @@
 
 #include "host/effect.h"
 
+#include <new>
+
 #include "host/base/error_names.h"
 #include "host/session/arbitrary_values.h"
 #include "host/session/control_declaration.h"
@@ -69,9 +71,14 @@ Expected<bool> Effect::SetUp() {
 }
 
 Effect::~Effect() {
-  if (isSetUp_) {
+  if (!isSetUp_) {
+    return;
+  }
+  try {
     DisposeDefaults();
     Send(PF_Cmd_GLOBAL_SETDOWN);
+  } catch (const std::bad_alloc&) {
+    // Without memory for the commands the effect goes without them.
   }
 }
 

@@ -49,9 +49,9 @@ std::string MarkIn(const std::string& name) {
 }
 
 /// Nobody works at one frame that long without writing; a video is written to all the time.
-bool IsOld(const std::filesystem::directory_entry& file) {
+bool IsOld(const std::filesystem::path& file) {
   std::error_code failure;
-  const auto written = file.last_write_time(failure);
+  const auto written = std::filesystem::last_write_time(file, failure);
   return !failure &&
          std::filesystem::file_time_type::clock::now() - written > std::chrono::hours(24);
 }
@@ -59,16 +59,16 @@ bool IsOld(const std::filesystem::directory_entry& file) {
 }  // namespace
 
 void RemoveLeftovers(const std::string& path) {
-  const std::filesystem::path folder = std::filesystem::path(FollowLinks(path)).parent_path();
-  std::error_code failure;
-  std::filesystem::directory_iterator entry(folder.empty() ? "." : folder, failure);
-  for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
-    const std::string mark = MarkIn(entry->path().filename().string());
+  const std::filesystem::path target(FollowLinks(path));
+  const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
+  for (const std::string& name : NamesIn(folder.string())) {
+    const std::string mark = MarkIn(name);
+    const std::filesystem::path file = folder / name;
     std::error_code ignored;
     if (!mark.empty() &&
-        entry->symlink_status(ignored).type() == std::filesystem::file_type::regular &&
-        (IsMarkOfEndedProcess(mark) || IsOld(*entry))) {
-      RemoveFile(entry->path().string().c_str());
+        std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)) &&
+        (IsMarkOfEndedProcess(mark) || IsOld(file))) {
+      RemoveFile(file.string().c_str());
     }
   }
 }

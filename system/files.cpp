@@ -3,6 +3,7 @@
 // Files through POSIX.
 #include "system/files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -11,6 +12,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <limits>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 #include "base/error.h"
@@ -171,6 +174,19 @@ int RenameOver(const std::string& from, const std::string& to) noexcept {
 
 void RemoveFile(const char* path) noexcept {
   unlink(path);
+}
+
+std::vector<std::string> NamesIn(const std::string& folder) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> open(
+      opendir(folder.c_str()), [](DIR* directory) { return closedir(directory); });
+  std::vector<std::string> names;
+  for (dirent* entry = nullptr; open != nullptr && (entry = readdir(open.get())) != nullptr;) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      names.emplace_back(name);
+    }
+  }
+  return names;
 }
 
 int OwnProcessNumber() {

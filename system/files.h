@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "base/expected.h"
 
@@ -86,6 +87,10 @@ int RenameOver(const std::string& from, const std::string& to) noexcept;
 
 /// Safe in a signal handler. Failing is no news.
 void RemoveFile(const char* path) noexcept;
+
+/// The names in a folder, in no order; none where it cannot be read. Unlike the standard library's
+/// iterators, which end the program then, it throws std::bad_alloc without memory.
+std::vector<std::string> NamesIn(const std::string& folder);
 
 /// A number that no other running program has.
 int OwnProcessNumber();

@@ -12,6 +12,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "system/files.h"
 
 namespace veltra::cli {
 namespace {
@@ -95,10 +96,7 @@ std::string FileName::At(int frame) const {
 std::vector<int> FramesOnDisk(const FileName& name) {
   const std::filesystem::path folder = std::filesystem::path(name.At(0)).parent_path();
   std::vector<int> numbers;
-  std::error_code error;
-  std::filesystem::directory_iterator entries(folder.empty() ? "." : folder, error);
-  for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
-    const std::string file = entries->path().filename().string();
+  for (const std::string& file : NamesIn(folder.empty() ? "." : folder.string())) {
     // A name is one of ours when its number gives it back.
     for (std::size_t at = 0; at < file.size(); ++at) {
       int number = 0;
