@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <type_traits>
 
 #include "base/error.h"
 #include "fuzz/byte_reader.h"
@@ -14,6 +15,16 @@
 
 namespace veltra::fuzz {
 namespace {
+
+/// Readers that can be asked for a part of a file are asked for what they read by themselves.
+template <class Opener>
+std::unique_ptr<pictures::PictureReader> Open(Opener open, const pictures::ByteSource& source) {
+  if constexpr (std::is_invocable_v<Opener, const pictures::ByteSource&>) {
+    return open(source);
+  } else {
+    return open(source, pictures::PictureSelection{});
+  }
+}
 
 /// A small file can stand for a picture of 900 million pixels; this much of one is read.
 constexpr std::size_t kMostBytes = std::size_t{4} << 20;
@@ -60,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace veltra;
   const pictures::MemorySource source(std::as_bytes(std::span(data, size)));
   try {
-    const auto reader = pictures::VELTRA_FUZZ_OPEN(source);
+    const auto reader = fuzz::Open(pictures::VELTRA_FUZZ_OPEN, source);
     fuzz::ReadAll(*reader);
   } catch (const RenderError&) {
   }
