@@ -93,7 +93,7 @@ class FileSink : public FrameSink {
   }
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
-    const std::string path = output_.At(frame.number);
+    std::string path = output_.At(frame.number);
     if (!HasAlpha(format_) && !losesAlpha_ && HasTransparency(picture)) {
       losesAlpha_ = true;
     }

@@ -68,7 +68,7 @@ host::ControlValue ValueAt(const Track& track, double frame, int width, int heig
     return after->setting.OnFrame(width, height);
   }
   const Keyframe& from = *(after - 1);
-  const host::ControlValue start = from.setting.OnFrame(width, height);
+  host::ControlValue start = from.setting.OnFrame(width, height);
   if (after == track.keys.end()) {
     return start;
   }
