@@ -211,8 +211,10 @@ void Draw(const World& source, const ViewSettings& settings, host::ThreadPool& p
     for (int x = 0; x < settings.width; ++x) {
       Multiplied sum{};
       for (int sample = 0; sample < samples * samples; ++sample) {
-        const double across = (sample % samples + 0.5) / samples;
-        const double down = (sample / samples + 0.5) / samples;
+        const int column = sample % samples;
+        const int line = sample / samples;
+        const double across = (column + 0.5) / samples;
+        const double down = (line + 0.5) / samples;
         if (const auto direction = camera.Towards(x + across, y + down)) {
           const Multiplied value = frame.At(*direction);
           for (std::size_t c = 0; c < sum.size(); ++c) {

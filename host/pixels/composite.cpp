@@ -89,7 +89,8 @@ bool Stabilise(const PF_EffectWorld& source, const PF_EffectWorld& destination,
   if (!made) {
     return false;
   }
-  const auto bytes = static_cast<std::size_t>(source.width * BytesPerPixel(depth));
+  const auto bytes =
+      static_cast<std::size_t>(source.width) * static_cast<std::size_t>(BytesPerPixel(depth));
   for (A_long y = 0; y < source.height; ++y) {
     std::memcpy(made->RowAddress(y), RowOf<const std::byte>(source, y), bytes);
   }
@@ -218,8 +219,8 @@ PF_Err TransferPart(const DrawSettings& settings, const PF_EffectWorld& source,
   const std::int64_t shiftX = std::int64_t{x} - from.left;
   const std::int64_t shiftY = std::int64_t{y} - from.top;
   const auto moved = [](A_long value, std::int64_t shift) {
-    return static_cast<A_long>(
-        std::clamp<std::int64_t>(value + shift, -kHostMaxWorldSide, 2 * kHostMaxWorldSide));
+    return static_cast<A_long>(std::clamp(value + shift, -std::int64_t{kHostMaxWorldSide},
+                                          2 * std::int64_t{kHostMaxWorldSide}));
   };
   const PF_LRect to{moved(cut.left, shiftX), moved(cut.top, shiftY), moved(cut.right, shiftX),
                     moved(cut.bottom, shiftY)};
