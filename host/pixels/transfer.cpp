@@ -5,6 +5,7 @@
 #include "host/pixels/transfer.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -34,8 +35,9 @@ void ConvertColor(const PF_Pixel8& color, PF_PixelFloat& out) {
 
 template <class Pixel>
 bool IsZero(const Pixel& color) {
-  constexpr Pixel kZero{};
-  return std::memcmp(&color, &kZero, sizeof color) == 0;
+  std::array<std::byte, sizeof color> bytes{};  // a float's zero with a minus is none
+  std::memcpy(bytes.data(), &color, sizeof color);
+  return bytes == std::array<std::byte, sizeof color>{};
 }
 
 template <class Pixel>
