@@ -26,6 +26,7 @@ struct Vector3 {
 struct TablesMark {
   TablesMark() = default;
   TablesMark(const TablesMark& /*other*/) {}
+  // NOLINTNEXTLINE(cert-oop54-cpp): a record that is assigned to itself may lose its mark, too.
   TablesMark& operator=(const TablesMark& /*other*/) {
     bits = 0;
     return *this;

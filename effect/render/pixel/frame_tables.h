@@ -86,7 +86,7 @@ class TabledRecord : public PlacementRecord {
   };
   /// The record's address and 64 bits that no other would come upon.
   static Mark MarkFor(const PlacementRecord& record) {
-    const std::uint64_t address = reinterpret_cast<std::uintptr_t>(&record);
+    const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&record));
     return {static_cast<std::uint32_t>(address) ^ 0xe84b27f3U,
             static_cast<std::uint32_t>(address >> 32) ^ 0x9d3a5c61U};
   }
