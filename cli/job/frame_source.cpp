@@ -301,8 +301,10 @@ void VideoSource::SetTiming(const SourceTiming& timing) {
            layer.end.value_or(LayerEnd::kNone)};
   count_ = info_.times.count;
   if (varies) {
-    const double last = info_.times.seconds.back();
-    count_ = static_cast<std::int64_t>(last * rate_.num / static_cast<double>(rate_.den)) + 1;
+    constexpr std::int64_t kMostFrames = 10000000;  // a damaged file may tell of any time
+    const double last = info_.times.seconds.back() * rate_.num / static_cast<double>(rate_.den);
+    count_ =
+        last < static_cast<double>(kMostFrames) ? static_cast<std::int64_t>(last) + 1 : kMostFrames;
   }
 }
 

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Runs a job: frames go from the sources through the passes into the sink, several at once.
 #include <algorithm>
-#include <cmath>
+#include <array>
+#include <charconv>
 #include <exception>
 #include <filesystem>
 #include <mutex>
@@ -304,9 +305,10 @@ void JobRun::WarnAbout(const PictureInfo& info) {
   }
   const PF_RationalScale& aspect = options_.pixelAspect;
   if (info.pixelAspect != 1 && static_cast<A_u_long>(aspect.num) == aspect.den) {
-    constexpr double kFixedOne = 65536;
-    const auto told = static_cast<PF_Fixed>(std::lround(info.pixelAspect * kFixedOne));
-    WarnOnce({Text(name, ": its pixel aspect ratio of ", FixedText(told),
+    std::array<char, 32> told{};  // files keep it in single precision, from 1e-6 to 1e6
+    const auto end =
+        std::to_chars(told.data(), told.data() + told.size(), static_cast<float>(info.pixelAspect));
+    WarnOnce({Text(name, ": its pixel aspect ratio of ", std::string_view(told.data(), end.ptr),
                    " counts as 1 (render with it through --pixel-aspect)")});
   }
 }

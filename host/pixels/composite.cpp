@@ -149,7 +149,7 @@ UnitPixel SampleAt(const PF_EffectWorld& source, Position at, bool smooth) {
   if (!(x > -1 && y > -1 && x < source.width && y < source.height)) {
     return {};
   }
-  // Sampler positions are 16.16; beyond 32767 the column is found here and only its fraction there.
+  // A world's side is at most 30000 pixels, so that a position inside of it fits 16.16.
   const double left = std::floor(x);
   const double top = std::floor(y);
   if (!smooth) {

@@ -181,19 +181,20 @@ ColumnGap RowGaps::ColumnsOf(const Arc& arc) const {
   if (arc.length >= kTwoPi) {
     return {left_, static_cast<std::uint32_t>(right_) - static_cast<std::uint32_t>(left_)};
   }
+  using numerics::TruncateToInt32;
+  using numerics::WrappingSubtract;
   double begin = (arc.start + kPi) * perRadian_ - position_;
   begin -= std::floor(begin / period_) * period_;
   const double end = begin + arc.length * perRadian_ - kColumnMargin;
-  const auto first = static_cast<A_long>(std::ceil(begin + kColumnMargin));
+  const A_long first = TruncateToInt32(std::ceil(begin + kColumnMargin));
   // One that reaches a turn beyond the columns' begin comes in there again, and what lies between
   // its first column and the last of all, at most a turn beyond the begin, is in it.
   const double last = std::floor(end >= period_ ? end - period_ : end);
   if (end < period_ && last < first) {
     return {};
   }
-  using numerics::WrappingSubtract;
   return {numerics::WrappingAdd(left_, first),
-          static_cast<std::uint32_t>(WrappingSubtract(static_cast<A_long>(last) + 1, first))};
+          static_cast<std::uint32_t>(WrappingSubtract(TruncateToInt32(last) + 1, first))};
 }
 
 }  // namespace veltra
