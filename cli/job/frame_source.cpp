@@ -58,8 +58,10 @@ class FilePicture : public SourcePicture {
       : path_(std::move(path)), selection_(std::move(selection)), settings_(settings) {}
 
   const PictureInfo& Info() override {
-    Open();
-    return info_;
+    if (!info_) {
+      Open();
+    }
+    return *info_;
   }
 
   SharedWorld Read() override {
@@ -67,7 +69,7 @@ class FilePicture : public SourcePicture {
     return Named(path_, [this] {
       SharedWorld world =
           Reduced(ReadWorld(*reader_, settings_->depth, settings_->pool), *settings_);
-      info_.warnings = reader_->Info().warnings;
+      info_->warnings = reader_->Info().warnings;
       reader_.reset();  // some formats keep a copy of their own
       source_.reset();
       return world;
@@ -88,7 +90,7 @@ class FilePicture : public SourcePicture {
   std::string path_;
   PictureSelection selection_;
   const SourceSettings* settings_;
-  PictureInfo info_;
+  std::optional<PictureInfo> info_;
   std::unique_ptr<ByteSource> source_;
   std::unique_ptr<PictureReader> reader_;
 };
@@ -114,18 +116,25 @@ class StillSource : public FrameSource {
   }
 
  private:
+  /// Holds its own copy of what is told, since another thread's reading may add to the source's.
   class Shared : public SourcePicture {
    public:
     explicit Shared(StillSource& source) : source_(source) {}
     const PictureInfo& Info() override {
-      const std::lock_guard lock(source_.mutex_);
-      return source_.picture_.Info();
+      info_ = source_.InfoNow();
+      return info_;
     }
     SharedWorld Read() override { return source_.ReadOnce(); }
 
    private:
     StillSource& source_;
+    PictureInfo info_;
   };
+
+  PictureInfo InfoNow() {
+    const std::lock_guard lock(mutex_);
+    return picture_.Info();
+  }
 
   SharedWorld ReadOnce() {
     const std::lock_guard lock(mutex_);

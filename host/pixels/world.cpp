@@ -70,7 +70,7 @@ Expected<World> World::Create(A_long width, A_long height, Depth depth, const Wo
   }
   const std::size_t used = RowUse(width, depth);
   const auto extra = static_cast<std::size_t>(std::clamp<A_long>(layout.extraRowBytes, 0, 1 << 20));
-  const auto shift = static_cast<std::size_t>(std::clamp<A_long>(layout.misalignBytes, 0, 63));
+  const auto shift = static_cast<std::size_t>(std::clamp<A_long>(layout.misalignBytes, 0, 1 << 20));
   const std::size_t guard = layout.guarded ? kGuardBytes : 0;
   World world;
   world.width_ = width;
