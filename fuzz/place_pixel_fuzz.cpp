@@ -69,9 +69,6 @@ void FillFromGeometry(ByteReader& bytes, const PF_EffectWorld& layer, PlacementR
   in.layerAspect = 1.0;
   in.downsampleX = 1.0;
   in.downsampleY = 1.0;
-  record->normScaleX = 2.0 / in.frameWidth;
-  record->normScaleY = 2.0 / in.frameHeight;
-  record->radiansPerPixel = kTwoPi / in.frameWidth;
   ComputePlacementGeometry(in, math, record);
 }
 

@@ -10,42 +10,6 @@
 #include "effect/context/require.h"
 
 namespace veltra {
-namespace {
-
-constexpr char kWorldSuiteName[] = "PF World Suite";
-constexpr A_long kWorldSuiteVersion = 2;
-
-/// The world suite for one query; goes back also when the host throws.
-class ScopedWorldSuite {
- public:
-  explicit ScopedWorldSuite(const SPBasicSuite& basicSuite) : basicSuite_(basicSuite) {
-    const void* suite = nullptr;
-    if (basicSuite_.AcquireSuite(kWorldSuiteName, kWorldSuiteVersion, &suite) == PF_Err_NONE) {
-      suite_ = static_cast<const PF_WorldSuite2*>(suite);
-    }
-  }
-  ~ScopedWorldSuite() {
-    if (suite_ == nullptr) {
-      return;
-    }
-    try {
-      basicSuite_.ReleaseSuite(kWorldSuiteName, kWorldSuiteVersion);
-    } catch (...) {
-      // Nothing can be done for a host that throws while it takes a suite back.
-    }
-  }
-  ScopedWorldSuite(const ScopedWorldSuite&) = delete;
-  ScopedWorldSuite& operator=(const ScopedWorldSuite&) = delete;
-
-  const PF_WorldSuite2* Get() const { return suite_; }
-
- private:
-  const SPBasicSuite& basicSuite_;
-  const PF_WorldSuite2* suite_ = nullptr;
-};
-
-}  // namespace
-
 RenderContext::RenderContext(PF_InData* hostInData, PF_OutData* hostOutData,
                              PF_ParamDef** hostParams, PF_LayerDef* hostOutput)
     : inData(hostInData),
@@ -185,7 +149,7 @@ PF_PixelFormat QueryPixelFormat(RenderContext* context) {
   if (context->pixelFormat != PF_PixelFormat_INVALID || context->output == nullptr) {
     return context->pixelFormat;
   }
-  const ScopedWorldSuite worldSuite(*context->inData->pica_basicP);
+  const ScopedSuite<PF_WorldSuite2> worldSuite(*context->inData->pica_basicP);
   if (worldSuite.Get() != nullptr) {
     worldSuite.Get()->PF_GetPixelFormat(context->output, &context->pixelFormat);
   } else {

@@ -69,4 +69,36 @@ class SuiteCache {
   std::array<const void*, static_cast<std::size_t>(SuiteSlot::kCount)> slots_{};
 };
 
+/// One suite for a scope; null when the host has none. Goes back also when the host throws.
+template <class Suite>
+class ScopedSuite {
+ public:
+  explicit ScopedSuite(const SPBasicSuite& basicSuite) : basicSuite_(basicSuite) {
+    const void* suite = nullptr;
+    if (basicSuite_.AcquireSuite(Id().name, Id().version, &suite) == PF_Err_NONE) {
+      suite_ = static_cast<const Suite*>(suite);
+    }
+  }
+  ~ScopedSuite() {
+    if (suite_ == nullptr) {
+      return;
+    }
+    try {
+      basicSuite_.ReleaseSuite(Id().name, Id().version);
+    } catch (...) {
+      // Nothing can be done for a host that throws while it takes a suite back.
+    }
+  }
+  ScopedSuite(const ScopedSuite&) = delete;
+  ScopedSuite& operator=(const ScopedSuite&) = delete;
+
+  const Suite* Get() const { return suite_; }
+
+ private:
+  static const SuiteId& Id() { return SuiteTable()[static_cast<std::size_t>(kSlotOf<Suite>)]; }
+
+  const SPBasicSuite& basicSuite_;
+  const Suite* suite_ = nullptr;
+};
+
 }  // namespace veltra

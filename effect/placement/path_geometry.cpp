@@ -107,6 +107,9 @@ void ComputePlacementGeometry(const GeometryInputs& in, const PF_ANSICallbacks& 
   const double columns = in.layerWidth - 1.0;
   const bool tile = in.mode == kTile;
 
+  record->normScaleX = normScaleX;
+  record->normScaleY = normScaleY;
+  record->radiansPerPixel = kTwoPi / in.frameWidth;
   record->halfBandAngle = in.halfBandAngle;
   record->spanStart = start;
   record->spanEnd = end;

@@ -42,9 +42,9 @@ double SoloHalfBandAngle(double sizeDegrees, double layerWidth, double layerHeig
 Vector3 DirectionFromPixel(const PF_ANSICallbacks& math, double x, double y, double normScaleX,
                            double normScaleY);
 
-/// Fills the span, the band and the layer's scales of `record` with the host's mathematics. Dot
-/// products reach its arc cosine unclamped: coincident points may therefore give NaN throughout,
-/// and then no pixel is drawn.
+/// Fills the frame's scales, the span, the band and the layer's scales of `record` with the host's
+/// mathematics. Dot products reach its arc cosine unclamped: coincident points may therefore give
+/// NaN throughout, and then no pixel is drawn.
 void ComputePlacementGeometry(const GeometryInputs& in, const PF_ANSICallbacks& math,
                               PlacementRecord* record);
 

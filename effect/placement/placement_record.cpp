@@ -33,4 +33,8 @@ ScaleFactors ComputeScaleFactors(const PF_InData& inData) {
   return f;
 }
 
+FrameSize ComputeFrameSize(const PF_InData& inData, const ScaleFactors& scale) {
+  return {inData.width / scale.inversePixelAspect * scale.scaleX, inData.height * scale.scaleY};
+}
+
 }  // namespace veltra

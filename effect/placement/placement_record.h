@@ -91,4 +91,14 @@ struct ScaleFactors {
 /// numerator is not guarded: inversePixelAspect is then infinite.
 ScaleFactors ComputeScaleFactors(const PF_InData& inData);
 
+/// Pixels, not necessarily whole.
+struct FrameSize {
+  double width;
+  double height;
+};
+
+/// The effect's own layer at the current downsampling, from the in-data and its factors. The order
+/// of the operations decides the last column.
+FrameSize ComputeFrameSize(const PF_InData& inData, const ScaleFactors& scale);
+
 }  // namespace veltra

@@ -8,45 +8,12 @@
 #include "effect/params/params_setup.h"
 #include "effect/placement/path_geometry.h"
 #include "effect/render/pixel/frame_tables.h"
-#include "effect/render/pixel/place_pixel.h"
-#include "effect/render/pixel/place_pixel_filtered.h"
+#include "effect/render/pixel/pixel_depths.h"
 #include "effect/render/smart_pre_render.h"
 #include "numerics/convert.h"
 
 namespace veltra {
 namespace {
-
-// ---- Depths ----
-
-struct Kernel8 {
-  using Pixel = PF_Pixel8;
-  using SamplingSuite = PF_Sampling8Suite1;
-  static constexpr auto kSubpixel = &PF_Sampling8Suite1::subpixel_sample;
-  static constexpr auto kArea = &PF_Sampling8Suite1::area_sample;
-  static constexpr auto kIterate = IteratePixels8;
-  static constexpr auto kPlacePixel = PlacePixel8;
-  static constexpr auto kPlacePixelFiltered = PlacePixelFiltered8;
-};
-
-struct Kernel16 {
-  using Pixel = PF_Pixel16;
-  using SamplingSuite = PF_Sampling16Suite1;
-  static constexpr auto kSubpixel = &PF_Sampling16Suite1::subpixel_sample16;
-  static constexpr auto kArea = &PF_Sampling16Suite1::area_sample16;
-  static constexpr auto kIterate = IteratePixels16;
-  static constexpr auto kPlacePixel = PlacePixel16;
-  static constexpr auto kPlacePixelFiltered = PlacePixelFiltered16;
-};
-
-struct KernelFloat {
-  using Pixel = PF_PixelFloat;
-  using SamplingSuite = PF_SamplingFloatSuite1;
-  static constexpr auto kSubpixel = &PF_SamplingFloatSuite1::subpixel_sample_float;
-  static constexpr auto kArea = &PF_SamplingFloatSuite1::area_sample_float;
-  static constexpr auto kIterate = IteratePixelsFloat;
-  static constexpr auto kPlacePixel = PlacePixelFloat;
-  static constexpr auto kPlacePixelFiltered = PlacePixelFilteredFloat;
-};
 
 // ---- Controls ----
 
@@ -147,8 +114,7 @@ bool HasPixels(const PF_LayerDef* layer) {
 }
 
 struct Frame {
-  double width;  ///< pixels at the current downsampling
-  double height;
+  FrameSize size;
   double originOffsetX;
   double originOffsetY;
 };
@@ -156,11 +122,10 @@ struct Frame {
 Frame FrameOf(const RenderContext& context, const ScaleFactors& scale) {
   const PF_EffectWorld& output = *context.output;
   if (context.smartExtra == nullptr) {
-    return {static_cast<double>(output.width), static_cast<double>(output.height), 0.0, 0.0};
+    return {{static_cast<double>(output.width), static_cast<double>(output.height)}, 0.0, 0.0};
   }
-  const PF_InData& inData = *context.inData;
-  return {inData.width / scale.inversePixelAspect * scale.scaleX, inData.height * scale.scaleY,
-          -static_cast<double>(output.origin_x), -static_cast<double>(output.origin_y)};
+  return {ComputeFrameSize(*context.inData, scale), -static_cast<double>(output.origin_x),
+          -static_cast<double>(output.origin_y)};
 }
 
 /// The layer's inverted pixel aspect ratio. A smart render whose layer world says nothing falls
@@ -188,17 +153,14 @@ void FillGeometry(const RenderContext& context, const Controls& controls, const 
                   double layerAspect, const ScaleFactors& scale, PlacementRecord* record) {
   const PF_InData& inData = *context.inData;
   const Frame frame = FrameOf(context, scale);
-  record->normScaleX = 2.0 / frame.width;
-  record->normScaleY = 2.0 / frame.height;
   record->originOffsetX = frame.originOffsetX;
   record->originOffsetY = frame.originOffsetY;
-  record->radiansPerPixel = kTwoPi / frame.width;
 
   GeometryInputs in{};
   in.startPoint = controls.startPoint;
   in.endPoint = controls.endPoint;
-  in.frameWidth = frame.width;
-  in.frameHeight = frame.height;
+  in.frameWidth = frame.size.width;
+  in.frameHeight = frame.size.height;
   in.travel = controls.travel;
   in.mode = controls.mode;
   in.halfBandAngle = record->halfBandAngle;
@@ -212,32 +174,32 @@ void FillGeometry(const RenderContext& context, const Controls& controls, const 
 
 // ---- Kernel ----
 
-template <class Suite, class Pixel>
+template <class Depth>
 PF_Err IteratePixels(PF_InData* inData, A_long progressBase, A_long progressFinal,
                      PF_EffectWorld* src, const PF_LRect* area, void* refcon,
-                     PF_IteratePixelFn<Pixel> pixelFn, PF_EffectWorld* dst) {
-  SuiteCache suites(inData->pica_basicP);
-  return suites.Acquire<Suite>()->iterate(inData, progressBase, progressFinal, src, area, refcon,
-                                          pixelFn, dst);
+                     PF_IteratePixelFn<typename Depth::Pixel> pixelFn, PF_EffectWorld* dst) {
+  const ScopedSuite<typename Depth::IterateSuite> suite(Require(Require(inData).pica_basicP));
+  return Require(suite.Get())
+      .iterate(inData, progressBase, progressFinal, src, area, refcon, pixelFn, dst);
 }
 
-template <class Kernel>
+template <class Depth>
 PF_Err Iterate(RenderContext* context, const Controls& controls, PlacementRecord* record) {
-  const auto* sampling = context->suites.Acquire<typename Kernel::SamplingSuite>();
+  const auto* sampling = context->suites.Acquire<typename Depth::SamplingSuite>();
   if (controls.filtering) {
-    record->areaSample = reinterpret_cast<AnySampleFn>(sampling->*Kernel::kArea);
+    record->areaSample = reinterpret_cast<AnySampleFn>(sampling->*Depth::kArea);
   } else {
-    record->subpixelSample = reinterpret_cast<AnySampleFn>(sampling->*Kernel::kSubpixel);
+    record->subpixelSample = reinterpret_cast<AnySampleFn>(sampling->*Depth::kSubpixel);
   }
   const PF_LRect& extent = context->output->extent_hint;
   const A_long rows = numerics::WrappingSubtract(extent.bottom, extent.top);
   TabledRecord tabled(*record, *context->output, extent);
-  return Kernel::kIterate(
+  return IteratePixels<Depth>(
       context->inData, 0, rows, nullptr, &extent, static_cast<PlacementRecord*>(&tabled),
-      controls.filtering ? Kernel::kPlacePixelFiltered : Kernel::kPlacePixel, context->output);
+      controls.filtering ? Depth::kPlacePixelFiltered : Depth::kPlacePixel, context->output);
 }
 
-template <class Kernel>
+template <class Depth>
 PF_Err RenderPlacement(RenderContext* context) {
   const ScaleFactors scale = ComputeScaleFactors(*context->inData);
   const Controls controls = ReadControls(*context->inData);
@@ -278,7 +240,7 @@ PF_Err RenderPlacement(RenderContext* context) {
   record.effectRef = context->inData->effect_ref;
   record.samplingParams.src = layer;
   record.inData = context->inData;
-  return Iterate<Kernel>(context, controls, &record);
+  return Iterate<Depth>(context, controls, &record);
 }
 
 }  // namespace
@@ -286,34 +248,34 @@ PF_Err RenderPlacement(RenderContext* context) {
 PF_Err IteratePixels8(PF_InData* inData, A_long progressBase, A_long progressFinal,
                       PF_EffectWorld* src, const PF_LRect* area, void* refcon,
                       PF_IteratePixelFn<PF_Pixel8> pixelFn, PF_EffectWorld* dst) {
-  return IteratePixels<PF_Iterate8Suite1>(inData, progressBase, progressFinal, src, area, refcon,
-                                          pixelFn, dst);
+  return IteratePixels<Depth8>(inData, progressBase, progressFinal, src, area, refcon, pixelFn,
+                               dst);
 }
 
 PF_Err IteratePixels16(PF_InData* inData, A_long progressBase, A_long progressFinal,
                        PF_EffectWorld* src, const PF_LRect* area, void* refcon,
                        PF_IteratePixelFn<PF_Pixel16> pixelFn, PF_EffectWorld* dst) {
-  return IteratePixels<PF_Iterate16Suite1>(inData, progressBase, progressFinal, src, area, refcon,
-                                           pixelFn, dst);
+  return IteratePixels<Depth16>(inData, progressBase, progressFinal, src, area, refcon, pixelFn,
+                                dst);
 }
 
 PF_Err IteratePixelsFloat(PF_InData* inData, A_long progressBase, A_long progressFinal,
                           PF_EffectWorld* src, const PF_LRect* area, void* refcon,
                           PF_IteratePixelFn<PF_PixelFloat> pixelFn, PF_EffectWorld* dst) {
-  return IteratePixels<PF_iterateFloatSuite1>(inData, progressBase, progressFinal, src, area,
-                                              refcon, pixelFn, dst);
+  return IteratePixels<DepthFloat>(inData, progressBase, progressFinal, src, area, refcon, pixelFn,
+                                   dst);
 }
 
 PF_Err RenderPlacement8(RenderContext* context) {
-  return RenderPlacement<Kernel8>(context);
+  return RenderPlacement<Depth8>(context);
 }
 
 PF_Err RenderPlacement16(RenderContext* context) {
-  return RenderPlacement<Kernel16>(context);
+  return RenderPlacement<Depth16>(context);
 }
 
 PF_Err RenderPlacementFloat(RenderContext* context) {
-  return RenderPlacement<KernelFloat>(context);
+  return RenderPlacement<DepthFloat>(context);
 }
 
 }  // namespace veltra

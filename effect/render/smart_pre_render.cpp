@@ -11,6 +11,7 @@
 #include "effect/context/render_context.h"
 #include "effect/context/require.h"
 #include "effect/params/params_setup.h"
+#include "effect/placement/placement_record.h"
 #include "numerics/convert.h"
 
 namespace veltra {
@@ -20,19 +21,11 @@ namespace {
 constexpr PF_LRect kWholeLayer{0, 0, 16384, 16384};
 constexpr PF_LRect kNothing{0, 0, 0, 0};
 
-double Ratio(const PF_RationalScale& scale) {
-  return static_cast<double>(scale.num) / static_cast<double>(scale.den);
-}
-
-/// The frame at the current downsampling. The order of the operations decides the last column.
+/// The frame at the current downsampling.
 PF_LRect FullFrame(const PF_InData& inData) {
-  const double inversePixelAspect = static_cast<double>(inData.pixel_aspect_ratio.den) /
-                                    static_cast<double>(inData.pixel_aspect_ratio.num);
-  const double factorX = static_cast<double>(inData.downsample_x.num) * inversePixelAspect /
-                         static_cast<double>(inData.downsample_x.den);
-  const double factorY = Ratio(inData.downsample_y);
-  return {0, 0, numerics::TruncateToInt32(inData.width / inversePixelAspect * factorX + 0.5),
-          numerics::TruncateToInt32(inData.height * factorY + 0.5)};
+  const FrameSize size = ComputeFrameSize(inData, ComputeScaleFactors(inData));
+  return {0, 0, numerics::TruncateToInt32(size.width + 0.5),
+          numerics::TruncateToInt32(size.height + 0.5)};
 }
 
 PF_Err CheckoutLayer(const PF_InData& inData, const PF_PreRenderCallbacks& callbacks,

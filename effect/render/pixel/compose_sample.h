@@ -8,24 +8,8 @@
 
 #include "effect/placement/placement_record.h"
 #include "effect/render/pixel/pixel_depths.h"
-#include "effect/render/pixel/sample_wrapped.h"
 
 namespace veltra {
-
-/// The depth with its seam sampler and its rule for alphas that come from there: the integer
-/// depths limit them, float keeps them as they are.
-struct Placed8 : Depth8 {
-  static constexpr auto kSampleWrapped = SampleWrapped8;
-  static Channel SeamAlpha(float alpha) { return ClampAlpha8(alpha); }
-};
-struct Placed16 : Depth16 {
-  static constexpr auto kSampleWrapped = SampleWrapped16;
-  static Channel SeamAlpha(float alpha) { return ClampAlpha16(alpha); }
-};
-struct PlacedFloat : DepthFloat {
-  static constexpr auto kSampleWrapped = SampleWrappedFloat;
-  static Channel SeamAlpha(float alpha) { return alpha; }
-};
 
 /// The sample's alpha under the layer's opacity and the strip's coverage, in this order.
 template <class Pixel>

@@ -1,11 +1,16 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The three colour depths: how a pixel is addressed, how alpha is limited, how "over" is computed.
+// The three colour depths: how alpha is limited, how "over" is computed, how a pixel is addressed,
+// and one type for each with everything that differs.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
 
+#include "effect/render/pixel/place_pixel.h"
+#include "effect/render/pixel/place_pixel_filtered.h"
+#include "effect/render/pixel/sample_wrapped.h"
+#include "host_api/suites.h"
 #include "host_api/world.h"
 #include "numerics/convert.h"
 
@@ -111,20 +116,32 @@ inline void CompositeOverFloat(const PF_PixelFloat& top, const PF_PixelFloat& bo
              mix(top.green, bottom.green), mix(top.blue, bottom.blue)};
 }
 
-// ---- One type per depth, for the templates ----
+// ---- One type per depth ----
+
+// All that differs between the depths: arithmetic, the host's suites and the functions by name. A
+// mean of channels becomes a channel by truncation, being within the range but for rounding. An
+// alpha from a tile seam is limited in the integer depths only.
 
 struct Depth8 {
   using Pixel = PF_Pixel8;
   using Channel = A_u_char;
   static constexpr Channel kFull = 255;
   static Channel ClampAlpha(float alpha) { return ClampAlpha8(alpha); }
+  static Channel SeamAlpha(float alpha) { return ClampAlpha8(alpha); }
   static void CompositeOver(const Pixel& top, Pixel* bottom) {
     CompositeOver8(top, *bottom, bottom);
   }
-  /// Truncates; values are a mean of channels and so within their range but for rounding.
   static Channel FromFloat(float value) {
     return static_cast<Channel>(numerics::TruncateToInt32(value));
   }
+
+  using SamplingSuite = PF_Sampling8Suite1;
+  using IterateSuite = PF_Iterate8Suite1;
+  static constexpr auto kSubpixel = &SamplingSuite::subpixel_sample;
+  static constexpr auto kArea = &SamplingSuite::area_sample;
+  static constexpr auto kSampleWrapped = SampleWrapped8;
+  static constexpr auto kPlacePixel = PlacePixel8;
+  static constexpr auto kPlacePixelFiltered = PlacePixelFiltered8;
 };
 
 struct Depth16 {
@@ -132,22 +149,41 @@ struct Depth16 {
   using Channel = A_u_short;
   static constexpr Channel kFull = 32768;
   static Channel ClampAlpha(float alpha) { return ClampAlpha16(alpha); }
+  static Channel SeamAlpha(float alpha) { return ClampAlpha16(alpha); }
   static void CompositeOver(const Pixel& top, Pixel* bottom) {
     CompositeOver16(top, *bottom, bottom);
   }
   static Channel FromFloat(float value) {
     return static_cast<Channel>(numerics::TruncateToInt32(value));
   }
+
+  using SamplingSuite = PF_Sampling16Suite1;
+  using IterateSuite = PF_Iterate16Suite1;
+  static constexpr auto kSubpixel = &SamplingSuite::subpixel_sample16;
+  static constexpr auto kArea = &SamplingSuite::area_sample16;
+  static constexpr auto kSampleWrapped = SampleWrapped16;
+  static constexpr auto kPlacePixel = PlacePixel16;
+  static constexpr auto kPlacePixelFiltered = PlacePixelFiltered16;
 };
 
 struct DepthFloat {
   using Pixel = PF_PixelFloat;
   using Channel = float;
+  static constexpr Channel kFull = 1.0F;
   static Channel ClampAlpha(float alpha) { return ClampAlphaFloat(alpha); }
+  static Channel SeamAlpha(float alpha) { return alpha; }
   static void CompositeOver(const Pixel& top, Pixel* bottom) {
     CompositeOverFloat(top, *bottom, bottom);
   }
   static Channel FromFloat(float value) { return value; }
+
+  using SamplingSuite = PF_SamplingFloatSuite1;
+  using IterateSuite = PF_iterateFloatSuite1;
+  static constexpr auto kSubpixel = &SamplingSuite::subpixel_sample_float;
+  static constexpr auto kArea = &SamplingSuite::area_sample_float;
+  static constexpr auto kSampleWrapped = SampleWrappedFloat;
+  static constexpr auto kPlacePixel = PlacePixelFloat;
+  static constexpr auto kPlacePixelFiltered = PlacePixelFilteredFloat;
 };
 
 // ---- Addressing ----

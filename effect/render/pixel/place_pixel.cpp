@@ -133,16 +133,16 @@ VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
 }  // namespace
 
 PF_Err PlacePixel8(void* refcon, A_long x, A_long y, PF_Pixel8* /*in*/, PF_Pixel8* out) {
-  return PlacePixel<Placed8>(refcon, x, y, out);
+  return PlacePixel<Depth8>(refcon, x, y, out);
 }
 
 PF_Err PlacePixel16(void* refcon, A_long x, A_long y, PF_Pixel16* /*in*/, PF_Pixel16* out) {
-  return PlacePixel<Placed16>(refcon, x, y, out);
+  return PlacePixel<Depth16>(refcon, x, y, out);
 }
 
 PF_Err PlacePixelFloat(void* refcon, A_long x, A_long y, PF_PixelFloat* /*in*/,
                        PF_PixelFloat* out) {
-  return PlacePixel<PlacedFloat>(refcon, x, y, out);
+  return PlacePixel<DepthFloat>(refcon, x, y, out);
 }
 
 }  // namespace veltra

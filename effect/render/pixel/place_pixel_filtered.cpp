@@ -181,16 +181,16 @@ VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
 }  // namespace
 
 PF_Err PlacePixelFiltered8(void* refcon, A_long x, A_long y, PF_Pixel8* /*in*/, PF_Pixel8* out) {
-  return PlacePixelFiltered<Placed8>(refcon, x, y, out);
+  return PlacePixelFiltered<Depth8>(refcon, x, y, out);
 }
 
 PF_Err PlacePixelFiltered16(void* refcon, A_long x, A_long y, PF_Pixel16* /*in*/, PF_Pixel16* out) {
-  return PlacePixelFiltered<Placed16>(refcon, x, y, out);
+  return PlacePixelFiltered<Depth16>(refcon, x, y, out);
 }
 
 PF_Err PlacePixelFilteredFloat(void* refcon, A_long x, A_long y, PF_PixelFloat* /*in*/,
                                PF_PixelFloat* out) {
-  return PlacePixelFiltered<PlacedFloat>(refcon, x, y, out);
+  return PlacePixelFiltered<DepthFloat>(refcon, x, y, out);
 }
 
 }  // namespace veltra
