@@ -107,19 +107,14 @@ TestResult RunInChild(const Test& test, const RunnerSettings& settings) {
   return result;
 }
 
-/// The failed test that this one builds upon, directly or through others; null for none.
-const Test* FailedGroundwork(const Test& test, const Report& report) {
+/// The test that this one builds upon, directly or through others, and that did not pass; null for
+/// none.
+const Test* MissingGroundwork(const Test& test, const Report& report) {
   const std::string_view name = TestThatProves(test.needs);
-  if (name.empty()) {
-    return nullptr;
-  }
   const auto found = std::find_if(report.results.begin(), report.results.end(),
                                   [&](const TestResult& r) { return r.test->name == name; });
-  if (found != report.results.end()) {
-    return found->outcome == Outcome::kFailed || found->outcome == Outcome::kNotRun ? found->test
-                                                                                    : nullptr;
-  }
-  return nullptr;
+  return found == report.results.end() || found->outcome == Outcome::kPassed ? nullptr
+                                                                             : found->test;
 }
 
 bool Wanted(const Test& test, const RunnerSettings& settings) {
@@ -155,7 +150,7 @@ Report RunTests(const RunnerSettings& settings,
     if (!Wanted(test, settings)) {
       continue;
     }
-    if (const Test* missing = FailedGroundwork(test, report); missing != nullptr) {
+    if (const Test* missing = MissingGroundwork(test, report); missing != nullptr) {
       TestResult result;
       result.test = &test;
       result.outcome = Outcome::kNotRun;

@@ -36,6 +36,7 @@ GlobalAnswer SendGlobalSetup(const host::EffectLibrary& library, const Preparati
   answer.outFlags2 = session.OutData().out_flags2;
   answer.globalData = session.OutData().global_data;
   answer.message = session.Message();
+  answer.missing = session.accounts.MissingSoFar();
   return answer;
 }
 
@@ -49,6 +50,7 @@ ParamsAnswer SendParamsSetup(const host::EffectLibrary& library, PF_Handle globa
   }
   answer.error = session.Send(library.MainEntry(), PF_Cmd_PARAMS_SETUP);
   answer.paramCount = session.OutData().num_params;
+  answer.missing = session.accounts.MissingSoFar();
   return answer;
 }
 

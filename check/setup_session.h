@@ -20,12 +20,14 @@ struct GlobalAnswer {
   A_long outFlags2 = 0;
   PF_Handle globalData = nullptr;
   std::string message;
+  std::vector<std::string> missing;  ///< what it asked for and this host does not offer
 };
 
 /// What it answered to PARAMS_SETUP.
 struct ParamsAnswer {
   PF_Err error = PF_Err_NONE;
   A_long paramCount = 0;
+  std::vector<std::string> missing;  ///< as in GlobalAnswer
   std::vector<host::ControlDeclaration> controls;
 };
 

@@ -223,12 +223,18 @@ void TestSetup(TestRun& run) {
   const auto library = OpenLibrary(run);
   run.Step("GLOBAL_SETUP");
   const GlobalAnswer global = SendGlobalSetup(*library);
+  if (global.error != PF_Err_NONE) {
+    run.SkipIfNeeded(global.missing);
+  }
   CheckSucceeded(run, global.error);
   if (!global.message.empty()) {
     run.FailStep(Text("it shows a message: ", global.message));
   }
   run.Step("PARAMS_SETUP");
   const ParamsAnswer params = SendParamsSetup(*library, global.globalData);
+  if (params.error != PF_Err_NONE) {
+    run.SkipIfNeeded(params.missing);
+  }
   CheckSucceeded(run, params.error);
   const auto expected = static_cast<A_long>(params.controls.size()) + 1;
   if (params.error == PF_Err_NONE && params.paramCount != expected) {

@@ -53,6 +53,22 @@ void TestRun::Skip(std::string_view why) {
   throw TestEnded{};
 }
 
+void TestRun::DoesWithout(const std::vector<std::string>& missing) {
+  doneWithout_.insert(missing.begin(), missing.end());
+}
+
+void TestRun::SkipIfNeeded(const std::vector<std::string>& missing) {
+  std::string needed;
+  for (const std::string& one : missing) {
+    if (!doneWithout_.contains(one)) {
+      needed += Text(needed.empty() ? "" : ", ", one);
+    }
+  }
+  if (!needed.empty() && !Failed()) {
+    Skip(Text("needs what this host does not offer: ", needed));
+  }
+}
+
 bool TestRun::PicturesVary() {
   if (picturesVary_ && !saidSo_) {
     saidSo_ = true;

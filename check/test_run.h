@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "check/random.h"
 
@@ -58,6 +59,11 @@ class TestRun {
   void Note(std::string_view text);
   /// The test does not apply to this library; ends it.
   [[noreturn]] void Skip(std::string_view why);
+  /// The effect did its work although these were not there, so that a later failure is its own.
+  void DoesWithout(const std::vector<std::string>& missing);
+  /// Something failed while these were asked for and not there. Where the effect has not shown
+  /// that it does without, this is no fault of its own, and the test ends as not applicable.
+  void SkipIfNeeded(const std::vector<std::string>& missing);
 
   /// The effect declares that its picture depends on more than its parameters.
   void LetPicturesVary() { picturesVary_ = true; }
@@ -74,6 +80,7 @@ class TestRun {
   Sink sink_;
   std::string step_;
   std::set<std::string, std::less<>> failures_;
+  std::set<std::string, std::less<>> doneWithout_;
   bool picturesVary_ = false;
   bool saidSo_ = false;
 };

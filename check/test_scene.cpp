@@ -367,6 +367,12 @@ std::string DescribeValue(const ControlDeclaration& control, const ControlValue&
 host::RenderResult RenderChecked(TestRun& run, const Effect& effect,
                                  const RenderSettings& settings) {
   host::RenderResult result = host::RenderFrame(effect, settings);
+  const std::vector<std::string>& missing = result.diagnostics.missing;
+  if (result.Ok()) {
+    run.DoesWithout(missing);
+  } else {
+    run.SkipIfNeeded(missing);
+  }
   if (!result.Ok()) {
     run.FailStep(result.errorText.empty() ? host::ErrorName(result.error) : result.errorText);
   } else if (std::string trouble = Impossible(result.output); !trouble.empty()) {

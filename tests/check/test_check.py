@@ -46,7 +46,7 @@ def fixture_list():
     for line in (HERE / "fixtures" / "fixtures.txt").read_text().splitlines():
         if line and not line.startswith("#"):
             name, test, *also = line.split()
-            if test != "-":
+            if test not in ("-", "n/a"):
                 yield name, test, also
 
 
@@ -88,6 +88,17 @@ class Fixtures(unittest.TestCase):
                 status, report = self.results[name]
                 self.assertEqual(failures(report), {})
                 self.assertEqual(status, 0)
+
+    def test_what_this_host_lacks_is_not_the_effects_fault(self):
+        status, report = json_check(fixture("kNeedsSuite"), "--strictness", 10)
+        self.assertEqual(failures(report), {})
+        self.assertEqual(status, 0)
+        tests = {test["name"]: test for test in report["tests"]}
+        self.assertEqual(tests["setup"]["outcome"], "passed")
+        self.assertEqual(tests["render-defaults"]["outcome"], "not applicable")
+        self.assertEqual(tests["render-defaults"]["messages"],
+                         ['needs what this host does not offer: the suite "Rare Suite" version 3'])
+        self.assertEqual(tests["regions"]["outcome"], "not run")
 
     def test_what_is_unusual_is_noted(self):
         for name, test, words in (
