@@ -5,12 +5,14 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 
 #include "base/error.h"
 #include "base/text.h"
 #include "check/runner.h"
 #include "cli/commands/commands.h"
+#include "cli/settings/values.h"
 #include "system/process.h"
 #include "system/program_file.h"
 
@@ -34,20 +36,46 @@ struct CheckOptions {
   bool verbose = false;
 };
 
+/// An option whose value is read as everywhere in the program, with the same words where it is
+/// wrong.
+void AddNumber(CLI::App& app, const std::string& name, const char* placeholder,
+               const std::string& help, const std::function<void(std::string_view)>& read) {
+  app.add_option_function<std::string>(
+         name,
+         [name, read](const std::string& text) {
+           try {
+             read(text);
+           } catch (const UsageError& error) {
+             throw UsageError(Text(name, ": ", error.what()));
+           }
+         },
+         help)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+      ->type_name(placeholder);
+}
+
 void DeclareOptions(CLI::App& app, CheckOptions& options) {
   app.add_option("library", options.library, "the effect library to check")->type_name("LIBRARY");
-  app.add_option("--strictness", options.tests.strictness,
-                 Text("how much is asked for, from ", check::kLowestStrictness, " to ",
-                      check::kHighestStrictness, " (default ", check::kDefaultStrictness, ")"))
-      ->type_name("N")
-      ->check(CLI::Range(check::kLowestStrictness, check::kHighestStrictness).description(""));
-  app.add_option("--seed", options.tests.seed,
-                 Text("where the random numbers start (default ", check::kDefaultSeed, ")"))
-      ->type_name("N");
-  app.add_option(
-         "--timeout", options.timeoutSeconds,
-         Text("seconds a test may take (default ", static_cast<int>(kDefaultTimeoutSeconds), ")"))
-      ->type_name("SECONDS");
+  AddNumber(app, "--strictness", "N",
+            Text("how much is asked for, from ", check::kLowestStrictness, " to ",
+                 check::kHighestStrictness, " (default ", check::kDefaultStrictness, ")"),
+            [&options](std::string_view text) {
+              options.tests.strictness =
+                  ParseInteger(text, check::kLowestStrictness, check::kHighestStrictness);
+            });
+  AddNumber(app, "--seed", "N",
+            Text("where the random numbers start (default ", check::kDefaultSeed, ")"),
+            [&options](std::string_view text) { options.tests.seed = ParseSeed(text); });
+  AddNumber(
+      app, "--timeout", "SECONDS",
+      Text("seconds a test may take (default ", static_cast<int>(kDefaultTimeoutSeconds), ")"),
+      [&options](std::string_view text) {
+        options.timeoutSeconds = ParseNumber(text);
+        if (!(options.timeoutSeconds > 0.0) || options.timeoutSeconds > kLongestTimeoutSeconds) {
+          ThrowNotA(text, "in range",
+                    Text("more than 0, to ", static_cast<int>(kLongestTimeoutSeconds)));
+        }
+      });
   app.add_option("--only", options.only, "run this test, at any strictness; may be repeated")
       ->type_name("TEST")
       ->allow_extra_args(false);
@@ -94,10 +122,6 @@ void CheckOptionValues(CheckOptions& options) {
   options.tests.library = ExistingFile(options.library);
   if (!options.resource.empty()) {
     options.tests.resource = ExistingFile(options.resource);
-  }
-  if (!(options.timeoutSeconds > 0.0) || options.timeoutSeconds > kLongestTimeoutSeconds) {
-    throw UsageError(Text("--timeout: expected more than 0 and at most ",
-                          static_cast<int>(kLongestTimeoutSeconds), " seconds"));
   }
 }
 

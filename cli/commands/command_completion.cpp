@@ -94,6 +94,12 @@ _veltra_files() {
 _veltra() {
   local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
   COMPREPLY=()
+  # The shell cuts --depth=fl into three words.
+  if [ "$cur" = = ]; then
+    cur=
+  elif [ "$prev" = = ] && [ "$COMP_CWORD" -gt 2 ]; then
+    prev=${COMP_WORDS[COMP_CWORD-2]}
+  fi
   if [ "$COMP_CWORD" -eq 1 ]; then
     COMPREPLY=($(compgen -W 'COMMANDS help --version --help' -- "$cur"))
     return

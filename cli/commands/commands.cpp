@@ -152,11 +152,33 @@ std::span<const Command> Commands() {
   return kCommands;
 }
 
+namespace {
+
+/// -o=x would be a file named "=x".
+void RefuseShortEquals(const CLI::App& app, const Arguments& arguments) {
+  for (const std::string& argument : arguments) {
+    if (argument.size() < 3 || argument[0] != '-' || argument[1] == '-' || argument[2] != '=') {
+      continue;
+    }
+    const CLI::Option* option = app.get_option_no_throw(argument.substr(0, 2));
+    if (option != nullptr) {
+      const std::string value = argument.substr(3);
+      const std::vector<std::string>& names = option->get_lnames();
+      throw UsageError(Text("'", argument, "': a short option takes its value without = (",
+                            argument.substr(0, 2), " ", value,
+                            names.empty() ? "" : Text(", or --", names.front(), "=", value), ")"));
+    }
+  }
+}
+
+}  // namespace
+
 bool ParseArguments(CLI::App& app, const Arguments& arguments) {
   if (arguments == Arguments{kManualSection}) {
     Print(stdout, ManualSection(app));
     return false;
   }
+  RefuseShortEquals(app, arguments);
   app.allow_extras();
   try {
     app.parse(Arguments(arguments.rbegin(), arguments.rend()));  // CLI11 takes them backwards

@@ -4,8 +4,11 @@
 #include "cli/job/frame_render.h"
 
 #include <algorithm>
+#include <cstring>
 #include <exception>
 #include <limits>
+#include <optional>
+#include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -39,6 +42,34 @@ PF_LRect ReducedRegion(const PF_LRect& region, int downsample, int width, int he
     throw UsageError(Text("--region: lies outside the frame of ", width, "x", height));
   }
   return reduced;
+}
+
+/// One row and column more towards the top left, as far as the frame has them: an effect may look
+/// at its neighbour there, and take the other one where the part that it is asked for begins.
+PF_LRect WithNeighbours(const PF_LRect& region) {
+  return {std::max(region.left - 1, 0), std::max(region.top - 1, 0), region.right, region.bottom};
+}
+
+/// The last `width` x `height` pixels of a picture. Throws RenderError.
+host::World LastPart(host::World picture, A_long width, A_long height) {
+  if (picture.Width() == width && picture.Height() == height) {
+    return picture;
+  }
+  auto part = host::World::Create(width, height, picture.PixelDepth());
+  if (!part) {
+    throw RenderError(part.ErrorText());
+  }
+  const auto pixelBytes = static_cast<std::size_t>(host::BytesPerPixel(picture.PixelDepth()));
+  const A_long left = picture.Width() - width;
+  const A_long top = picture.Height() - height;
+  for (A_long y = 0; y < height; ++y) {
+    std::memcpy(part->RowAddress(y),
+                picture.RowAddress(y + top) + static_cast<std::size_t>(left) * pixelBytes,
+                static_cast<std::size_t>(width) * pixelBytes);
+  }
+  part->SetOrigin(picture.OriginX() + left, picture.OriginY() + top);
+  part->SetPixelAspect(picture.PixelAspect());
+  return std::move(*part);
 }
 
 }  // namespace
@@ -113,6 +144,10 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
 RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
                                     const std::function<void(double)>& progress) const {
   host::RenderSettings settings = Settings(frame, inputs);
+  const std::optional<PF_LRect> region = settings.region;
+  if (region) {
+    settings.region = WithNeighbours(*region);
+  }
   settings.abort = &InterruptFlag();
   settings.pool = frames_.pool;
   if (progress) {
@@ -140,6 +175,10 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
   }
   if (!result.Ok()) {
     throw RenderError(result.errorText.empty() ? host::ErrorName(result.error) : result.errorText);
+  }
+  if (region) {
+    result.output = LastPart(std::move(result.output), region->right - region->left,
+                             region->bottom - region->top);
   }
   RenderedFrame rendered{std::move(result.output), {}};
   for (host::Violation& violation : result.diagnostics.violations) {

@@ -149,12 +149,12 @@ class VideoSink : public FrameSink {
     if (options.resume) {
       throw UsageError("--resume: a video can only be written whole");
     }
-    if (!options.compression.empty() || options.outputDepth) {
-      throw UsageError(Text(options.compression.empty() ? "--output-depth" : "--compression",
-                            ": not for videos (see --video-options)"));
-    }
-    if (options.jpegQuality) {
-      throw UsageError("--jpeg-quality: not for videos (see --video-options)");
+    const char* pictureOption = !options.compression.empty() ? "--compression"
+                                : options.outputDepth        ? "--output-depth"
+                                : options.jpegQuality        ? "--jpeg-quality"
+                                                             : nullptr;
+    if (pictureOption != nullptr) {
+      throw UsageError(Text(pictureOption, ": not for videos (see --video-options)"));
     }
     FfmpegOutput({"ffmpeg", "-v", "error", "-version"}, output.Name());  // is it there at all?
   }

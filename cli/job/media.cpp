@@ -14,16 +14,36 @@
 namespace veltra::cli {
 namespace {
 
-bool IsVideoName(const std::string& path) {
+std::string LowerExtension(const std::string& path) {
   std::string extension = std::filesystem::path(path).extension().string();
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension;
+}
+
+bool IsVideoName(const std::string& path) {
+  const std::string extension = LowerExtension(path);
   constexpr std::array<std::string_view, 8> kVideos = {".mp4", ".mov",  ".m4v", ".mkv",
                                                        ".avi", ".webm", ".mxf", ".mpg"};
   return std::find(kVideos.begin(), kVideos.end(), extension) != kVideos.end();
 }
 
+constexpr std::string_view kTakenVideos = ".mp4, .mov, .m4v, .mkv, .webm, .avi, .mxf, .mpg";
+
+/// Names that are videos for everybody else would be taken for pictures.
+void RefuseOtherVideos(const std::string& path) {
+  constexpr std::array<std::string_view, 12> kOthers = {".ts",  ".mts", ".m2ts", ".mpeg",
+                                                        ".wmv", ".flv", ".ogv",  ".3gp",
+                                                        ".vob", ".m2v", ".y4m",  ".gif"};
+  const std::string extension = LowerExtension(path);
+  if (std::find(kOthers.begin(), kOthers.end(), extension) != kOthers.end()) {
+    throw UsageError(Text(path, ": ", extension, " is no kind of video that is taken (expected ",
+                          kTakenVideos, ")"));
+  }
+}
+
 Media MediaOf(const FileName& name) {
+  RefuseOtherVideos(name.Pattern());
   const MediaKind kind = IsVideoName(name.Pattern()) ? MediaKind::kVideo
                          : name.IsSequence()         ? MediaKind::kSequence
                                                      : MediaKind::kStill;

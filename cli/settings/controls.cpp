@@ -81,7 +81,7 @@ A_long ParseSlider(const ControlDeclaration& control, std::string_view text) {
   const double least = static_cast<double>(control.validMin) / kFixedOne;
   const double most = static_cast<double>(control.validMax) / kFixedOne;
   if (number < least || number > most) {
-    throw UsageError(Text("'", text, "' is outside ", RangeText(control)));
+    ThrowNotA(text, "in range", RangeText(control));
   }
   return std::clamp(ParseFixed(text), control.validMin, control.validMax);
 }

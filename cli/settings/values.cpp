@@ -28,6 +28,13 @@ std::optional<int> TryInteger(std::string_view text) {
   return value;
 }
 
+/// Whether this is a whole number at all, however long.
+bool IsWhole(std::string_view text) {
+  const std::size_t digits = text.starts_with('-') ? 1 : 0;
+  return text.size() > digits &&
+         text.find_first_not_of("0123456789", digits) == std::string_view::npos;
+}
+
 std::optional<double> TryNumber(std::string_view text) {
   double value = 0;
   if (text.starts_with('+')) {
@@ -152,9 +159,19 @@ void ThrowNotA(std::string_view text, std::string_view kind, std::string_view ex
 int ParseInteger(std::string_view text, int least, int most) {
   const std::optional<int> value = TryInteger(text);
   if (!value || *value < least || *value > most) {
-    ThrowNotA(text, value ? "in range" : "a whole number", Text(least, " to ", most));
+    ThrowNotA(text, IsWhole(text) ? "in range" : "a whole number", Text(least, " to ", most));
   }
   return *value;
+}
+
+std::uint64_t ParseSeed(std::string_view text) {
+  std::uint64_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
+    ThrowNotA(text, IsWhole(text) ? "in range" : "a whole number",
+              Text("0 to ", std::numeric_limits<std::uint64_t>::max()));
+  }
+  return value;
 }
 
 double ParseNumber(std::string_view text) {
@@ -226,7 +243,10 @@ PF_RationalScale ParseRatio(std::string_view text) {
 
 PF_RationalScale ParseRate(std::string_view text) {
   const std::optional<PF_RationalScale> rate = TryRatio(text);
-  if (!rate) {
+  constexpr double kFastest = 1000;
+  constexpr double kSlowest = 0.001;
+  const double value = rate ? static_cast<double>(rate->num) / rate->den : 0.0;
+  if (value < kSlowest || value > kFastest) {
     ThrowNotA(text, "a frame rate", "frames per second, such as 25, 23.976 or 30000/1001");
   }
   return *rate;

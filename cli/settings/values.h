@@ -22,6 +22,9 @@ inline constexpr int kMostFrameNumber = 9999999;
 /// A whole decimal number between `least` and `most`.
 int ParseInteger(std::string_view text, int least, int most);
 
+/// A whole decimal number of 64 bits.
+std::uint64_t ParseSeed(std::string_view text);
+
 /// A decimal number; infinities and NaN are not numbers.
 double ParseNumber(std::string_view text);
 
@@ -44,6 +47,9 @@ PF_LRect ParseRegion(std::string_view text);
 /// "N/D", "N" or a decimal such as "0.9091", positive.
 PF_RationalScale ParseRatio(std::string_view text);
 /// The same as frames per second.
+PF_RationalScale ParseRate(std::string_view text);
+
+/// The same as frames per second, 0.001 to 1000.
 PF_RationalScale ParseRate(std::string_view text);
 
 /// What a coordinate of a point is given in.

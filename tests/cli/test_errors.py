@@ -39,14 +39,41 @@ class Errors(ProgramTest):
         self.assert_fails(USAGE, "did you mean render?", "rendr")
         self.refuse(USAGE, "unknown option --travle (did you mean --travel?)", "--travle", "3")
 
+    def test_short_option_with_an_equals_sign(self):
+        self.assert_fails(USAGE, "'-o=x.png': a short option takes its value without = (-o x.png, "
+                          "or --output=x.png)", "render", "-f", "frame.png", "-o=x.png")
+
+    def test_options_that_do_not_apply_to_the_output(self):
+        for name, options in (("x.png", ("--jpeg-quality", "90")),
+                              ("x.png", ("--video-options", "-crf 3")),
+                              ("x.jpg", ("--compression", "best")),
+                              ("x.jpg", ("--output-depth", "16")),
+                              ("x.mp4", ("--jpeg-quality", "90")),
+                              ("x.mp4", ("--compression", "best")),
+                              ("x.mp4", ("--output-depth", "16"))):
+            self.assert_fails(USAGE, options[0] + ": ", "render", "-f", "frame.png", "-o", name,
+                              *options)
+
+    def test_numbers_are_refused_alike_by_every_command(self):
+        for command in (("render", "--downsample=X"), ("check", "--strictness=X"),
+                        ("check", "--seed=X"), ("render", "--jpeg-quality=X")):
+            for value, message in (("many", "'many' is not a whole number (expected "),
+                                   ("-1", "'-1' is not in range (expected "),
+                                   ("99999999999999999999", "' is not in range (expected ")):
+                option = command[1].replace("X", value)
+                self.assert_fails(USAGE, option.split("=")[0] + ": '" + value + message[
+                    message.index("' is"):], command[0], option)
+        self.assert_fails(USAGE, "--timeout: 'soon' is not a number", "check", "--timeout", "soon")
+        self.assert_fails(USAGE, "--timeout: '0' is not in range", "check", "--timeout", "0")
+
     def test_option_without_its_value(self):
         self.assert_fails(USAGE, "--travel needs a value", "render", "-f", "frame.png", "-o",
                           "out.png", "--travel")
 
     def test_values_outside_the_declared_range_name_the_range(self):
-        self.refuse(USAGE, "--travel: '10001' is outside -10000 to 10000", "--travel", "10001")
-        self.refuse(USAGE, "--degrees: '121' is outside 0 to 120", "--degrees", "121")
-        self.refuse(USAGE, "--opacity: '-1' is outside 0 to 100", "--opacity", "-1")
+        self.refuse(USAGE, "--travel: '10001' is not in range (expected -10000 to 10000)", "--travel", "10001")
+        self.refuse(USAGE, "--degrees: '121' is not in range (expected 0 to 120)", "--degrees", "121")
+        self.refuse(USAGE, "--opacity: '-1' is not in range (expected 0 to 100)", "--opacity", "-1")
 
     def test_values_that_are_none(self):
         for option, value, message in (
@@ -58,7 +85,9 @@ class Errors(ProgramTest):
                 ("--region", "1,2,3", "is not a region"), ("--region", "1,2,0,4", "anything in"),
                 ("--region", "16,0,4,4", "outside the frame"), ("--downsample", "0", "in range"),
                 ("--pixel-aspect", "0/1", "not a ratio"), ("--threads", "many", "whole number"),
-                ("--frames", "5-1", "not a list of frames"), ("--rate", "-1", "not a frame rate"),
+                ("--frames", "5-1", "not a list of frames"),
+                ("--rate", "-1", "not a frame rate (expected frames per second, such as 25"),
+                ("--rate", "90000", "not a frame rate"), ("--threads", "99999999999", "in range"),
                 ("--compression", "zip", "PNG has no 'zip'"), ("--output-depth", "half", "PNG"),
                 ("--jpeg-quality", "101", "in range"), ("--progress", "dots", "progress")):
             with self.subTest(option=option, value=value):
@@ -80,7 +109,11 @@ class Errors(ProgramTest):
             self.assert_fails(USAGE, "--size", "render", "--size", size, "-o", "out.png")
 
     def test_formats_that_cannot_be_written(self):
-        for name in ("out.hdr", "out", "out.gif"):
+        for name in ("out.gif", "out.ts"):
+            self.assert_fails(USAGE, "is no kind of video that is taken (expected .mp4", "render",
+                              "-f", "frame.png", "-o", name)
+            self.refuse(USAGE, "in" + name[3:] + ": ", frame="in" + name[3:])
+        for name in ("out.hdr", "out"):
             self.assert_fails(USAGE, "cannot tell the format", "render", "-f", "frame.png", "-o",
                               name)
 

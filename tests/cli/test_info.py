@@ -108,6 +108,9 @@ class Info(ProgramTest):
         self.assertEqual(complete("veltra", "render", "--trav"), ["--travel"])
         self.assertEqual(complete("veltra", "render", "--placement", "s"), ["stretch", "solo"])
         self.assertEqual(complete("veltra", "render", "--depth", "fl"), ["float"])
+        self.assertEqual(complete("veltra", "render", "--depth", "=", "fl"), ["float"])
+        self.assertEqual(complete("veltra", "render", "--depth", "="), ["8", "16", "float"])
+        self.assertEqual(complete("veltra", "render", "--layer", "=", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "render", "--layer", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "check", "--only", "reg"), ["registration", "regions"])
         for command in ("render", "controls", "about", "check", "sample"):

@@ -137,7 +137,7 @@ class Scenes(ProgramTest):
         refuse("frame: a value cannot be a list", frame=["a"])
         refuse("controls: must be an object", controls=[])
         refuse("controls.speed: no such control (expected layer, start", controls={"speed": 1})
-        refuse("controls.travel: '20000' is outside -10000 to 10000", controls={"travel": 20000})
+        refuse("controls.travel: '20000' is not in range (expected -10000 to 10000)", controls={"travel": 20000})
         refuse("controls.start: '[1' is not a point", controls={"start": "[1"})
         refuse("controls.travel: must be a value", controls={"travel": {"keys": []}})
         refuse("controls.travel.speed: unknown key", controls={"travel": {"speed": 1}})

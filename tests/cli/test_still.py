@@ -95,6 +95,21 @@ class Still(ProgramTest):
             part = self.render("--region", "30,20,50,30", *options)
             np.testing.assert_array_equal(part, whole[20:50, 30:80])
 
+    def test_region_with_filtering_is_that_part_of_the_frame(self):
+        noise = np.random.default_rng(5).integers(0, 256, (40, 200, 4), dtype=np.uint8)
+        pictures.write_png(self.path("layer.png"), noise)
+        for options in (("--filtering",), ("--filtering", "--downsample", "2"),
+                        ("--filtering", "--classic"), ("--filtering", "--depth", "float",
+                                                       "--output-depth", "16")):
+            whole = self.render(*options)
+            scale = 2 if "--downsample" in options else 1
+            for left, top, width, height in ((40, 24, 40, 20), (44, 0, 8, 64), (0, 30, 128, 2),
+                                             (60, 32, 2, 2)):
+                part = self.render("--region", f"{left},{top},{width},{height}", *options)
+                np.testing.assert_array_equal(
+                    part, whole[top // scale:(top + height) // scale,
+                                left // scale:(left + width) // scale])
+
     def test_region_is_cut_at_the_frame(self):
         part = self.render("--region", "100,-10,100,30")
         np.testing.assert_array_equal(part, self.render()[:20, 100:])
