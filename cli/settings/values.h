@@ -46,9 +46,6 @@ PF_LRect ParseRegion(std::string_view text);
 
 /// "N/D", "N" or a decimal such as "0.9091", positive.
 PF_RationalScale ParseRatio(std::string_view text);
-/// The same as frames per second.
-PF_RationalScale ParseRate(std::string_view text);
-
 /// The same as frames per second, 0.001 to 1000.
 PF_RationalScale ParseRate(std::string_view text);
 
