@@ -162,10 +162,6 @@ Arguments SpellOutSwitches(const Arguments& arguments, const std::vector<Control
   Arguments spelled;
   for (const std::string& argument : arguments) {
     const std::size_t equals = argument.find('=');
-    if (equals == 2 && argument[0] == '-' && argument[1] != '-') {
-      throw UsageError(Text(argument, ": a short option has no = (write ", argument.substr(0, 2),
-                            " ", argument.substr(3), ")"));
-    }
     const ControlOption* control = argument.starts_with("--") && equals != std::string::npos
                                        ? FindControl(controls, argument.substr(2, equals - 2))
                                        : nullptr;

@@ -96,7 +96,7 @@ class Errors(ProgramTest):
     def test_options_that_the_output_does_not_know(self):
         self.refuse(USAGE, "--jpeg-quality: PNG has none", "--jpeg-quality", "90")
         self.refuse(USAGE, "--video-options: out.png is no video", "--video-options", "-crf 3")
-        self.refuse(USAGE, "-j=2: a short option has no = (write -j 2)", "-j=2")
+        self.refuse(USAGE, "'-j=2': a short option takes its value without = (-j 2", "-j=2")
 
     def test_switch_with_a_wrong_value(self):
         self.refuse(USAGE, "--filtering: 'maybe' is not a switch", "--filtering=maybe")
