@@ -1,0 +1,138 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// What the page exports is what the program renders, and what the page opens again.
+import { execFile } from 'node:child_process';
+import { mkdtemp, readFile, rm, writeFile } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { promisify } from 'node:util';
+import type { Page } from '@playwright/test';
+import { readExr } from '../../src/pictures/exr';
+import { readPng, writePng } from '../../src/pictures/png';
+import { control, expect, exported, repository, settled, test } from './page';
+
+const run = promisify(execFile);
+const program = `${repository}build/release/bin/veltra`;
+
+async function type(page: Page, name: string, label: RegExp, value: string): Promise<void> {
+  const field = control(page, name).getByLabel(label).last();
+  await field.fill(value);
+  await field.press('Enter');
+}
+
+/** Soft colours with soft alpha at some places. */
+function picture(width: number, height: number, alpha: boolean, full: number): number[] {
+  return Array.from({ length: width * height * 4 }, (_, i) => {
+    const x = (i >> 2) % width;
+    const y = Math.floor((i >> 2) / width);
+    const value = [x / width, y / height, ((x ^ y) & 31) / 31, alpha ? Math.abs(Math.sin(x / 9)) : 1][i & 3] ?? 0;
+    return Math.round(value * full);
+  });
+}
+
+for (const depth of ['8', '16', 'float'] as const) {
+  test(`the exported scene renders natively to the same bytes, ${depth}`, async ({ studio }) => {
+    const folder = await mkdtemp(join(tmpdir(), 'veltra-web-'));
+    const frame = Buffer.from(
+      depth === '8'
+        ? writePng(512, 256, 4, Uint8Array.from(picture(512, 256, false, 255)))
+        : writePng(512, 256, 4, Uint16Array.from(picture(512, 256, true, 65535))),
+    );
+    const layer = Buffer.from(writePng(200, 60, 4, Uint8Array.from(picture(200, 60, true, 255))));
+    await studio.getByLabel('Open a panorama').setInputFiles({ name: 'frame.png', mimeType: '', buffer: frame });
+    await studio.getByLabel('Open a layer').setInputFiles({ name: 'layer.png', mimeType: '', buffer: layer });
+    await studio.getByText('Tile', { exact: true }).click();
+    await type(studio, 'start-point', /X$/, '71.3');
+    await type(studio, 'end-point', /Y$/, '-14.9');
+    await type(studio, 'travel', /Travel/, '-37.7');
+    await type(studio, 'opacity', /Opacity/, '83.3');
+    await studio.getByText('Spherical Filtering').click();
+    await studio.locator('#depth').selectOption(depth);
+    await settled(studio);
+    await studio.getByRole('button', { name: 'Export', exact: true }).click();
+    const scene = await exported(studio, 'scene');
+    const own = await exported(studio, depth === '8' ? 'png8' : depth === '16' ? 'png16' : 'exr');
+    await writeFile(join(folder, 'frame.png'), frame);
+    await writeFile(join(folder, 'layer.png'), layer);
+    await writeFile(join(folder, 'scene.json'), scene);
+    await run(program, ['render', 'scene.json', '--quiet'], { cwd: folder });
+    const file = new Uint8Array(await readFile(join(folder, depth === 'float' ? 'out.exr' : 'out.png')));
+    const read = (bytes: Uint8Array<ArrayBuffer>): { data: ArrayLike<number> } =>
+      depth === 'float' ? readExr(bytes) : readPng(bytes);
+    const ours = Uint8Array.from(own);
+    expect(Buffer.from(Float64Array.from(read(ours).data).buffer).equals(
+      Buffer.from(Float64Array.from(read(file).data).buffer),
+    )).toBe(true);
+    await rm(folder, { recursive: true });
+  });
+}
+
+test('an animated scene goes out, comes back by file and by link, and renders as a sequence', async ({ studio, address }) => {
+  const frameNumber = studio.getByLabel('Frame number');
+  await studio.getByLabel('Last frame').fill('9');
+  await studio.getByLabel('Last frame').press('Enter');
+  await control(studio, 'travel').getByRole('button', { name: 'Animate Travel' }).click();
+  await frameNumber.fill('9');
+  await frameNumber.press('Enter');
+  await type(studio, 'travel', /Travel/, '80');
+  await expect(studio.locator('.key')).toHaveCount(2);
+  await studio.locator('.key').first().click();
+  await studio.getByLabel('Interpolation after this keyframe').selectOption('smooth');
+  await frameNumber.fill('3');
+  await frameNumber.press('Enter');
+  // 3 t^2 - 2 t^3 of a quarter is 0.15625.
+  await expect(control(studio, 'travel').locator('.number')).toHaveValue('12.5');
+  await studio.locator('.key').first().press('ArrowRight');
+  await expect(studio.locator('.key').first()).toHaveAttribute('aria-label', /keyframe at 2/);
+  await settled(studio);
+
+  await studio.getByRole('button', { name: 'Export', exact: true }).click();
+  await expect(studio.locator('#command-line')).toHaveValue('veltra render scene.json');
+  const scene = await exported(studio, 'scene');
+  const [frame, layer] = [studio.waitForEvent('download'), studio.waitForEvent('download', { predicate: (each) => each.suggestedFilename() === 'layer.png' })];
+  await studio.locator('[data-export="pictures"]').click();
+  const folder = await mkdtemp(join(tmpdir(), 'veltra-web-'));
+  await (await frame).saveAs(join(folder, 'frame.png'));
+  await (await layer).saveAs(join(folder, 'layer.png'));
+  await writeFile(join(folder, 'scene.json'), scene);
+  await run(program, ['render', 'scene.json', '--frames', '2', '-o', 'two.png', '--quiet'], { cwd: folder });
+  expect(readPng(new Uint8Array(await readFile(join(folder, 'two.png')))).width).toBe(2048);
+  await rm(folder, { recursive: true });
+
+  const link = await studio.evaluate(async () => {
+    let copied = '';
+    navigator.clipboard.writeText = (text) => {
+      copied = text;
+      return Promise.resolve();
+    };
+    document.querySelectorAll('button').forEach((button) => {
+      if (button.textContent === 'Copy the link') {
+        button.click();
+      }
+    });
+    await Promise.resolve();
+    return copied;
+  });
+  expect(link.startsWith(`${address}#scene=`)).toBe(true);
+  await studio.goto('about:blank');
+  await studio.goto(link);
+  await settled(studio);
+  await expect(studio.locator('.key')).toHaveCount(2);
+  await control(studio, 'travel').getByRole('button', { name: 'Reset Travel' }).click();
+  await expect(studio.locator('.key')).toHaveCount(0);
+  await studio.getByLabel('Open scene.json').setInputFiles({ name: 'scene.json', mimeType: '', buffer: scene });
+  await expect(studio.locator('.key')).toHaveCount(2);
+  await expect(studio.locator('.notice')).toContainText('scene.json is open');
+});
+
+test('playing runs through the frames at the scene’s rate, and loops', async ({ studio }) => {
+  await studio.getByLabel('Last frame').fill('4');
+  await studio.getByLabel('Last frame').press('Enter');
+  await control(studio, 'opacity').getByRole('button', { name: 'Animate Opacity' }).click();
+  await studio.getByRole('button', { name: 'Play' }).click();
+  const field = studio.getByLabel('Frame number');
+  const seen = new Set<string>();
+  await expect.poll(async () => seen.add(await field.inputValue()).size).toBeGreaterThan(2);
+  await studio.getByRole('button', { name: 'Pause' }).click();
+  await settled(studio);
+});
