@@ -8,8 +8,9 @@ export default defineConfig({
   outputDir: 'test-results',
   reporter: 'list',
   // A machine with two busy cores renders slowly; what is wrong fails at once all the same.
-  timeout: 90_000,
-  expect: { timeout: 30_000 },
+  timeout: 240_000,
+  expect: { timeout: 60_000 },
+  forbidOnly: process.env['CI'] !== undefined,
   workers: 2,
   fullyParallel: true,
   use: {

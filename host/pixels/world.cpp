@@ -5,12 +5,12 @@
 #include "host/pixels/world.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <type_traits>
 
 #include "host/pixels/image_facts.h"
 #include "host/pixels/world_view.h"
+#include "numerics/compiler.h"
 #include "system/large_pages.h"
 
 namespace veltra::host {
@@ -173,7 +173,7 @@ namespace {
 template <class Pixel>
 bool IsVisible(const Pixel& pixel) {
   if constexpr (std::is_same_v<Pixel, PF_PixelFloat>) {
-    return std::bit_cast<std::uint32_t>(pixel.alpha) != 0;
+    return numerics::BitCast<std::uint32_t>(pixel.alpha) != 0;
   } else {
     return pixel.alpha != 0;
   }

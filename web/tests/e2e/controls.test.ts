@@ -53,7 +53,7 @@ test('controls by mouse, and reset', async ({ studio }) => {
   expect(Math.abs((await number(opacity.locator('.number'))) - 50)).toBeLessThan(3);
   await opacity.getByRole('button', { name: 'Reset Opacity' }).click();
   await expect(opacity.locator('.number')).toHaveValue('100');
-  await studio.getByText('Solo', { exact: true }).click();
+  await studio.getByRole('radio', { name: 'Solo' }).click();
   await expect(studio.getByRole('radio', { name: 'Solo' })).toBeChecked();
   await studio.getByText('Composite with Original').click();
   await expect(control(studio, 'composite-with-original').getByRole('checkbox')).not.toBeChecked();

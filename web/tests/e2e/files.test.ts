@@ -81,8 +81,7 @@ test('a text is a layer, and each example can be chosen', async ({ studio }) => 
   await studio.getByRole('button', { name: 'Type a text' }).click();
   await studio.getByLabel('Text of the layer').fill('Grüße aus Köln');
   await settled(studio);
-  const solo = studio.getByText('Solo', { exact: true });
-  await solo.click();
+  await studio.getByRole('radio', { name: 'Solo' }).click();
   await settled(studio);
   const layer = control(studio, 'layer').locator('select').first();
   for (const name of ['arrows', 'bars', 'title']) {

@@ -41,7 +41,7 @@ for (const depth of ['8', '16', 'float'] as const) {
     const layer = Buffer.from(writePng(200, 60, 4, Uint8Array.from(picture(200, 60, true, 255))));
     await studio.getByLabel('Open a panorama').setInputFiles({ name: 'frame.png', mimeType: '', buffer: frame });
     await studio.getByLabel('Open a layer').setInputFiles({ name: 'layer.png', mimeType: '', buffer: layer });
-    await studio.getByText('Tile', { exact: true }).click();
+    await studio.getByRole('radio', { name: 'Tile' }).click();
     await type(studio, 'start-point', /X$/, '71.3');
     await type(studio, 'end-point', /Y$/, '-14.9');
     await type(studio, 'travel', /Travel/, '-37.7');
@@ -69,8 +69,8 @@ for (const depth of ['8', '16', 'float'] as const) {
 
 test('an animated scene goes out, comes back by file and by link, and renders as a sequence', async ({ studio, address }) => {
   const frameNumber = studio.getByLabel('Frame number');
-  await studio.getByLabel('Last frame').fill('9');
-  await studio.getByLabel('Last frame').press('Enter');
+  await studio.getByRole('spinbutton', { name: 'Last frame' }).fill('9');
+  await studio.getByRole('spinbutton', { name: 'Last frame' }).press('Enter');
   await control(studio, 'travel').getByRole('button', { name: 'Animate Travel' }).click();
   await frameNumber.fill('9');
   await frameNumber.press('Enter');
@@ -126,8 +126,8 @@ test('an animated scene goes out, comes back by file and by link, and renders as
 });
 
 test('playing runs through the frames at the scene’s rate, and loops', async ({ studio }) => {
-  await studio.getByLabel('Last frame').fill('4');
-  await studio.getByLabel('Last frame').press('Enter');
+  await studio.getByRole('spinbutton', { name: 'Last frame' }).fill('4');
+  await studio.getByRole('spinbutton', { name: 'Last frame' }).press('Enter');
   await control(studio, 'opacity').getByRole('button', { name: 'Animate Opacity' }).click();
   await studio.getByRole('button', { name: 'Play' }).click();
   const field = studio.getByLabel('Frame number');
