@@ -187,17 +187,10 @@ bool IsUserCall(HostCall call) {
 /// count as transparent. A host without the world suite is one from before float: in a float frame
 /// nothing is left to tell the depth by.
 bool LeavesNoRightPicture(const CallKey& key, host::Depth depth) {
-  switch (key.call) {
-    case HostCall::kCheckoutParam:
-    case HostCall::kSubpixelSample:
-    case HostCall::kAreaSample:
-    case HostCall::kNearestSample:
-      return true;
-    case HostCall::kAcquireSuite:
-      return key.suite == "PF World Suite" && depth == host::Depth::kFloat;
-    default:
-      return false;
-  }
+  return key.call == HostCall::kCheckoutParam || key.call == HostCall::kSubpixelSample ||
+         key.call == HostCall::kAreaSample || key.call == HostCall::kNearestSample ||
+         (key.call == HostCall::kAcquireSuite && key.suite == "PF World Suite" &&
+          depth == host::Depth::kFloat);
 }
 
 void RefuseCalls(TestRun& run, const Effect& effect, const Subject& subject,

@@ -105,9 +105,10 @@ std::string_view TestThatProves(Needs needs) {
       return "setup";
     case kRenders:
       return "render-defaults";
-    default:
-      return {};
+    case kNothing:
+      break;
   }
+  return {};
 }
 
 }  // namespace veltra::check

@@ -27,18 +27,6 @@ using host::World;
 /// PF_OutFlag_NON_PARAM_VARY: the picture depends on more than its parameters, chance for instance.
 constexpr A_long kVariesByItself = 1 << 2;
 
-template <class Function>
-auto WithPixel(Depth depth, Function&& function) {
-  switch (depth) {
-    case Depth::k8:
-      return function(PF_Pixel8{});
-    case Depth::k16:
-      return function(PF_Pixel16{});
-    default:
-      return function(PF_PixelFloat{});
-  }
-}
-
 template <class Pixel>
 using ChannelOf = decltype(Pixel::alpha);
 
@@ -212,7 +200,7 @@ std::unique_ptr<const Effect> LoadEffect(TestRun& run) {
 World RandomWorld(Random& random, A_long width, A_long height, Depth depth,
                   const host::WorldLayout& layout) {
   World world = Made(World::Create(width, height, depth, layout));
-  WithPixel(depth, [&](auto pixel) {
+  host::WithPixelType(depth, [&](auto pixel) {
     using Pixel = decltype(pixel);
     for (A_long y = 0; y < height; ++y) {
       for (Pixel& p : world.Row<Pixel>(y)) {
@@ -394,7 +382,7 @@ std::string Difference(const World& part, const World& whole, Compare compare) {
                 whole.OriginX(), ",", whole.OriginY());
   }
   Worst worst;
-  WithPixel(part.PixelDepth(), [&](auto pixel) {
+  host::WithPixelType(part.PixelDepth(), [&](auto pixel) {
     using Pixel = decltype(pixel);
     for (A_long y = 0; y < part.Height(); ++y) {
       const auto a = part.Row<Pixel>(y);
@@ -433,7 +421,7 @@ std::string Impossible(const World& picture) {
     return {};
   }
   std::string trouble;
-  WithPixel(picture.PixelDepth(), [&](auto pixel) {
+  host::WithPixelType(picture.PixelDepth(), [&](auto pixel) {
     using Pixel = decltype(pixel);
     for (A_long y = 0; y < picture.Height() && trouble.empty(); ++y) {
       const auto row = picture.Row<Pixel>(y);
@@ -475,7 +463,7 @@ bool IsTransparentOutside(const World& picture, const PF_LRect& rect) {
   const auto isInside = [&rect](A_long x, A_long y) {
     return x >= rect.left && x < rect.right && y >= rect.top && y < rect.bottom;
   };
-  return WithPixel(picture.PixelDepth(), [&](auto pixel) {
+  return host::WithPixelType(picture.PixelDepth(), [&](auto pixel) {
     using Pixel = decltype(pixel);
     for (A_long y = 0; y < picture.Height(); ++y) {
       const auto row = picture.Row<Pixel>(y);

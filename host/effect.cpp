@@ -208,9 +208,10 @@ bool Effect::SupportsDepth(Depth depth) const {
       return true;
     case Depth::k16:
       return (outFlags_ & PF_OutFlag_DEEP_COLOR_AWARE) != 0;
-    default:
-      return (outFlags2_ & PF_OutFlag2_FLOAT_COLOR_AWARE) != 0;
+    case Depth::kFloat:
+      break;
   }
+  return (outFlags2_ & PF_OutFlag2_FLOAT_COLOR_AWARE) != 0;
 }
 
 Expected<std::string> Effect::About() const {

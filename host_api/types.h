@@ -349,6 +349,11 @@ struct PF_LRect {
 };
 using PF_Rect = PF_LRect;
 
+/// Whether a rectangle holds no pixel.
+constexpr bool IsEmpty(const PF_LRect& rect) {
+  return rect.left >= rect.right || rect.top >= rect.bottom;
+}
+
 struct PF_RationalScale {
   A_long num;
   A_u_long den;

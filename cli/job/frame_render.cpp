@@ -38,7 +38,7 @@ PF_LRect ReducedRegion(const PF_LRect& region, int downsample, int width, int he
   const PF_LRect reduced{std::max(down(region.left), 0), std::max(down(region.top), 0),
                          std::min(up(region.right), reducedWidth),
                          std::min(up(region.bottom), reducedHeight)};
-  if (reduced.left >= reduced.right || reduced.top >= reduced.bottom) {
+  if (IsEmpty(reduced)) {
     throw UsageError(Text("--region: lies outside the frame of ", width, "x", height));
   }
   return reduced;

@@ -5,21 +5,14 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 
 namespace veltra::cli {
 namespace {
-
-std::string LowerExtension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension;
-}
 
 bool IsVideoName(const std::string& path) {
   const std::string extension = LowerExtension(path);

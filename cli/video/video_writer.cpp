@@ -4,10 +4,9 @@
 #include "cli/video/video_writer.h"
 
 #include <algorithm>
-#include <cctype>
-#include <filesystem>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "cli/video/alpha.h"
 #include "cli/video/ffmpeg.h"
@@ -20,13 +19,6 @@ using Words = std::vector<std::string>;
 
 void Append(Words& words, const Words& more) {
   words.insert(words.end(), more.begin(), more.end());
-}
-
-std::string LowerExtension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension;
 }
 
 /// Whether the container has a place for the projection.

@@ -80,11 +80,6 @@ class ParamCheckout {
   A_u_long timeScale_;
 };
 
-/// Whether a rectangle holds no pixel.
-constexpr bool IsEmpty(const PF_LRect& rect) {
-  return rect.left >= rect.right || rect.top >= rect.bottom;
-}
-
 /// Clamps each edge of `rect` into `bounds`; empty bounds are copied. The result may be empty,
 /// no edge is reordered.
 void ClampRect(const PF_LRect& bounds, PF_LRect* rect);

@@ -12,10 +12,6 @@
 
 namespace veltra::host {
 
-constexpr bool IsEmpty(const PF_LRect& rect) {
-  return rect.left >= rect.right || rect.top >= rect.bottom;
-}
-
 /// Common part of two rectangles; all zero when there is none.
 constexpr PF_LRect Intersection(const PF_LRect& a, const PF_LRect& b) {
   const PF_LRect both{std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
@@ -59,9 +55,10 @@ auto WithPixelType(Depth depth, Function&& function) {
       return function(PF_Pixel8{});
     case Depth::k16:
       return function(PF_Pixel16{});
-    default:
-      return function(PF_PixelFloat{});
+    case Depth::kFloat:
+      break;
   }
+  return function(PF_PixelFloat{});
 }
 
 }  // namespace veltra::host
