@@ -86,11 +86,11 @@ export class App {
   }
 
   setValue(control: ValueControl, value: Value): void {
-    this.changeScene((scene) => withValue(scene, control, this.#frame, value));
+    this.changeScene((scene) => withValue(scene, control, this.#frame, value, this.#sizes));
   }
 
   value(control: ValueControl): Value {
-    return valueAt(this.scene, control, this.#frame);
+    return valueAt(this.scene, control, this.#frame, this.#sizes);
   }
 
   setFrame(frame: number): void {

@@ -14,7 +14,8 @@ import { depthOf, Preview } from './preview';
 import { parseDescription, type EffectDescription } from './scene/controls';
 import { sceneFromLink } from './scene/link';
 import type { Scene, Source } from './scene/scene';
-import { readScene } from './scene/scene_file';
+import { notShown } from './scene/scene_file';
+import { readScene } from './scene/scene_reader';
 import { Timeline } from './timeline/timeline';
 import { el, icon, iconButton } from './ui/dom';
 import { Notices } from './ui/notices';
@@ -183,7 +184,11 @@ class Page {
     );
     depth.addEventListener('change', () => {
       const chosen = depths.find((each) => each === depth.value) ?? '8';
-      app.changeScene((scene) => ({ ...scene, depth: chosen }));
+      app.changeScene((scene) => ({
+        ...scene,
+        depth: chosen,
+        ...(scene.kept && { kept: { ...scene.kept, openDepth: false } }),
+      }));
     });
     const exposure = el('input', { type: 'range', id: 'exposure', min: -8, max: 8, step: 0.1 });
     const stops = el('output', { for: 'exposure' });
@@ -256,18 +261,21 @@ class Page {
   async #openScene(file: File): Promise<void> {
     const app = this.#app;
     try {
-      const read = readScene(await file.text(), app.scene, app.effect.controls, app.sizes);
+      const before = app.scene;
+      const read = readScene(await file.text(), before, app.effect.controls);
       app.changeScene(() => read.scene);
       app.setFrame(app.frame);
-      const open = [app.scene.frame, ...Object.values(app.scene.layers)].flatMap((source) =>
+      const open = [before.frame, ...Object.values(before.layers)].flatMap((source) =>
         source === undefined ? [] : [fileNameOf(source)],
       );
-      const named = [read.names.frame, ...Object.values(read.names.layers)];
-      const missing = named.filter((name): name is string => name !== undefined && name !== '' && !open.includes(name));
+      const missing = read.named.filter((name) => !open.includes(name));
+      const hidden = notShown(read.scene);
       this.#notices.show(
-        missing.length === 0
-          ? `${file.name} is open.`
-          : `${file.name} is open. Choose its pictures too: ${missing.join(', ')}.`,
+        [
+          `${file.name} is open.`,
+          missing.length === 0 ? '' : `Choose its pictures too: ${missing.join(', ')}.`,
+          hidden.length === 0 ? '' : `Kept, but not shown here: ${hidden.join(', ')}.`,
+        ].join(' ').trim(),
       );
     } catch (error) {
       const reason = error instanceof Error ? error.message : String(error);

@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "cli/sample/sample_picture.h"
+#include "cli/settings/great_circle.h"
 #include "host/effect.h"
 #include "host/effect_library.h"
 #include "host/renderer.h"
@@ -257,6 +258,20 @@ EMSCRIPTEN_KEEPALIVE int VeltraDefault(int index, int width, int height, std::in
     }
     TheState().error = "no such control";
     return 0;
+  });
+}
+
+/// A point's 16.16 pixels into `point`[2], at a share of the way from one point to another along
+/// their great circle; see cli::OnGreatCircle.
+EMSCRIPTEN_KEEPALIVE int VeltraOnGreatCircle(std::int32_t fromX, std::int32_t fromY,
+                                             std::int32_t toX, std::int32_t toY, double share,
+                                             int width, int height, std::int32_t* point) {
+  return Guarded([=]() -> int {
+    const host::ControlValue value =
+        cli::OnGreatCircle({fromX, fromY}, {toX, toY}, share, width, height);
+    point[0] = value.x;
+    point[1] = value.y;
+    return 1;
   });
 }
 

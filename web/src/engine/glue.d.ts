@@ -12,6 +12,16 @@ declare module '@wasm/veltra_web.js' {
     _VeltraError(): number;
     _VeltraDescribe(): number;
     _VeltraDefault(index: number, width: number, height: number, point: number): number;
+    _VeltraOnGreatCircle(
+      fromX: number,
+      fromY: number,
+      toX: number,
+      toY: number,
+      share: number,
+      width: number,
+      height: number,
+      point: number,
+    ): number;
     _VeltraMakePicture(
       width: number,
       height: number,

@@ -29,6 +29,8 @@ export interface HostValue {
   readonly index: number;
   readonly x: number;
   readonly y: number;
+  /** On the way to another point along their great circle, at this share of it. */
+  readonly arc?: { readonly x: number; readonly y: number; readonly share: number };
 }
 
 /** One frame. Pictures are ids that the workers were given, or null. */

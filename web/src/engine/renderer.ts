@@ -8,6 +8,7 @@ import {
   type Delivery,
   type Depth,
   type FrameRequest,
+  type HostValue,
   type Picture,
   type Region,
   type Samples,
@@ -87,7 +88,7 @@ export class Renderer {
       layer.index,
       this.#world(layer.picture, depth, downsample),
     ]);
-    const values = request.values.flatMap((value) => [value.index, value.x, value.y]);
+    const values = request.values.flatMap((value) => [value.index, ...this.#placeOf(value, request)]);
     return Int32Array.from([
       ...[request.width, request.height, depths.indexOf(depth), 0, downsample],
       ...[region.left, region.top, region.right, region.bottom],
@@ -96,6 +97,16 @@ export class Renderer {
       ...[request.layers.length, ...layers],
       ...[request.values.length, ...values],
     ]);
+  }
+
+  /** Points on an arc are found by the program's own routine, for the same bits. */
+  #placeOf({ x, y, arc }: HostValue, { width, height }: FrameRequest): readonly number[] {
+    return arc === undefined
+      ? [x, y]
+      : this.#withMemory(8, (address) => {
+          this.#need(this.#module._VeltraOnGreatCircle(x, y, arc.x, arc.y, arc.share, width, height, address));
+          return [...this.#module.HEAP32.subarray(address >> 2, (address >> 2) + 2)];
+        });
   }
 
   /** The number of a picture's world; made when it is first asked for. */

@@ -10,7 +10,7 @@ import { requestOf, type Preview } from '../preview';
 import { commandLine } from '../scene/command_line';
 import { linkOf } from '../scene/link';
 import type { Source } from '../scene/scene';
-import { sceneText, type SceneNames } from '../scene/scene_file';
+import { namesOf, notShown, sceneText } from '../scene/scene_file';
 import { el, icon, iconButton } from '../ui/dom';
 import type { Notices } from '../ui/notices';
 
@@ -19,16 +19,6 @@ export function save(bytes: BlobPart, name: string, type: string): void {
   const link = el('a', { href: address, download: name });
   link.click();
   setTimeout(() => URL.revokeObjectURL(address), 60_000);
-}
-
-export function namesOf(app: App): SceneNames {
-  const layers = Object.fromEntries(
-    Object.entries(app.scene.layers).map(([index, source]) => [
-      Number(index),
-      source === undefined ? undefined : fileNameOf(source),
-    ]),
-  );
-  return { frame: fileNameOf(app.scene.frame), layers };
 }
 
 type PictureKind = 'png8' | 'png16' | 'exr';
@@ -42,6 +32,7 @@ export class ExportDialog {
   readonly #library: Library;
   readonly #notices: Notices;
   readonly #command = el('textarea', { readonly: true, rows: 3, id: 'command-line', spellcheck: 'false' });
+  readonly #kept = el('p', { class: 'hint', 'data-export': 'kept' });
   readonly #progress = el('p', { class: 'hint', role: 'status' });
 
   constructor(
@@ -77,8 +68,11 @@ export class ExportDialog {
   }
 
   open(): void {
-    this.#command.value = commandLine(this.#app.scene, this.#app.effect.controls, namesOf(this.#app));
+    this.#command.value = commandLine(this.#app.scene, this.#app.effect.controls, namesOf(this.#app.scene, fileNameOf));
     this.#progress.textContent = '';
+    const hidden = notShown(this.#app.scene);
+    this.#kept.hidden = hidden.length === 0;
+    this.#kept.textContent = `scene.json keeps ${hidden.join(', ')}, which the picture here does not follow.`;
     this.element.showModal();
   }
 
@@ -113,6 +107,7 @@ export class ExportDialog {
         this.#button('scene.json', () => this.#scene(), 'scene'),
         this.#button('Pictures that the page drew', () => void this.#drawnPictures(), 'pictures'),
       ),
+      this.#kept,
       el('label', { for: 'command-line', text: 'Command line' }),
       this.#command,
       el('div', { class: 'buttons' }, this.#copyButton('Copy the command', () => this.#command.value)),
@@ -157,7 +152,7 @@ export class ExportDialog {
   }
 
   #scene(): void {
-    const text = sceneText(this.#app.scene, this.#app.effect.controls, namesOf(this.#app));
+    const text = sceneText(this.#app.scene, this.#app.effect.controls, namesOf(this.#app.scene, fileNameOf));
     save(text, 'scene.json', 'application/json');
     this.#progress.textContent = 'Saved scene.json.';
   }

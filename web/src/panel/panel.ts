@@ -82,7 +82,7 @@ export class Panel {
   ): { readonly element: HTMLElement; readonly updateCommon: () => void } {
     const animate = iconButton('key', `Animate ${control.name}`, () => {
       this.#app.changeScene((scene) =>
-        withAnimation(scene, control, this.#app.frame, !trackOf(scene, control).animated),
+        withAnimation(scene, control, this.#app.frame, !trackOf(scene, control).animated, this.#app.sizes),
       );
     });
     const reset = iconButton('reset', `Reset ${control.name}`, () => {

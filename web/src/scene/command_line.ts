@@ -10,9 +10,9 @@ export function quoted(word: string): string {
   return /^[A-Za-z0-9_./,%:=+#-]+$/.test(word) ? word : `'${word.replaceAll("'", "'\\''")}'`;
 }
 
-/** With keyframes only a scene file tells everything; otherwise each control is an option. */
+/** Keyframes and what another scene brought are told by a scene file; otherwise controls are options. */
 export function commandLine(scene: Scene, controls: readonly Control[], names: SceneNames): string {
-  if (isAnimated(scene)) {
+  if (isAnimated(scene) || scene.kept !== undefined) {
     return 'veltra render scene.json';
   }
   const words = ['veltra', 'render', '-f', names.frame];

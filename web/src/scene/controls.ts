@@ -1,6 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // The controls as the effect declares them, and their values as people read and write them.
+import type { Written } from './point';
 
 interface Common {
   readonly index: number;
@@ -58,6 +59,8 @@ export interface EffectDescription {
 export interface Value {
   readonly x: number;
   readonly y: number;
+  /** Coordinates that a scene file has in another unit; they count, and x or y means nothing. */
+  readonly written?: { readonly x?: Written; readonly y?: Written };
 }
 
 export const fixedOne = 65536;
@@ -85,8 +88,9 @@ export function slug(name: string): string {
     .replace(/^-+|-+$/g, '');
 }
 
+/** A value in another unit is a value of its own. */
 export function sameValue(a: Value, b: Value): boolean {
-  return a.x === b.x && a.y === b.y;
+  return a.x === b.x && a.y === b.y && a.written === undefined && b.written === undefined;
 }
 
 /** To the nearest integer; halves go away from zero, as in the host. */

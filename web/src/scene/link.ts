@@ -4,7 +4,9 @@
 import { deflateSync, inflateSync, strFromU8, strToU8 } from 'fflate';
 import type { Control } from './controls';
 import type { Scene, Source } from './scene';
-import { readScene, sceneText, SceneFailure } from './scene_file';
+import { SceneFailure } from './json';
+import { sceneText } from './scene_file';
+import { readScene } from './scene_reader';
 
 interface Linked {
   /** The scene as a file has it. */
@@ -12,6 +14,8 @@ interface Linked {
   readonly f: Source;
   readonly l: Readonly<Record<string, Source | undefined>>;
   readonly r: readonly [number, number, number, number];
+  /** What a scene file left open: frames named, rate open, depth open. Absent for a scene made here. */
+  readonly k?: readonly [boolean, boolean, boolean];
 }
 
 const mostLinked = 100_000;
@@ -29,11 +33,13 @@ function fromBase64Url(text: string): Uint8Array {
 /** Pictures of one's own stay on the machine: only their names go along. */
 export function linkOf(scene: Scene, controls: readonly Control[]): string {
   const names = { frame: 'frame', layers: {} };
+  const { kept } = scene;
   const linked: Linked = {
     s: sceneText(scene, controls, names),
     f: scene.frame,
     l: scene.layers,
     r: [scene.firstFrame, scene.lastFrame, scene.rate.num, scene.rate.den],
+    ...(kept && { k: [kept.frames, kept.openRate, kept.openDepth] }),
   };
   return `#scene=${toBase64Url(deflateSync(strToU8(JSON.stringify(linked)), { level: 9 }))}`;
 }
@@ -83,7 +89,8 @@ export function sceneFromLink(hash: string, before: Scene, controls: readonly Co
   } catch {
     throw new SceneFailure('the link is not whole (was all of it copied?)');
   }
-  const { scene } = readScene(linked.s, before, controls, { width: 2048, height: 1024 });
+  const { scene } = readScene(linked.s, before, controls);
+  const { kept: read, ...plain } = scene;
   const missing: string[] = [];
   const source = (json: unknown): Source | null => {
     const found = sourceFrom(json);
@@ -101,5 +108,9 @@ export function sceneFromLink(hash: string, before: Scene, controls: readonly Co
     firstFrame !== undefined && lastFrame !== undefined && lastFrame >= firstFrame && num && den
       ? { firstFrame, lastFrame, rate: { num, den } }
       : {};
-  return { scene: { ...scene, ...frames, frame: source(linked.f) ?? before.frame, layers }, missing };
+  const [named = false, openRate = false, openDepth = false] = linked.k ?? [];
+  const kept = linked.k && {
+    kept: { settings: read?.settings ?? {}, layers: {}, frames: named, openRate, openDepth },
+  };
+  return { scene: { ...plain, ...kept, ...frames, frame: source(linked.f) ?? before.frame, layers }, missing };
 }

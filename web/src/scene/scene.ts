@@ -2,15 +2,18 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // A scene as the page holds it: pictures, values over time, frames. Never changed, only replaced.
 import type { Depth, HostValue } from '../engine/protocol';
+import { circleThrough, directionOf, placeOf, pointAt } from '../sphere/geometry';
 import {
   defaultValue,
+  fixedOne,
   hasValue,
-  pixelsOfPercent,
   roundHalfAway,
   type Control,
   type Value,
   type ValueControl,
 } from './controls';
+import type { JsonObject } from './json';
+import { percentOfPoint, pixelsOfPoint, withPoint, type Size } from './point';
 
 export type Interpolation = 'hold' | 'linear' | 'smooth';
 export const interpolations: readonly Interpolation[] = ['hold', 'linear', 'smooth'];
@@ -20,7 +23,13 @@ export interface Key {
   readonly value: Value;
   /** From here to the next. */
   readonly interpolation: Interpolation;
+  /** Of points only; straight when it is absent. */
+  readonly path?: Path;
 }
+
+/** How a point goes from a keyframe to the next: through the frame, or the shortest way on the sphere. */
+export type Path = 'straight' | 'great-circle';
+export const paths: readonly Path[] = ['straight', 'great-circle'];
 
 /** One value for all frames, or keyframes in the order of their frames. */
 export interface Track {
@@ -47,6 +56,24 @@ export interface Rate {
   readonly den: number;
 }
 
+/** A picture's name in a scene file, and what the page shows until that picture is chosen. */
+export interface Named {
+  readonly name: string;
+  readonly standIn: Source | undefined;
+}
+
+/** What a scene file had that the page does not edit; it goes out again as it came. */
+export interface Kept {
+  readonly settings: JsonObject;
+  readonly frame?: Named;
+  readonly layers: Readonly<Record<number, Named | undefined>>;
+  /** Whether the file names its frames. */
+  readonly frames: boolean;
+  /** What the file left to the program, and the person has not chosen since. */
+  readonly openRate: boolean;
+  readonly openDepth: boolean;
+}
+
 export interface Scene {
   readonly frame: Source;
   /** By the index of the layer control; absent is no layer. */
@@ -57,6 +84,8 @@ export interface Scene {
   readonly firstFrame: number;
   readonly lastFrame: number;
   readonly rate: Rate;
+  /** Absent for a scene that was made here. */
+  readonly kept?: Kept;
 }
 
 export function constant(value: Value): Track {
@@ -83,7 +112,14 @@ function holds(control: ValueControl): boolean {
   return control.kind === 'checkbox' || control.kind === 'popup';
 }
 
-function mixed(control: ValueControl, track: Track, frame: number, unit: (v: Value) => Value): Value {
+/** Where a frame lies between keyframes: on the way from the first, or at it for want of a second. */
+interface Span {
+  readonly from: Key;
+  readonly to?: Key;
+  readonly share: number;
+}
+
+function spanAt(control: ValueControl, track: Track, frame: number): Span {
   let from = track.keys[0];
   let to: Key | undefined;
   for (const key of track.keys) {
@@ -93,23 +129,42 @@ function mixed(control: ValueControl, track: Track, frame: number, unit: (v: Val
     }
     from = key;
   }
-  const start = unit(from.value);
   if (to === undefined || frame < from.frame) {
-    return start;
+    return { from, share: 0 };
   }
-  const end = unit(to.value);
   const t = (frame - from.frame) / (to.frame - from.frame);
-  const share = progress(holds(control) ? 'hold' : from.interpolation, t);
+  return { from, to, share: progress(holds(control) ? 'hold' : from.interpolation, t) };
+}
+
+function mixed(start: Value, end: Value, share: number): Value {
   const mix = (a: number, b: number): number => roundHalfAway(a + (b - a) * share);
   return { x: mix(start.x, end.x), y: mix(start.y, end.y) };
 }
 
-/** The value at a frame in the control's own units, for the panel and the handles. */
-export function valueAt(scene: Scene, control: ValueControl, frame: number): Value {
-  return mixed(control, trackOf(scene, control), frame, (value) => value);
+/** Percent on the shorter arc between two points; columns go on beyond the frame's edge. */
+function onArc(start: Value, end: Value, share: number): Value {
+  const whole = 100 * fixedOne;
+  const place = (value: Value): { x: number; y: number } => ({ x: value.x / whole, y: value.y / whole });
+  const circle = circleThrough(directionOf(place(start)), directionOf(place(end)));
+  if (circle === null || share <= 0) {
+    return { x: start.x, y: start.y };
+  }
+  const at = placeOf(pointAt(circle, circle.length * share));
+  const x = at.x + Math.round(start.x / whole - at.x);
+  return { x: Math.round(x * whole), y: Math.round(at.y * whole) };
 }
 
-/** The value at a frame as the host takes it. Points are interpolated in pixels, as the program does. */
+/** The value at a frame in the control's own units, for the panel and the handles. */
+export function valueAt(scene: Scene, control: ValueControl, frame: number, size: Size): Value {
+  const { from, to, share } = spanAt(control, trackOf(scene, control), frame);
+  const shown = (key: Key): Value => (control.kind === 'point' ? percentOfPoint(key.value, size) : key.value);
+  if (to === undefined) {
+    return shown(from);
+  }
+  return (from.path === 'great-circle' ? onArc : mixed)(shown(from), shown(to), share);
+}
+
+/** The value at a frame as the host takes it, mixed as the program mixes. */
 export function hostValueAt(
   scene: Scene,
   control: ValueControl,
@@ -117,11 +172,16 @@ export function hostValueAt(
   width: number,
   height: number,
 ): HostValue {
-  const pixels = (value: Value): Value =>
-    control.kind === 'point'
-      ? { x: pixelsOfPercent(value.x, width), y: pixelsOfPercent(value.y, height) }
-      : value;
-  return { index: control.index, ...mixed(control, trackOf(scene, control), frame, pixels) };
+  const { from, to, share } = spanAt(control, trackOf(scene, control), frame);
+  const host = (key: Key): Value =>
+    control.kind === 'point' ? pixelsOfPoint(key.value, { width, height }) : { x: key.value.x, y: key.value.y };
+  const { index } = control;
+  if (to === undefined) {
+    return { index, ...host(from) };
+  }
+  return from.path === 'great-circle'
+    ? { index, ...host(from), arc: { ...host(to), share } }
+    : { index, ...mixed(host(from), host(to), share) };
 }
 
 export function hostValues(
@@ -147,23 +207,32 @@ function sorted(keys: readonly Key[]): [Key, ...Key[]] {
 }
 
 /** Sets the value: everywhere, or where the control is animated as a keyframe at this frame. */
-export function withValue(scene: Scene, control: ValueControl, frame: number, value: Value): Scene {
+export function withValue(scene: Scene, control: ValueControl, frame: number, value: Value, size: Size): Scene {
   const track = trackOf(scene, control);
+  const old = track.animated ? track.keys.find((key) => key.frame === frame) : track.keys[0];
+  const kept =
+    old === undefined ? value : withPoint(old.value, valueAt(scene, control, frame, size), value);
   if (!track.animated) {
-    return withTrack(scene, control.index, constant(value));
+    return withTrack(scene, control.index, constant(kept));
   }
   const others = track.keys.filter((key) => key.frame !== frame);
   const before = [...track.keys].reverse().find((key) => key.frame <= frame);
-  const interpolation = before?.interpolation ?? 'linear';
+  const { interpolation = 'linear', path } = before ?? {};
   return withTrack(scene, control.index, {
     animated: true,
-    keys: sorted([...others, { frame, value, interpolation }]),
+    keys: sorted([...others, { frame, value: kept, interpolation, ...(path && { path }) }]),
   });
 }
 
+/** The value at a frame, in the unit that it was written in where there is such. */
+function writtenAt(scene: Scene, control: ValueControl, frame: number, size: Size): Value {
+  const { from, to } = spanAt(control, trackOf(scene, control), frame);
+  return to === undefined || from.frame === frame ? from.value : valueAt(scene, control, frame, size);
+}
+
 /** Starts or ends animation; ending keeps the value of this frame. */
-export function withAnimation(scene: Scene, control: ValueControl, frame: number, on: boolean): Scene {
-  const value = valueAt(scene, control, frame);
+export function withAnimation(scene: Scene, control: ValueControl, frame: number, on: boolean, size: Size): Scene {
+  const value = writtenAt(scene, control, frame, size);
   return withTrack(
     scene,
     control.index,
@@ -174,14 +243,12 @@ export function withAnimation(scene: Scene, control: ValueControl, frame: number
 /** Takes a keyframe away; without the last one the control is no longer animated. */
 export function withoutKey(scene: Scene, control: ValueControl, frame: number): Scene {
   const track = trackOf(scene, control);
-  const keys = track.keys.filter((key) => key.frame !== frame);
-  const [first, ...rest] = keys;
+  const gone = track.keys.find((key) => key.frame === frame) ?? track.keys[0];
+  const [first, ...rest] = track.keys.filter((key) => key.frame !== frame);
   return withTrack(
     scene,
     control.index,
-    first === undefined
-      ? constant(valueAt(scene, control, frame))
-      : { animated: true, keys: [first, ...rest] },
+    first === undefined ? constant(gone.value) : { animated: true, keys: [first, ...rest] },
   );
 }
 
@@ -199,16 +266,15 @@ export function withKeyMoved(scene: Scene, control: ValueControl, from: number, 
   });
 }
 
-export function withInterpolation(
+/** Changes what a keyframe tells of the way to the next. */
+export function withWay(
   scene: Scene,
   control: ValueControl,
   frame: number,
-  interpolation: Interpolation,
+  way: { readonly interpolation?: Interpolation; readonly path?: Path },
 ): Scene {
   const track = trackOf(scene, control);
-  const [first, ...rest] = track.keys.map((key) =>
-    key.frame === frame ? { ...key, interpolation } : key,
-  );
+  const [first, ...rest] = track.keys.map((key) => (key.frame === frame ? { ...key, ...way } : key));
   return first === undefined
     ? scene
     : withTrack(scene, control.index, { ...track, keys: [first, ...rest] });

@@ -7,11 +7,11 @@ import { hasValue, slug, type ValueControl } from '../scene/controls';
 import {
   interpolations,
   isAnimated,
+  paths,
   trackOf,
-  withInterpolation,
   withKeyMoved,
   withoutKey,
-  type Interpolation,
+  withWay,
   type Key,
 } from '../scene/scene';
 import { rateText } from '../scene/scene_file';
@@ -147,7 +147,11 @@ export class Timeline {
     });
     this.#rate.addEventListener('change', () => {
       const [num = 24, den = 1] = this.#rate.value.split('/').map(Number);
-      app.changeScene((scene) => ({ ...scene, rate: { num, den } }));
+      app.changeScene((scene) => ({
+        ...scene,
+        rate: { num, den },
+        ...(scene.kept && { kept: { ...scene.kept, openRate: false } }),
+      }));
     });
   }
 
@@ -289,20 +293,35 @@ export class Timeline {
       return;
     }
     const { control } = selected;
-    const select = el(
-      'select',
-      { 'aria-label': 'Interpolation after this keyframe' },
-      ...interpolations.map((name) => el('option', { value: name, text: name })),
+    const select = this.#wayField('Interpolation after this keyframe', interpolations, key.interpolation, (interpolation) =>
+      this.#app.changeScene((scene) => withWay(scene, control, key.frame, { interpolation })),
     );
-    select.value = key.interpolation;
-    select.addEventListener('change', () => {
-      const interpolation: Interpolation = interpolations.find((each) => each === select.value) ?? 'linear';
-      this.#app.changeScene((scene) => withInterpolation(scene, control, key.frame, interpolation));
-    });
+    const path = this.#wayField('Way to the next keyframe', paths, key.path ?? 'straight', (way) =>
+      this.#app.changeScene((scene) => withWay(scene, control, key.frame, { path: way })),
+    );
     this.#details.replaceChildren(
       el('span', { text: `${control.name}, frame ${key.frame}, then` }),
       select,
+      ...(control.kind === 'point' ? [path] : []),
       iconButton('trash', 'Remove the keyframe', () => this.#remove(control, key.frame)),
     );
+  }
+
+  #wayField<Word extends string>(
+    label: string,
+    words: readonly Word[],
+    value: Word,
+    take: (word: Word) => void,
+  ): HTMLSelectElement {
+    const options = words.map((name) => el('option', { value: name, text: name.replace('-', ' ') }));
+    const select = el('select', { 'aria-label': label }, ...options);
+    select.value = value;
+    select.addEventListener('change', () => {
+      const word = words.find((each) => each === select.value);
+      if (word !== undefined) {
+        take(word);
+      }
+    });
+    return select;
   }
 }

@@ -51,6 +51,7 @@ test('alpha of a layer stays straight, through a browser’s decoder too', async
     mimeType: 'image/png',
     buffer: Buffer.from(writePng(4, 2, 4, Uint8Array.from({ length: 32 }, (_, i) => [201, 13, 77, 2][i % 4] ?? 0))),
   });
+  await expect(studio.locator('#choose-frame')).toHaveValue('file');
   await studio.locator('[data-control="layer"] select').first().selectOption('none');
   await settled(studio);
   await studio.getByRole('button', { name: 'Export', exact: true }).click();

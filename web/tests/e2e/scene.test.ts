@@ -20,6 +20,18 @@ async function type(page: Page, name: string, label: RegExp, value: string): Pro
   await field.press('Enter');
 }
 
+interface File {
+  readonly name: string;
+  readonly buffer: Buffer;
+}
+
+async function openPictures(page: Page, frame: File, layer: File): Promise<void> {
+  await page.getByLabel('Open a panorama').setInputFiles({ ...frame, mimeType: '' });
+  await expect(page.locator('#choose-frame')).toHaveValue('file');
+  await page.getByLabel('Open a layer').setInputFiles({ ...layer, mimeType: '' });
+  await expect(control(page, 'layer').locator('select').first()).toHaveValue('file');
+}
+
 /** Soft colours with soft alpha at some places. */
 function picture(width: number, height: number, alpha: boolean, full: number): number[] {
   return Array.from({ length: width * height * 4 }, (_, i) => {
@@ -39,8 +51,7 @@ for (const depth of ['8', '16', 'float'] as const) {
         : writePng(512, 256, 4, Uint16Array.from(picture(512, 256, true, 65535))),
     );
     const layer = Buffer.from(writePng(200, 60, 4, Uint8Array.from(picture(200, 60, true, 255))));
-    await studio.getByLabel('Open a panorama').setInputFiles({ name: 'frame.png', mimeType: '', buffer: frame });
-    await studio.getByLabel('Open a layer').setInputFiles({ name: 'layer.png', mimeType: '', buffer: layer });
+    await openPictures(studio, { name: 'frame.png', buffer: frame }, { name: 'layer.png', buffer: layer });
     await studio.getByRole('radio', { name: 'Tile' }).click();
     await type(studio, 'start-point', /X$/, '71.3');
     await type(studio, 'end-point', /Y$/, '-14.9');
@@ -66,6 +77,49 @@ for (const depth of ['8', '16', 'float'] as const) {
     await rm(folder, { recursive: true });
   });
 }
+
+test('a scene from elsewhere renders as the program renders it, and goes out as it came', async ({ studio }) => {
+  const folder = await mkdtemp(join(tmpdir(), 'veltra-web-'));
+  const frame = Buffer.from(writePng(500, 250, 4, Uint8Array.from(picture(500, 250, false, 255))));
+  const layer = Buffer.from(writePng(120, 60, 4, Uint8Array.from(picture(120, 60, true, 255))));
+  const scene = {
+    version: 1,
+    frame: 'street.png',
+    output: 'made/####.png',
+    frames: '1-9',
+    compression: '3',
+    controls: {
+      layer: 'sign.png',
+      'start-point': {
+        keys: [
+          { frame: 1, value: ['-150deg', '33.3deg'], interpolation: 'smooth', path: 'great-circle' },
+          { frame: 9, value: [421.77, '20%'] },
+        ],
+      },
+      'end-point': [77.123, '-41deg'],
+    },
+  };
+  const json = Buffer.from(JSON.stringify(scene));
+  await studio.getByLabel('Open scene.json').setInputFiles({ name: 'scene.json', mimeType: '', buffer: json });
+  await expect(studio.locator('.notice')).toContainText('Choose its pictures too: street.png, sign.png.');
+  await openPictures(studio, { name: 'street.png', buffer: frame }, { name: 'sign.png', buffer: layer });
+  await studio.getByLabel('Frame number').fill('4');
+  await studio.getByLabel('Frame number').press('Enter');
+  await expect(control(studio, 'panorama').locator('.hint')).toHaveText('500 × 250');
+  await expect(control(studio, 'end-point').getByLabel('End Point X')).toHaveValue('77.1');
+  await settled(studio);
+  await studio.getByRole('button', { name: 'Export', exact: true }).click();
+  const own = await exported(studio, 'png8');
+  const out = await exported(studio, 'scene');
+  expect(JSON.parse(out.toString())).toMatchObject(scene);
+  await writeFile(join(folder, 'street.png'), frame);
+  await writeFile(join(folder, 'sign.png'), layer);
+  await writeFile(join(folder, 'scene.json'), json);
+  await run(program, ['render', 'scene.json', '--frames', '4', '-o', 'four.png', '--quiet'], { cwd: folder });
+  const native = readPng(new Uint8Array(await readFile(join(folder, 'four.png'))));
+  expect(Buffer.from(readPng(Uint8Array.from(own)).data).equals(Buffer.from(native.data))).toBe(true);
+  await rm(folder, { recursive: true });
+});
 
 test('an animated scene goes out, comes back by file and by link, and renders as a sequence', async ({ studio, address }) => {
   const frameNumber = studio.getByLabel('Frame number');

@@ -3,16 +3,17 @@
 import { beforeAll, describe, expect, test } from 'vitest';
 import {
   fixedText, hasValue, parseDecimal, percentOfPixels, pixelsOfPercent, slug, toFixed16,
-  type EffectDescription, type ValueControl,
+  type EffectDescription, type Value, type ValueControl,
 } from '../../src/scene/controls';
 import { commandLine } from '../../src/scene/command_line';
 import { History } from '../../src/scene/history';
 import { linkOf, sceneFromLink } from '../../src/scene/link';
 import {
-  constant, hostValueAt, trackOf, valueAt, withAnimation, withInterpolation, withKeyMoved, withoutKey,
-  withTrack, withValue, type Scene,
+  constant, hostValueAt, trackOf, valueAt as valueOn, withAnimation as withAnimationOn, withKeyMoved, withoutKey,
+  withTrack, withValue as withValueOn, withWay, type Scene, type Source,
 } from '../../src/scene/scene';
-import { readScene, sceneText } from '../../src/scene/scene_file';
+import { namesOf, notShown, sceneText } from '../../src/scene/scene_file';
+import { readScene } from '../../src/scene/scene_reader';
 import { loadEffect } from './effect';
 
 let effect: EffectDescription;
@@ -38,6 +39,11 @@ const empty: Scene = {
   rate: { num: 24, den: 1 },
 };
 const size = { width: 2048, height: 1024 };
+const valueAt = (scene: Scene, each: ValueControl, frame: number): Value => valueOn(scene, each, frame, size);
+const withValue = (scene: Scene, each: ValueControl, frame: number, value: Value): Scene =>
+  withValueOn(scene, each, frame, value, size);
+const withAnimation = (scene: Scene, each: ValueControl, frame: number, on: boolean): Scene =>
+  withAnimationOn(scene, each, frame, on, size);
 const names = { frame: 'frame.png', layers: { 1: 'layer.png' } };
 
 describe('numbers', () => {
@@ -71,9 +77,9 @@ describe('keyframes', () => {
     scene = withValue(scene, opacity, 11, { x: 1000, y: 0 });
     const at = (frame: number): number => valueAt(scene, opacity, frame).x;
     expect([at(1), at(3), at(6), at(11), at(50)]).toEqual([0, 200, 500, 1000, 1000]);
-    scene = withInterpolation(scene, opacity, 1, 'smooth');
+    scene = withWay(scene, opacity, 1, { interpolation: 'smooth' });
     expect([at(3), at(6)]).toEqual([104, 500]);
-    scene = withInterpolation(scene, opacity, 1, 'hold');
+    scene = withWay(scene, opacity, 1, { interpolation: 'hold' });
     expect([at(10), at(11)]).toEqual([0, 1000]);
   });
   test('checkboxes and popups hold whatever the keyframe says', () => {
@@ -129,12 +135,14 @@ describe('scene files', () => {
   };
   test('what is written is read back as it was', () => {
     const scene = rich();
-    const read = readScene(sceneText(scene, effect.controls, names), empty, effect.controls, size);
+    const read = readScene(sceneText(scene, effect.controls, names), empty, effect.controls);
     for (const each of effect.controls.filter(hasValue)) {
       expect(trackOf(read.scene, each)).toEqual(trackOf(scene, each));
     }
-    expect(read.names).toEqual(names);
-    expect(read.unused).toEqual([]);
+    expect(read.named).toEqual(['frame.png', 'layer.png']);
+    expect(sceneText(read.scene, effect.controls, namesOf(read.scene, () => 'another.png'))).toBe(
+      sceneText(scene, effect.controls, names),
+    );
     expect([read.scene.depth, read.scene.lastFrame, read.scene.rate]).toEqual(['float', 48, scene.rate]);
   });
   test('short names, texts and pixels are read as the program reads them', () => {
@@ -142,11 +150,86 @@ describe('scene files', () => {
       version: 1,
       controls: { degrees: 20, start: '25%,512', placement: 2, filtering: true, layer: 'none' },
     });
-    const { scene } = readScene(text, empty, effect.controls, size);
+    const { scene } = readScene(text, empty, effect.controls);
     expect(valueAt(scene, control('size-degrees'), 1).x).toBe(20 * 65536);
     expect(valueAt(scene, control('start-point'), 1)).toEqual({ x: 25 * 65536, y: 50 * 65536 });
     expect(valueAt(scene, control('layer-placement'), 1).x).toBe(2);
     expect(valueAt(scene, control('spherical-filtering'), 1).x).toBe(1);
+  });
+  /** What other programs write, and the page does not. */
+  const foreign = {
+    version: 1,
+    frame: 'footage/street.####.exr',
+    output: 'renders/street.####.exr',
+    frames: '1001-1100',
+    rate: '30000/1001',
+    depth: 'float',
+    'output-depth': 'half',
+    size: '4096x2048',
+    'layer-start': 1001,
+    'layer-end': 'loop',
+    classic: true,
+    'from-a-later-version': { deep: [1, 'two'] },
+  };
+  const foreignControls = {
+    layer: 'titles/name.png',
+    'start-point': ['30deg', '-10.5deg'],
+    'end-point': {
+      keys: [
+        { frame: 1001, value: ['-60deg', '20deg'], interpolation: 'smooth', path: 'great-circle' },
+        { frame: 1100, value: [3200.25, '25%'] },
+      ],
+    },
+  };
+  const opened = (json: object): Scene => readScene(JSON.stringify(json), empty, effect.controls).scene;
+  const written = (scene: Scene): { controls: object } =>
+    JSON.parse(sceneText(scene, effect.controls, namesOf(scene, (source) => (source.kind === 'file' ? source.name : 'other.png')))) as { controls: object };
+
+  test('what the page does not edit goes out as it came in', () => {
+    const scene = opened({ ...foreign, controls: foreignControls });
+    const { controls, ...settings } = written(scene);
+    expect(settings).toEqual(foreign);
+    expect(controls).toMatchObject(foreignControls);
+    expect(notShown(scene)).toEqual(['size', 'layer-start', 'layer-end', 'classic', 'from-a-later-version']);
+    expect(commandLine(scene, effect.controls, names)).toBe('veltra render scene.json');
+    const linked = sceneFromLink(linkOf(scene, effect.controls), empty, effect.controls);
+    const { frame, ...rest } = foreign;
+    expect(written(linked?.scene ?? empty)).toMatchObject(rest);
+    expect(frame).toContain('street');
+  });
+  test('what a scene leaves to the program stays so', () => {
+    const bare = { version: 1, frame: 'clip.mov', output: 'out.mov', controls: {} };
+    const { controls, ...settings } = written(opened(bare));
+    expect({ ...settings, controls: {} }).toEqual(bare);
+    expect(controls).toMatchObject({ layer: 'none' });
+    expect(opened(bare).layers[1]).toBeUndefined();
+  });
+  test('a picture that the scene means has its name, another one its own', () => {
+    const scene = opened({ ...foreign, controls: foreignControls });
+    const file = (name: string): Source => ({ kind: 'file', id: name, name });
+    expect(written({ ...scene, frame: file('street.1001.exr') })).toMatchObject({ frame: foreign.frame });
+    expect(written({ ...scene, frame: file('sea.exr') })).toMatchObject({ frame: 'sea.exr' });
+    expect(written({ ...scene, layers: { 1: file('name.png') } }).controls).toMatchObject({ layer: 'titles/name.png' });
+  });
+  test('pixels and degrees count for whatever frame there is, until they are changed', () => {
+    const start = control('start-point');
+    let scene = opened({ version: 1, controls: { start: [512, '45deg'] } });
+    expect(valueOn(scene, start, 1, { width: 2048, height: 1024 })).toEqual({ x: 25 * 65536, y: 25 * 65536 });
+    expect(valueOn(scene, start, 1, { width: 1024, height: 512 })).toEqual({ x: 50 * 65536, y: 25 * 65536 });
+    expect(hostValueAt(scene, start, 1, 1000, 500)).toEqual({ index: start.index, x: 512 * 65536, y: 125 * 65536 });
+    scene = withValue(scene, start, 1, { ...valueAt(scene, start, 1), x: 10 * 65536 });
+    expect(written(scene).controls).toMatchObject({ 'start-point': ['10%', '45deg'] });
+  });
+  test('a way along a great circle goes on beyond the edge of the frame', () => {
+    const start = control('start-point');
+    const keys = [
+      { frame: 1, value: ['170deg', '0deg'], path: 'great-circle' },
+      { frame: 3, value: ['-170deg', '0deg'] },
+    ];
+    const scene = opened({ version: 1, controls: { start: { keys } } });
+    expect(valueAt(scene, start, 2).x / 65536).toBeCloseTo(100, 3);
+    const third = hostValueAt(scene, start, 2, 2048, 1024);
+    expect(third.arc?.share).toBe(0.5);
   });
   test.each([
     ['{', 'not valid JSON'],
@@ -158,8 +241,16 @@ describe('scene files', () => {
     ['{"version":1,"controls":{"opacity":{"keys":[]}}}', 'at least one keyframe'],
     ['{"version":1,"depth":"12"}', 'depth: 8, 16 or float is expected'],
     ['{"version":1,"frames":"9-2"}', 'frames: a range is expected'],
+    ['{"version":1,"layers":[]}', 'layers: this page edits one layer'],
+    ['{"version":1,"controls":{"start":["10deg","91deg"]}}', 'controls.start: a pitch of -90deg to 90deg'],
+    ['{"version":1,"controls":{"start":["4 px","1"]}}', 'controls.start: a coordinate is expected'],
+    ['{"version":1,"controls":{"travel":1,"travel-":2}}', 'controls.travel-: there is no such control'],
+    ['{"version":1,"controls":{"degrees":1,"size-degrees":2}}', 'controls.size-degrees: is set already, as degrees'],
+    ['{"version":1,"controls":{"travel":{"keys":[{"frame":1,"value":0,"ease":1}]}}}', 'keys[0].ease: unknown key'],
+    ['{"version":1,"controls":{"travel":{"keys":[{"frame":1,"value":0,"path":"straight"}]}}}', 'only points have one'],
+    ['{"version":1,"controls":{"start":{"keys":[{"frame":1,"value":[1,2],"path":"round"}]}}}', 'expected straight, great-circle'],
   ])('%s says what is wrong', (text, reason) => {
-    expect(() => readScene(text, empty, effect.controls, size)).toThrow(reason);
+    expect(() => readScene(text, empty, effect.controls)).toThrow(reason);
   });
   test('the command line tells what differs from the defaults', () => {
     let scene = withValue(empty, control('size-degrees'), 1, { x: toFixed16(12), y: 0 });
