@@ -1,0 +1,194 @@
+#!/usr/bin/env python3
+# Copyright 2026 The Veltra Authors
+# SPDX-License-Identifier: BSD-3-Clause
+"""Installs and removes the Windows packages under Wine, and looks at everything in dist/.
+
+usage: test_windows_packages.py --dist DIR --effect VELTRA.aex [Files | Installer]
+
+scripts/test package runs Files after scripts/package; Installer needs Wine. What is installed has to be the effect of the
+build, which the conformance tests have run under Wine.
+"""
+
+import argparse
+import hashlib
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import zipfile
+
+OPTIONS = None
+FOLDERS = os.environ["PATH"] + ":/usr/lib/wine"
+WINE = shutil.which("wine64", path=FOLDERS)
+WINESERVER = shutil.which("wineserver64", path=FOLDERS)
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
+PLUGINS = "Program Files/Adobe/Common/Plug-ins/7.0/MediaCore"
+REFUSED = 1603  # what msiexec answers when a condition of the package fails
+
+
+def package(pattern):
+    found, = OPTIONS.dist.glob(pattern)
+    return found
+
+
+def run_well(*arguments, **options):
+    process = subprocess.run([str(argument) for argument in arguments], capture_output=True,
+                             timeout=240, **options)
+    if process.returncode != 0:
+        raise AssertionError(f"{arguments[0]}: {process.returncode}: "
+                             f"{process.stdout[-1500:]} {process.stderr[-1500:]}")
+    return process.stdout
+
+
+class WineTest(unittest.TestCase):
+    """A Windows of its own, made once."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="veltra-packages-"))
+        cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
+        cls.environment = dict(os.environ, WINEPREFIX=str(cls.folder / "wine"), WINEDEBUG="-all",
+                               WINEDLLOVERRIDES="mscoree=,mshtml=", LC_ALL="C.UTF-8")
+        cls.wine("wineboot", "-i")
+        cls.drive = cls.folder / "wine/drive_c"
+        cls.addClassCleanup(subprocess.run, [WINESERVER, "-k"], check=False,
+                            env=cls.environment)
+    @classmethod
+    def wine(cls, *arguments, expected=0, **options):
+        """Runs a Windows program; answers what it printed."""
+        # Not through pipes: the services that the first program starts would hold them open.
+        with tempfile.TemporaryFile() as output:
+            process = subprocess.run([WINE, *map(str, arguments)], env=cls.environment,
+                                     timeout=240, stdin=subprocess.DEVNULL, stdout=output,
+                                     stderr=output, check=False, **options)
+            output.seek(0)
+            text = output.read().decode(errors="replace").replace("\r", "")
+        if (process.returncode == 0) != (expected == 0):
+            raise AssertionError(f"{arguments}: {process.returncode} {text[-1500:]}")
+        return text
+
+    def install(self, msi, *properties, expected=0):
+        self.wine("msiexec", "/i", msi, "/qn", *properties, expected=expected)
+
+    def remove(self, msi):
+        self.wine("msiexec", "/x", msi, "/qn")
+
+    def ours(self):
+        """Every file and folder that an installation may have made."""
+        return sorted(str(path.relative_to(self.drive)) for top in ("Veltra", "Adobe")
+                      for path in [self.drive / "Program Files" / top,
+                                   *(self.drive / "Program Files" / top).rglob("*")]
+                      if path.exists())
+
+    def other_version(self, version, folder):
+        """An installer of another version, of the files of this one."""
+        with zipfile.ZipFile(package("*-windows-x64.zip")) as archive:
+            archive.extractall(folder)
+        unpacked, = folder.iterdir()
+        files = self.folder / ("files" + version)
+        (files / "effect").mkdir(parents=True)
+        (unpacked / "Veltra.aex").rename(files / "effect/Veltra.aex")
+        unpacked.rename(files / "documents")
+        msi = self.folder / f"{version}.msi"
+        run_well(sys.executable, REPOSITORY / "packaging/windows/make_msi.py", "--version", version,
+                 "--files", files, "--epoch", "1700000000", "--output", msi)
+        return msi
+
+
+class Installer(WineTest):
+    def assert_effect(self, path):
+        self.assertEqual(path.read_bytes(), OPTIONS.effect.read_bytes())
+
+    def test_a_life_from_installation_to_removal(self):
+        msi = package("*.msi")
+        documents = self.drive / "Program Files/Veltra"
+        effect = self.drive / PLUGINS / "Veltra/Veltra.aex"
+        self.assertEqual(self.ours(), [])
+        self.install(msi)
+        self.assert_effect(effect)
+        whole = (documents / "README.md").read_bytes()
+        before = self.ours()
+
+        (documents / "README.md").unlink()
+        effect.write_bytes(b"damaged")
+        self.install(msi, "REINSTALL=ALL", "REINSTALLMODE=amus")
+        self.assertEqual((documents / "README.md").read_bytes(), whole)
+        self.assert_effect(effect)
+        self.assertEqual(self.ours(), before)
+
+        newer = self.other_version("99.0.0", self.folder / "newer")
+        self.install(newer)
+        self.assertEqual(self.ours(), before)
+        self.install(msi, expected=REFUSED)
+        self.assertEqual(self.ours(), before)
+        self.assert_effect(effect)
+        self.remove(newer)
+        self.assertEqual(self.ours(), [])
+
+    def test_folders_that_were_there_before_stay(self):
+        (self.drive / PLUGINS).mkdir(parents=True)
+        before = self.ours()
+        self.install(package("*.msi"))
+        self.remove(package("*.msi"))
+        self.assertEqual(self.ours(), before)
+        shutil.rmtree(self.drive / "Program Files/Adobe")
+
+    def test_the_effect_alone_in_another_folder_that_an_upgrade_remembers(self):
+        msi = package("*.msi")
+        place = self.drive / "My Plug-ins/V"
+        self.install(msi, "ADDLOCAL=Effect", "PLUGINFOLDER=C:\\My Plug-ins\\V")
+        self.assert_effect(place / "Veltra.aex")
+        self.assertEqual(self.ours(), [])
+        newer = self.other_version("99.0.1", self.folder / "another")
+        self.install(newer, "ADDLOCAL=Effect")
+        self.assert_effect(place / "Veltra.aex")
+        self.assertEqual(self.ours(), [])
+        self.remove(newer)
+        self.assertFalse(place.exists())
+
+
+class Files(unittest.TestCase):
+    def test_the_sums_are_those_of_every_file(self):
+        lines = (OPTIONS.dist / "SHA256SUMS").read_text().splitlines()
+        sums = dict(reversed(line.split("  ")) for line in lines)
+        names = {path.name for path in OPTIONS.dist.iterdir()} - {"SHA256SUMS"}
+        self.assertEqual(set(sums), names)
+        for name, told in sums.items():
+            self.assertEqual(hashlib.sha256((OPTIONS.dist / name).read_bytes()).hexdigest(), told)
+
+    def test_the_zip_has_the_effect_and_the_licence_of_everything_in_the_bill(self):
+        bill = json.loads(package("*.cdx.json").read_text())
+        with zipfile.ZipFile(package("*-windows-x64.zip")) as archive:
+            folder = archive.namelist()[0]
+            self.assertEqual(archive.read(folder + "Veltra.aex"), OPTIONS.effect.read_bytes())
+            self.assertIn(b"BSD", archive.read(folder + "LICENSE.txt"))
+            for part in bill["components"]:
+                text = archive.read(f"{folder}licences/{part['name']}.txt")
+                self.assertGreater(len(text), 300)
+
+    def test_the_bill_tells_versions_and_licences(self):
+        bill = json.loads(package("*.cdx.json").read_text())
+        self.assertEqual((bill["bomFormat"], bill["specVersion"]), ("CycloneDX", "1.4"))
+        self.assertTrue(bill["components"])
+        for part in bill["components"]:
+            self.assertRegex(part["version"], r"^\d")
+            self.assertTrue(part["licenses"][0]["expression"])
+
+    def test_the_tarball_renders_where_it_is_unpacked(self):
+        with tempfile.TemporaryDirectory() as folder:
+            run_well("tar", "-C", folder, "-xf", package("*-linux-x86_64.tar.gz"))
+            program, = pathlib.Path(folder).glob("*/bin/veltra")
+            self.assertIn(folder, run_well(program, "about").decode())
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser()
+    for name in ("dist", "effect"):
+        parser.add_argument(f"--{name}", required=True,
+                            type=lambda text: pathlib.Path(text).resolve())
+    OPTIONS, rest = parser.parse_known_args()
+    unittest.main(argv=[sys.argv[0], *rest])
