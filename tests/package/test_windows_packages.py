@@ -5,8 +5,7 @@
 
 usage: test_windows_packages.py --dist DIR --effect VELTRA.aex [Files | Installer]
 
-scripts/test package runs Files after scripts/package; Installer needs Wine. What is installed has to be the effect of the
-build, which the conformance tests have run under Wine.
+What is installed has to be the effect of the build, which the conformance tests have run under Wine.
 """
 
 import argparse
