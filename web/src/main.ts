@@ -8,9 +8,10 @@ import { ExportDialog } from './export/dialog';
 import { Panel } from './panel/panel';
 import { frameChooser, layerChooser, fileButton } from './pictures/chooser';
 import { FileWorker } from './pictures/files';
-import { kindOf } from './pictures/formats';
+import { kindOf, PictureFailure } from './pictures/formats';
 import { Library, fileNameOf } from './pictures/library';
 import { depthOf, Preview } from './preview';
+import { VideoFile } from './pictures/video';
 import { parseDescription, type EffectDescription } from './scene/controls';
 import { sceneFromLink } from './scene/link';
 import type { Scene, Source } from './scene/scene';
@@ -61,7 +62,7 @@ class Page {
     this.#preview = new Preview(this.#app, engine, this.#library, this.#stage, fail);
     this.#timeline = new Timeline(this.#app, this.#preview);
     this.#export = new ExportDialog(
-      this.#app, engine, this.#preview, this.#files, this.#library, this.#notices, null,
+      this.#app, engine, this.#preview, this.#files, this.#library, this.#notices,
     );
   }
 
@@ -231,17 +232,42 @@ class Page {
     }
     this.#notices.show(`Reading ${file.name}…`);
     try {
+      if (kind === 'video') {
+        await this.#openVideo(file, use);
+        return;
+      }
       const source = this.#library.addFile(file.name, await this.#files.read(file));
       this.#use(source, use);
       this.#notices.clear();
-      const { width, height } = await this.#library.get(source);
-      if (use === 'frame' && width !== 2 * height) {
-        this.#notices.show(`${file.name} is ${width} × ${height}, not 2:1. It is used as the whole sphere all the same.`);
+      if (use === 'frame') {
+        this.#tellShape(file.name, await this.#library.get(source, 1));
       }
     } catch (error) {
       const reason = error instanceof Error ? error.message : String(error);
       this.#notices.show(`${file.name}: ${reason}`, 'trouble');
     }
+  }
+
+  #tellShape(name: string, { width, height }: { readonly width: number; readonly height: number }): void {
+    if (width !== 2 * height) {
+      this.#notices.show(`${name} is ${width} × ${height}, not 2:1. It is used as the whole sphere all the same.`);
+    }
+  }
+
+  async #openVideo(file: File, use: 'frame' | 'layer'): Promise<void> {
+    if (use === 'layer') {
+      throw new PictureFailure('a video cannot be the layer here, only the panorama (veltra render takes both)');
+    }
+    const video = await VideoFile.open(file);
+    await video.frame(1);
+    const frame = this.#library.addVideo(file.name, video);
+    this.#app.changeScene((scene) => {
+      const kept = { settings: {}, layers: {}, ...scene.kept, frames: true, openRate: true, openDepth: false };
+      return { ...scene, frame, depth: '8', firstFrame: 1, lastFrame: video.count, rate: video.rate, kept };
+    });
+    this.#app.setFrame(1);
+    this.#notices.clear();
+    this.#tellShape(file.name, video);
   }
 
   #use(source: Source, use: 'frame' | 'layer'): void {

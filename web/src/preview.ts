@@ -92,14 +92,14 @@ export class Preview {
   }
 
   /** The pictures of the scene; reads or draws what is not there yet. */
-  async inputs(scene: Scene): Promise<Inputs> {
+  async inputs(scene: Scene, frame: number): Promise<Inputs> {
     const layers = [];
     for (const [index, source] of Object.entries(scene.layers)) {
       if (source !== undefined) {
-        layers.push({ index: Number(index), picture: await this.#library.get(source) });
+        layers.push({ index: Number(index), picture: await this.#library.get(source, frame) });
       }
     }
-    return { frame: await this.#library.get(scene.frame), layers };
+    return { frame: await this.#library.get(scene.frame, frame), layers };
   }
 
   /** Shows the present state as soon as can be; the newest call wins. */
@@ -151,7 +151,7 @@ export class Preview {
 
   async #show(): Promise<void> {
     const { scene, frame, look } = this.#app;
-    const inputs = await this.#inputsNow(scene);
+    const inputs = await this.#inputsNow(scene, frame);
     const moving = this.#moving;
     const full = downsamples.find((each) => inputs.frame.width / each <= mostScreenWidth) ?? 8;
     const downsample = moving ? Math.max(full, this.#quickDownsample(inputs.frame)) : full;
@@ -192,15 +192,15 @@ export class Preview {
   }
 
   /** For the screen a draft of the frame will do until it is drawn. */
-  async #inputsNow(scene: Scene): Promise<Inputs> {
+  async #inputsNow(scene: Scene, frame: number): Promise<Inputs> {
     const draft = this.#library.draftOf(scene.frame);
     if (draft === undefined) {
-      const inputs = await this.inputs(scene);
+      const inputs = await this.inputs(scene, frame);
       this.#noteSizes(inputs);
       return inputs;
     }
-    void this.#library.get(scene.frame).then(() => this.update());
-    return { ...(await this.inputs({ ...scene, frame: draft.source })), frame: draft.picture };
+    void this.#library.get(scene.frame, frame).then(() => this.update());
+    return { ...(await this.inputs({ ...scene, frame: draft.source }, frame)), frame: draft.picture };
   }
 
   #quickDownsample(frame: Picture): number {

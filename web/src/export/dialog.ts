@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Everything that leaves the page: pictures, the scene, the command, a link.
 import type { App } from '../app';
-import type { Engine } from '../engine/engine';
+import type { Engine, RenderedFrame } from '../engine/engine';
 import type { Delivery } from '../engine/protocol';
 import type { FileWorker } from '../pictures/files';
 import { fileNameOf, type Library } from '../pictures/library';
@@ -12,6 +12,7 @@ import { linkOf } from '../scene/link';
 import type { Source } from '../scene/scene';
 import { namesOf, notShown, sceneText } from '../scene/scene_file';
 import { el, icon, iconButton } from '../ui/dom';
+import { encodeVideo, type VideoKind } from './video';
 import type { Notices } from '../ui/notices';
 
 export function save(bytes: BlobPart, name: string, type: string): void {
@@ -32,6 +33,8 @@ export class ExportDialog {
   readonly #library: Library;
   readonly #notices: Notices;
   readonly #command = el('textarea', { readonly: true, rows: 3, id: 'command-line', spellcheck: 'false' });
+  readonly #cancel = el('button', { type: 'button', class: 'button quiet', hidden: true, text: 'Cancel' });
+  #encoding: AbortController | null = null;
   readonly #kept = el('p', { class: 'hint', 'data-export': 'kept' });
   readonly #progress = el('p', { class: 'hint', role: 'status' });
 
@@ -42,7 +45,6 @@ export class ExportDialog {
     files: FileWorker,
     library: Library,
     notices: Notices,
-    extra: HTMLElement | null,
   ) {
     this.#app = app;
     this.#engine = engine;
@@ -60,11 +62,12 @@ export class ExportDialog {
         iconButton('close', 'Close', () => this.element.close()),
       ),
       this.#pictureSection(),
-      ...(extra === null ? [] : [extra]),
+      this.#videoSection(),
       this.#sceneSection(),
       this.#linkSection(),
       this.#progress,
     );
+    this.element.addEventListener('close', () => this.#encoding?.abort());
   }
 
   open(): void {
@@ -93,6 +96,26 @@ export class ExportDialog {
         this.#button('OpenEXR, float', () => void this.#picture('exr'), 'exr'),
       ),
       el('p', { class: 'hint', text: 'Rendered in the depth that the scene has, as veltra render does.' }),
+    );
+  }
+
+  #videoSection(): HTMLElement {
+    this.#cancel.addEventListener('click', () => this.#encoding?.abort());
+    return el(
+      'section',
+      {},
+      el('h3', { text: 'All frames as a video' }),
+      el(
+        'div',
+        { class: 'buttons' },
+        this.#button('WebM', () => void this.#video('webm'), 'webm'),
+        this.#button('MP4', () => void this.#video('mp4'), 'mp4'),
+        this.#cancel,
+      ),
+      el('p', {
+        class: 'hint',
+        text: 'Full resolution, 8 bit, as the view shows it, without alpha and sound. For more render the scene with veltra.',
+      }),
     );
   }
 
@@ -173,7 +196,7 @@ export class ExportDialog {
   async #drawnPictures(): Promise<void> {
     const { scene } = this.#app;
     const sources = [scene.frame, ...Object.values(scene.layers)].filter(
-      (source): source is Source => source !== undefined && source.kind !== 'file',
+      (source): source is Source => source !== undefined && source.kind !== 'file' && source.kind !== 'video',
     );
     if (sources.length === 0) {
       this.#progress.textContent = 'All pictures of this scene are your own.';
@@ -181,7 +204,7 @@ export class ExportDialog {
     }
     await this.#guarded('Writing the pictures', async () => {
       for (const source of sources) {
-        const { width, height, data } = await this.#library.get(source);
+        const { width, height, data } = await this.#library.get(source, 1);
         const bytes = await this.#files.write({
           type: 'png', width, height, channels: 4, bits: 8, data: data.slice(0),
         });
@@ -193,7 +216,7 @@ export class ExportDialog {
   async #picture(kind: PictureKind): Promise<void> {
     await this.#guarded('Rendering', async () => {
       const { scene, frame } = this.#app;
-      const inputs = await this.#preview.inputs(scene);
+      const inputs = await this.#preview.inputs(scene, frame);
       const request = requestOf(this.#app, scene, inputs, frame, 1);
       const delivery: Delivery = {
         kind: 'file',
@@ -211,5 +234,32 @@ export class ExportDialog {
       const bytes = await this.#files.write({ type: 'png', width, height, channels: 4, bits, data });
       save(bytes, 'out.png', 'image/png');
     });
+  }
+
+  async #video(kind: VideoKind): Promise<void> {
+    if (this.#encoding !== null) {
+      return;
+    }
+    const encoding = new AbortController();
+    this.#encoding = encoding;
+    this.#cancel.hidden = false;
+    await this.#guarded('Starting the video', async () => {
+      const { scene, look } = this.#app;
+      const { width, height, linear } = (await this.#preview.inputs(scene, scene.firstFrame)).frame;
+      const count = scene.lastFrame - scene.firstFrame + 1;
+      const delivery: Delivery = { kind: 'screen', linear, gain: 2 ** look.exposure };
+      const render = async (place: number): Promise<RenderedFrame> => {
+        this.#progress.textContent = `Frame ${place + 1} of ${count}…`;
+        const frame = scene.firstFrame + place;
+        const inputs = await this.#preview.inputs(scene, frame);
+        const request = requestOf(this.#app, scene, inputs, frame, 1);
+        return this.#engine.render(request, delivery, { replaceable: false });
+      };
+      const { rate } = scene;
+      const bytes = await encodeVideo({ kind, width, height, rate, count, render, signal: encoding.signal });
+      save(bytes, `out.${kind}`, `video/${kind}`);
+    });
+    this.#cancel.hidden = true;
+    this.#encoding = null;
   }
 }

@@ -10,6 +10,7 @@ import { labelOf } from './library';
 import { fonts } from './text_layer';
 
 const accepted = 'image/*,.hdr,.exr';
+const acceptedFrame = `${accepted},video/*,.mov,.mkv`;
 
 export interface Choosing {
   /** Opens a file that was chosen; tells the person of its own failures. */
@@ -47,13 +48,16 @@ function selectValue(source: Source | undefined): string {
   if (source === undefined) {
     return 'none';
   }
-  return source.kind === 'example' ? `example:${source.example}` : source.kind;
+  if (source.kind === 'example') {
+    return `example:${source.example}`;
+  }
+  return source.kind === 'video' ? 'file' : source.kind;
 }
 
 /** Shows the file's name as a choice of its own while one is open. */
 function showFile(select: HTMLSelectElement, source: Source | undefined): void {
   const old = select.querySelector('option[value="file"]');
-  if (source?.kind === 'file') {
+  if (source?.kind === 'file' || source?.kind === 'video') {
     const option = old ?? el('option', { value: 'file' });
     option.textContent = labelOf(source);
     select.prepend(option);
@@ -88,7 +92,7 @@ export function frameChooser(app: App, choosing: Choosing): HTMLElement {
       'div',
       { class: 'picture-fields' },
       select,
-      fileButton('Open a panorama', accepted, (file) => choosing.openFile(file, 'frame')),
+      fileButton('Open a panorama', acceptedFrame, (file) => choosing.openFile(file, 'frame')),
     ),
     size,
   );

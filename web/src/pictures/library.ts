@@ -7,6 +7,7 @@ import type { Source } from '../scene/scene';
 import { findExample } from './examples';
 import { PictureFailure } from './formats';
 import { drawText } from './text_layer';
+import type { VideoFile } from './video';
 import type { PictureData } from './worker';
 
 /** The name of a source, the same for the same picture. */
@@ -17,7 +18,8 @@ export function keyOf(source: Source): string {
     case 'text':
       return `text:${JSON.stringify(source.text)}`;
     case 'file':
-      return `file:${source.id}`;
+    case 'video':
+      return `${source.kind}:${source.id}`;
   }
 }
 
@@ -29,6 +31,7 @@ export function fileNameOf(source: Source): string {
     case 'text':
       return 'title.png';
     case 'file':
+    case 'video':
       return source.name;
   }
 }
@@ -40,6 +43,7 @@ export function labelOf(source: Source): string {
     case 'text':
       return `“${source.text.text}”`;
     case 'file':
+    case 'video':
       return source.name;
   }
 }
@@ -53,10 +57,13 @@ export class Library {
   readonly #engine: Engine;
   readonly #pictures = new Map<string, Picture>();
   readonly #drafts = new Map<string, Draft>();
+  readonly #videos = new Map<string, VideoFile>();
   readonly #making = new Map<string, Promise<Picture>>();
   #lastId = 0;
   /** Text changes with every letter; the ones before are kept a while for undo. */
   static readonly #mostTexts = 12;
+  /** Every worker has a copy, and a frame may have a hundred megabytes. */
+  static readonly #mostVideoFrames = 3;
 
   constructor(engine: Engine) {
     this.#engine = engine;
@@ -67,6 +74,13 @@ export class Library {
     const id = String(++this.#lastId);
     const source: Source = { kind: 'file', id, name };
     this.#keep(keyOf(source), name, data);
+    return source;
+  }
+
+  /** Keeps a video; its frames are decoded when they are asked for. */
+  addVideo(name: string, video: VideoFile): Source {
+    const source: Source = { kind: 'video', id: String(++this.#lastId), name };
+    this.#videos.set(keyOf(source), video);
     return source;
   }
 
@@ -88,13 +102,14 @@ export class Library {
     return this.#pictures.get(keyOf(source));
   }
 
-  async get(source: Source): Promise<Picture> {
-    const key = keyOf(source);
+  /** The picture of a source; of a video that of a frame from 1. */
+  async get(source: Source, frame: number): Promise<Picture> {
+    const key = source.kind === 'video' ? `${keyOf(source)}@${frame}` : keyOf(source);
     const known = this.#pictures.get(key);
     if (known !== undefined) {
       return known;
     }
-    const making = this.#making.get(key) ?? this.#make(source);
+    const making = this.#making.get(key) ?? this.#make(source, key, frame);
     this.#making.set(key, making);
     try {
       return await making;
@@ -103,18 +118,26 @@ export class Library {
     }
   }
 
-  async #make(source: Source): Promise<Picture> {
+  async #make(source: Source, key: string, frame: number): Promise<Picture> {
     switch (source.kind) {
       case 'example': {
         const example = findExample(source.example);
         if (example === undefined) {
           throw new PictureFailure(`there is no example '${source.example}'`);
         }
-        return this.#keep(keyOf(source), example.label, await example.draw(this.#engine));
+        return this.#keep(key, example.label, await example.draw(this.#engine));
       }
       case 'text':
-        this.#dropOldTexts();
-        return this.#keep(keyOf(source), source.text.text, drawText(source.text));
+        this.#dropOld('text:', Library.#mostTexts);
+        return this.#keep(key, source.text.text, drawText(source.text));
+      case 'video': {
+        const data = await this.#videos.get(keyOf(source))?.frame(frame);
+        if (data === undefined) {
+          throw new PictureFailure(`${source.name} is not open any more (choose it again)`);
+        }
+        this.#dropOld('video:', Library.#mostVideoFrames);
+        return this.#keep(key, source.name, data);
+      }
       case 'file':
         throw new PictureFailure(`${source.name} is not open any more (choose it again)`);
     }
@@ -131,9 +154,9 @@ export class Library {
     return picture;
   }
 
-  #dropOldTexts(): void {
-    const texts = [...this.#pictures.keys()].filter((key) => key.startsWith('text:'));
-    for (const key of texts.slice(0, Math.max(0, texts.length - Library.#mostTexts))) {
+  #dropOld(start: string, most: number): void {
+    const kept = [...this.#pictures.keys()].filter((key) => key.startsWith(start));
+    for (const key of kept.slice(0, Math.max(0, kept.length - most))) {
       const picture = this.#pictures.get(key);
       this.#pictures.delete(key);
       this.#engine.forget(picture?.id ?? '');

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The command that renders the same scene with the program.
 import { defaultValue, hasValue, sameValue, slug, type Control } from './controls';
-import { isAnimated, trackOf, type Scene } from './scene';
+import { hasFrames, trackOf, type Scene } from './scene';
 import { outputName, sceneObject, type SceneNames } from './scene_file';
 
 /** A word as a shell takes it unchanged. */
@@ -12,7 +12,7 @@ export function quoted(word: string): string {
 
 /** Keyframes and what another scene brought are told by a scene file; otherwise controls are options. */
 export function commandLine(scene: Scene, controls: readonly Control[], names: SceneNames): string {
-  if (isAnimated(scene) || scene.kept !== undefined) {
+  if (hasFrames(scene) || scene.kept !== undefined) {
     return 'veltra render scene.json';
   }
   const words = ['veltra', 'render', '-f', names.frame];

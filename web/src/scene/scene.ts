@@ -41,7 +41,9 @@ export interface Track {
 export type Source =
   | { readonly kind: 'example'; readonly example: string }
   | { readonly kind: 'text'; readonly text: TextStyle }
-  | { readonly kind: 'file'; readonly id: string; readonly name: string };
+  | { readonly kind: 'file'; readonly id: string; readonly name: string }
+  /** Frame 1 of the scene is the video's first. */
+  | { readonly kind: 'video'; readonly id: string; readonly name: string };
 
 export interface TextStyle {
   readonly text: string;
@@ -278,6 +280,12 @@ export function withWay(
   return first === undefined
     ? scene
     : withTrack(scene, control.index, { ...track, keys: [first, ...rest] });
+}
+
+/** Whether its frames may differ. */
+export function hasFrames(scene: Scene): boolean {
+  const named = scene.kept?.frames === true && scene.lastFrame > scene.firstFrame;
+  return isAnimated(scene) || scene.frame.kind === 'video' || named;
 }
 
 export function isAnimated(scene: Scene): boolean {

@@ -4,7 +4,7 @@
 import { fixedText, hasValue, slug, type Control, type PopupControl, type Value, type ValueControl } from './controls';
 import type { Json } from './json';
 import { pointJson } from './point';
-import { isAnimated, trackOf, type Named, type Rate, type Scene, type Source, type Track } from './scene';
+import { hasFrames, isAnimated, trackOf, type Named, type Rate, type Scene, type Source, type Track } from './scene';
 
 /** The names of the pictures in the file. */
 export interface SceneNames {
@@ -50,7 +50,7 @@ export function rateText(rate: Rate): string {
 /** Where the program writes: a sequence when something moves. */
 export function outputName(scene: Scene): string {
   const ending = scene.depth === 'float' ? 'exr' : 'png';
-  return isAnimated(scene) ? `out.####.${ending}` : `out.${ending}`;
+  return hasFrames(scene) ? `out.####.${ending}` : `out.${ending}`;
 }
 
 /** Settings that decide where and how files are written, and no pixel. */
@@ -87,9 +87,8 @@ export function namesOf(scene: Scene, fileName: (source: Source) => string): Sce
 
 function timeJson(scene: Scene): Record<string, Json> {
   const { kept } = scene;
-  const moves = isAnimated(scene);
-  const frames = moves || kept?.frames === true;
-  const rate = kept === undefined ? moves : !kept.openRate;
+  const frames = hasFrames(scene) || kept?.frames === true;
+  const rate = kept === undefined ? isAnimated(scene) : !kept.openRate;
   return {
     ...(frames ? { frames: `${scene.firstFrame}-${scene.lastFrame}` } : {}),
     ...(rate ? { rate: rateText(scene.rate) } : {}),

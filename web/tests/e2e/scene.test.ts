@@ -7,6 +7,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { promisify } from 'node:util';
 import type { Page } from '@playwright/test';
+import { ALL_FORMATS, BufferSource, Input, type InputVideoTrack } from 'mediabunny';
 import { readExr } from '../../src/pictures/exr';
 import { readPng, writePng } from '../../src/pictures/png';
 import { control, expect, exported, repository, settled, test } from './page';
@@ -18,6 +19,11 @@ async function type(page: Page, name: string, label: RegExp, value: string): Pro
   const field = control(page, name).getByLabel(label).last();
   await field.fill(value);
   await field.press('Enter');
+}
+
+async function go(page: Page, frame: number): Promise<void> {
+  await page.getByLabel('Frame number').fill(String(frame));
+  await page.getByLabel('Frame number').press('Enter');
 }
 
 interface File {
@@ -189,4 +195,65 @@ test('playing runs through the frames at the scene’s rate, and loops', async (
   await expect.poll(async () => seen.add(await field.inputValue()).size).toBeGreaterThan(2);
   await studio.getByRole('button', { name: 'Pause' }).click();
   await settled(studio);
+});
+
+test('all frames go out as a video at the scene’s rate, which comes in again frame by frame', async ({ studio }) => {
+  const frame = Buffer.from(writePng(320, 160, 4, Uint8Array.from(picture(320, 160, false, 255))));
+  const layer = Buffer.from(writePng(40, 20, 4, Uint8Array.from(picture(40, 20, true, 255))));
+  await openPictures(studio, { name: 'street.png', buffer: frame }, { name: 'sign.png', buffer: layer });
+  const last = studio.getByRole('spinbutton', { name: 'Last frame' });
+  await last.fill('6');
+  await last.press('Enter');
+  await studio.getByLabel('Frames per second').selectOption('25');
+  await control(studio, 'travel').getByRole('button', { name: 'Animate Travel' }).click();
+  await go(studio, 6);
+  await type(studio, 'travel', /Travel/, '400');
+  await settled(studio);
+  await studio.getByRole('button', { name: 'Export', exact: true }).click();
+  const video = await exported(studio, 'webm');
+  const input = new Input({ source: new BufferSource(Uint8Array.from(video)), formats: ALL_FORMATS });
+  const track = (await input.getPrimaryVideoTrack()) as InputVideoTrack;
+  expect([await track.getCodec(), await track.getDisplayWidth(), await track.getDisplayHeight()]).toEqual(['vp9', 320, 160]);
+  const { packetCount } = await track.computePacketStats();
+  expect(packetCount).toBe(6);
+  expect(await track.computeDuration()).toBeCloseTo(6 / 25, 2);
+
+  await studio.getByRole('button', { name: 'Close' }).click();
+  await control(studio, 'travel').getByRole('button', { name: 'Reset Travel' }).click();
+  await last.fill('2');
+  await last.press('Enter');
+  await control(studio, 'layer').locator('select').first().selectOption('none');
+  await studio.getByLabel('Open a panorama').setInputFiles({ name: 'street.webm', mimeType: '', buffer: video });
+  await expect(last).toHaveValue('6');
+  await expect(studio.getByLabel('Frames per second')).toHaveValue('25');
+  const shown: Buffer[] = [];
+  for (const number of [1, 6]) {
+    await go(studio, number);
+    await settled(studio);
+    await studio.getByRole('button', { name: 'Export', exact: true }).click();
+    shown.push(Buffer.from(readPng(Uint8Array.from(await exported(studio, 'png8'))).data));
+    await studio.getByRole('button', { name: 'Close' }).click();
+  }
+  // The travelling layer is in the frames; where it was not, they are alike but for the codec.
+  const changed = [...shown[0] ?? []].filter((value, i) => Math.abs(value - (shown[1]?.[i] ?? 0)) > 40).length;
+  expect(changed).toBeGreaterThan(1000);
+  await studio.getByRole('button', { name: 'Export', exact: true }).click();
+  const scene = JSON.parse((await exported(studio, 'scene')).toString()) as object;
+  expect(scene).toMatchObject({ frame: 'street.webm', frames: '1-6', output: 'out.####.png' });
+  expect(scene).not.toHaveProperty('rate');
+});
+
+test('videos that cannot be are told of in one line', async ({ studio }) => {
+  const notice = studio.locator('.notice');
+  const cut = Buffer.concat([Buffer.from([0, 0, 0, 24]), Buffer.from('ftypisom0000isomavc1')]);
+  await studio.getByLabel('Open a panorama').setInputFiles({ name: 'cut.mp4', mimeType: '', buffer: cut });
+  await expect(notice).toContainText(/cut.mp4: (not a video|holds no pictures|the video is damaged)/);
+  await studio.getByLabel('Open a layer').setInputFiles({ name: 'cut.mp4', mimeType: '', buffer: cut });
+  await expect(notice).toContainText('cut.mp4: a video cannot be the layer here');
+  await studio.getByRole('button', { name: 'Export', exact: true }).click();
+  await studio.evaluate(() => {
+    Object.defineProperty(globalThis, 'VideoEncoder', { value: undefined });
+  });
+  await studio.locator('[data-export="mp4"]').click();
+  await expect(studio.locator('.dialog [role="status"]')).toContainText('Not saved: this browser cannot write MP4 of 2048 × 1024');
 });

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 import { zlibSync } from 'fflate';
 import { describe, expect, test } from 'vitest';
+import { rateOf } from '../../src/pictures/video';
 import { readExr, writeExr } from '../../src/pictures/exr';
 import { kindOf, mostSide } from '../../src/pictures/formats';
 import { readHdr } from '../../src/pictures/hdr';
@@ -78,4 +79,11 @@ test('files are told apart by what they begin with', () => {
   for (const [file, kind] of kinds) {
     expect(kindOf(file.subarray(0, 64))).toBe(kind);
   }
+});
+
+test('a video’s rate is the usual one that its times mean', () => {
+  expect(rateOf(240 / 23.976, 240)).toEqual({ num: 24000, den: 1001 });
+  expect(rateOf(0.2, 5)).toEqual({ num: 25, den: 1 });
+  expect(rateOf(33.367, 1000)).toEqual({ num: 30000, den: 1001 });
+  expect(rateOf(10, 123)).toEqual({ num: 12300, den: 1000 });
 });
