@@ -4,7 +4,7 @@
 import tseslint from 'typescript-eslint';
 
 export default tseslint.config(
-  { ignores: ['node_modules', 'test-results', 'eslint.config.js', 'serve.mjs'] },
+  { ignores: ['node_modules', 'test-results', 'eslint.config.js', '*.mjs'] },
   ...tseslint.configs.strictTypeChecked,
   {
     languageOptions: { parserOptions: { project: './tsconfig.json' } },

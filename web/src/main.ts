@@ -372,6 +372,13 @@ class Page {
   }
 }
 
+/** The next visit needs no network; without such a worker it does, and all else is the same. */
+function keepForOffline(): void {
+  if (import.meta.env.PROD && 'serviceWorker' in navigator) {
+    navigator.serviceWorker.register('./service_worker.js').catch(() => undefined);
+  }
+}
+
 async function start(root: HTMLElement): Promise<void> {
   const trouble = withoutEffect();
   if (trouble !== null) {
@@ -383,6 +390,7 @@ async function start(root: HTMLElement): Promise<void> {
     const page = new Page(engine, parseDescription(engine.description));
     await page.drawDraft(engine);
     page.mount(root);
+    keepForOffline();
   } catch (error) {
     const reason = error instanceof Error ? error.message : String(error);
     root.replaceChildren(

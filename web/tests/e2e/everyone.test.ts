@@ -26,6 +26,11 @@ for (const [scheme, width, height] of [['dark', 1280, 800], ['light', 320, 640]]
   });
 }
 
+/** Waits until the page's files are kept for times without a network. */
+async function kept(page: Page): Promise<void> {
+  await page.evaluate(async () => (await navigator.serviceWorker.ready).active?.state);
+}
+
 test('after loading nothing is asked for, and it all works without a network', async ({ studio, context }) => {
   const asked: string[] = [];
   studio.on('request', (request) => {
@@ -33,6 +38,7 @@ test('after loading nothing is asked for, and it all works without a network', a
       asked.push(request.url());
     }
   });
+  await kept(studio);
   await context.setOffline(true);
   await studio.locator('#choose-frame').selectOption('example:grid');
   await settled(studio);
@@ -45,6 +51,16 @@ test('after loading nothing is asked for, and it all works without a network', a
   ]);
   expect(await download.failure()).toBeNull();
   expect(asked).toEqual([]);
+});
+
+test('once it was there, the page opens without a network', async ({ studio, context, address }) => {
+  await kept(studio);
+  await context.setOffline(true);
+  await studio.goto('about:blank');
+  await studio.goto(address);
+  await settled(studio);
+  await studio.getByRole('radio', { name: 'Globe' }).click();
+  await settled(studio);
 });
 
 test('everything is reached by the keyboard in the order of the screen', async ({ studio }) => {

@@ -1,0 +1,68 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Measures the built page in Chromium: what it loads, its first picture, and frames of 2048 x 1024
+// at 8 bit on one and on two render workers.
+//
+// usage: node web/bench.mjs
+import { readdirSync, readFileSync } from 'node:fs';
+import { fileURLToPath } from 'node:url';
+import { gzipSync } from 'node:zlib';
+import { chromium } from '@playwright/test';
+import { serve } from './serve.mjs';
+
+const root = fileURLToPath(new URL('../build/web/', import.meta.url));
+const frames = 40;
+
+function compressedSize() {
+  const files = readdirSync(root, { recursive: true, withFileTypes: true }).filter((entry) => entry.isFile());
+  return files.reduce((sum, { parentPath, name }) => sum + gzipSync(readFileSync(`${parentPath}/${name}`)).length, 0);
+}
+
+const isSettled = () => document.documentElement.dataset.state === 'settled';
+
+/** Milliseconds of the first picture and of full frames, as the page itself takes them. */
+async function measure(browser, address, workers, filtered) {
+  const page = await browser.newPage({ viewport: { width: 1280, height: 800 } });
+  await page.addInitScript((count) => {
+    Object.defineProperty(navigator, 'hardwareConcurrency', { value: count });
+    new MutationObserver(() => {
+      window.firstPicture ??= document.documentElement.dataset.renderMs && performance.now();
+    }).observe(document, { attributes: true, subtree: true });
+  }, workers);
+  await page.goto(address);
+  await page.waitForFunction(isSettled, null, { timeout: 120_000 });
+  if (filtered) {
+    await page.getByRole('checkbox', { name: 'Spherical Filtering' }).check();
+  }
+  const times = [];
+  const field = page.locator('[data-control="travel"] .number');
+  for (let i = 0; i < frames; ++i) {
+    await field.press('ArrowUp');
+    await page.waitForFunction(isSettled, null, { timeout: 120_000 });
+    times.push(Number(await page.evaluate(() => document.documentElement.dataset.renderMs)));
+  }
+  const first = await page.evaluate(() => window.firstPicture);
+  await page.close();
+  times.sort((a, b) => a - b);
+  return { first, best: times[0], median: times[frames / 2] };
+}
+
+const server = await serve(root);
+const address = `http://localhost:${server.address().port}/`;
+const browser = await chromium.launch({
+  executablePath: '/usr/bin/chromium',
+  args: ['--no-sandbox', '--disable-gpu', '--enable-unsafe-swiftshader'],
+});
+try {
+  console.log(`to load, gzipped: ${(compressedSize() / 1024).toFixed(0)} KiB`);
+  for (const [workers, filtered] of [[1, false], [2, false], [1, true], [2, true]]) {
+    const { first, best, median } = await measure(browser, address, workers, filtered);
+    const kind = `${workers} worker${workers > 1 ? 's' : ''}${filtered ? ', filtered' : ''}`;
+    console.log(
+      `${kind}: first picture ${first.toFixed(0)} ms, a frame ${best.toFixed(1)} ms at best, ${median.toFixed(1)} ms median`,
+    );
+  }
+} finally {
+  await browser.close();
+  server.close();
+}
