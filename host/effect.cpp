@@ -211,7 +211,7 @@ bool Effect::SupportsDepth(Depth depth) const {
     case Depth::kFloat:
       break;
   }
-  return (outFlags2_ & PF_OutFlag2_FLOAT_COLOR_AWARE) != 0;
+  return SupportsSmartRender() && (outFlags2_ & PF_OutFlag2_FLOAT_COLOR_AWARE) != 0;
 }
 
 Expected<std::string> Effect::About() const {

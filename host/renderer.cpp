@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "host/pixels/transfer.h"
@@ -117,6 +118,8 @@ std::string SettingsTrouble(const Effect& effect, const RenderSettings& settings
   return ImagesTrouble(effect, settings);
 }
 
+}  // namespace
+
 // ---- One frame ----
 
 /// Renders one frame within one session.
@@ -132,8 +135,12 @@ class FrameRender {
   }
 
   RenderResult Run() {
+    result_.outFlags = effect_.OutFlags();
+    result_.outFlags2 = effect_.OutFlags2();
     if (SetUpSequence()) {
-      if (settings_.mode == RenderMode::kSmart) {
+      if (!QueryFlags()) {
+        // Nothing is rendered with flags that nobody knows.
+      } else if (settings_.mode == RenderMode::kSmart) {
         RunSmart();
       } else {
         RunClassic();
@@ -174,9 +181,97 @@ class FrameRender {
 
   bool SetUpSequence() {
     const std::lock_guard lock(sequenceMutex_);
-    return Send(PF_Cmd_SEQUENCE_SETUP, "SEQUENCE_SETUP") &&
-           (!settings_.reopenSequence || ReopenSequence());
+    HeldSequence* held = settings_.sequence;
+    if (held != nullptr && held->isSetUp_) {
+      session_.SetSequenceData(held->data_);
+      session_.changedValues = held->changedValues_;
+      return !settings_.reopenSequence || ReopenSequence();
+    }
+    if (!Send(PF_Cmd_SEQUENCE_SETUP, "SEQUENCE_SETUP")) {
+      return false;
+    }
+    if (held != nullptr) {
+      held->isSetUp_ = true;
+    }
+    const bool done = TellChanges() && (!settings_.reopenSequence || ReopenSequence());
+    if (held != nullptr) {
+      held->data_ = session_.InData().sequence_data;
+      held->changedValues_ = session_.changedValues;
+    }
+    return done;
   }
+
+  // ---- Changes by the user ----
+
+  /// Tells the effect of the supervised controls that somebody set, one after the other.
+  bool TellChanges() {
+    bool told = false;
+    for (const PF_ParamIndex index : settings_.changedByUser) {
+      const bool supervised = index >= 1 && index < effect_.ParamCount() &&
+                              (effect_.Controls()[static_cast<std::size_t>(index - 1)].flags &
+                               PF_ParamFlag_SUPERVISE) != 0;
+      if (supervised && !TellChange(index)) {
+        return false;
+      }
+      told = told || supervised;
+    }
+    if (told && (effect_.OutFlags() & PF_OutFlag_SEND_UPDATE_PARAMS_UI) != 0) {
+      return SendWithChangeable(PF_Cmd_UPDATE_PARAMS_UI, "UPDATE_PARAMS_UI", nullptr, false);
+    }
+    return true;
+  }
+
+  bool TellChange(PF_ParamIndex index) {
+    PF_UserChangedParamExtra extra{index};
+    return SendWithChangeable(PF_Cmd_USER_CHANGED_PARAM, "USER_CHANGED_PARAM", &extra, true);
+  }
+
+  /// Sends a command with parameters that the effect may change. What was set stays.
+  bool SendWithChangeable(PF_Cmd command, const char* name, void* extra, bool takeChanges) {
+    std::vector<PF_ParamDef> params(static_cast<std::size_t>(session_.ParamCount()));
+    std::vector<PF_ParamDef*> pointers;
+    bool done = true;
+    {
+      const SessionScope scope(&session_);
+      for (PF_ParamIndex index = 0; done && index < session_.ParamCount(); ++index) {
+        PF_ParamDef& param = params[static_cast<std::size_t>(index)];
+        done = session_.FillChangeable(index, param);
+        pointers.push_back(&param);
+      }
+    }
+    pointers.push_back(nullptr);
+    done = done && Send(command, name, pointers.data(), nullptr, extra);
+    const SessionScope scope(&session_);
+    for (PF_ParamIndex index = 1; index < session_.ParamCount(); ++index) {
+      PF_ParamDef& param = params[static_cast<std::size_t>(index)];
+      const bool changed = (param.uu.change_flags & PF_ChangeFlag_CHANGED_VALUE) != 0;
+      if (done && takeChanges && changed && !settings_.controls.contains(index)) {
+        session_.TakeChangedValue(index, param);
+      }
+    }
+    session_.DisposeChangeable();
+    if (const std::string failure = session_.HostFailure(); !failure.empty()) {
+      Fail(PF_Err_BAD_CALLBACK_PARAM, failure);
+      return false;
+    }
+    return done;
+  }
+
+  /// Flags that may differ from frame to frame.
+  bool QueryFlags() {
+    if ((effect_.OutFlags2() & PF_OutFlag2_SUPPORTS_QUERY_DYNAMIC_FLAGS) == 0) {
+      return true;
+    }
+    const bool done = Send(PF_Cmd_QUERY_DYNAMIC_FLAGS, "QUERY_DYNAMIC_FLAGS");
+    session_.accounts.TakeBackParameters();
+    if (done) {
+      result_.outFlags = session_.OutData().out_flags;
+      result_.outFlags2 = session_.OutData().out_flags2;
+    }
+    return done;
+  }
+
+  // ---- Sequences that are saved and opened ----
 
   /// As by saving and opening a project: what is flat is the host's, and set up again.
   bool ReopenSequence() {
@@ -210,6 +305,10 @@ class FrameRender {
 
   void SetDownSequence() {
     session_.DisposeValues();
+    if (settings_.sequence != nullptr && settings_.sequence->isSetUp_) {
+      settings_.sequence->data_ = session_.InData().sequence_data;
+      return;
+    }
     const std::lock_guard lock(sequenceMutex_);
     Send(PF_Cmd_SEQUENCE_SETDOWN, "SEQUENCE_SETDOWN");
   }
@@ -403,6 +502,9 @@ class FrameRender {
       session_.InData().output_origin_y = answeredOrigin_.v;
       Send(PF_Cmd_FRAME_SETDOWN, "FRAME_SETDOWN", paramPointers_.data());
     }
+    if (settings_.wholeOutput && !settings_.region && !canvas.Empty()) {
+      region_ = CanvasRect(canvas);
+    }
     const bool whole = !canvas.Empty() && SameRect(region_, CanvasRect(canvas));
     if (whole) {
       CheckGuard(canvas);
@@ -561,7 +663,19 @@ class FrameRender {
 
 std::mutex FrameRender::sequenceMutex_;
 
-}  // namespace
+HeldSequence::~HeldSequence() {
+  if (!isSetUp_) {
+    return;
+  }
+  try {
+    const std::lock_guard lock(effect_.CommandMutex());
+    Session session(effect_.Context(), nullptr);
+    session.SetSequenceData(data_);
+    session.Send(effect_.Library().MainEntry(), PF_Cmd_SEQUENCE_SETDOWN);
+  } catch (const std::bad_alloc&) {
+    // Without memory for the command the effect goes without it.
+  }
+}
 
 RenderResult RenderFrame(const Effect& effect, const RenderSettings& settings) {
   RenderResult result;

@@ -3,6 +3,7 @@
 // Renders one frame.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "host/base/error_names.h"
@@ -21,6 +22,9 @@ struct RenderResult {
   World output;
   PF_LRect resultRect{0, 0, 0, 0};  ///< what the effect filled, in reduced frame coordinates
   PF_LRect maxResultRect{0, 0, 0, 0};
+  /// The flags as they are for this frame: some may change with its values.
+  A_long outFlags = 0;
+  A_long outFlags2 = 0;
   RenderDiagnostics diagnostics;
 
   bool Ok() const { return error == PF_Err_NONE && errorText.empty(); }
@@ -28,6 +32,24 @@ struct RenderResult {
 
 /// Renders one frame. Safe to call on several threads at once with one effect that declares
 /// threaded rendering. Wrong settings give error PF_Err_BAD_CALLBACK_PARAM and a text.
+/// One application of an effect over several frames: its sequence is set up with the first of them
+/// and set down in the end. For one frame at a time, and no longer than the effect lives.
+class HeldSequence {
+ public:
+  explicit HeldSequence(const Effect& effect) : effect_(effect) {}
+  ~HeldSequence();
+  HeldSequence(const HeldSequence&) = delete;
+  HeldSequence& operator=(const HeldSequence&) = delete;
+
+ private:
+  friend class FrameRender;
+
+  const Effect& effect_;
+  bool isSetUp_ = false;
+  PF_Handle data_ = nullptr;
+  std::map<PF_ParamIndex, ControlValue> changedValues_;  ///< by the effect, when it was set up
+};
+
 RenderResult RenderFrame(const Effect& effect, const RenderSettings& settings);
 
 }  // namespace veltra::host

@@ -123,7 +123,7 @@ double Real(A_long fixed) {
   return static_cast<double>(fixed) / kFixedOne;
 }
 
-Json ControlJson(const ControlOption& option) {
+Json ControlJson(const host::Effect& effect, const ControlOption& option) {
   const host::ControlDeclaration& control = *option.declaration;
   Json json = {{"index", control.index},
                {"id", control.id},
@@ -139,6 +139,30 @@ Json ControlJson(const ControlOption& option) {
       json["slider_maximum"] = Real(control.sliderMax);
       json["precision"] = control.precision;
       break;
+    case PF_Param_SLIDER:
+      json["default"] = control.defaultValue;
+      json["minimum"] = control.validMin;
+      json["maximum"] = control.validMax;
+      json["slider_minimum"] = control.sliderMin;
+      json["slider_maximum"] = control.sliderMax;
+      break;
+    case PF_Param_FLOAT_SLIDER:
+      json["default"] = control.defaultNumber;
+      json["minimum"] = control.validMinNumber;
+      json["maximum"] = control.validMaxNumber;
+      json["slider_minimum"] = control.sliderMinNumber;
+      json["slider_maximum"] = control.sliderMaxNumber;
+      json["precision"] = control.precision;
+      break;
+    case PF_Param_ANGLE:
+      json["default"] = Real(control.defaultValue);
+      break;
+    case PF_Param_COLOR:
+      json["default"] = ColorText(control.defaultColor);
+      break;
+    case PF_Param_POINT_3D:
+      json["default_percent"] = control.defaultPoint3d;
+      break;
     case PF_Param_POINT:
       json["default_percent"] = {Real(control.defaultX), Real(control.defaultY)};
       json["restrict_bounds"] = control.restrictBounds;
@@ -152,6 +176,9 @@ Json ControlJson(const ControlOption& option) {
       break;
     default:
       json["default"] = nullptr;
+      if (control.HasValue()) {
+        json["default"] = DefaultText(effect, control);
+      }
   }
   return json;
 }
@@ -188,9 +215,8 @@ std::string TableText(const std::vector<Row>& rows) {
 }
 
 std::string VersionText(A_u_long version) {
-  constexpr unsigned kVersionMask = 7;
   constexpr unsigned kPartMask = 15;
-  std::string text = Text((version >> 19U) & kVersionMask, ".", (version >> 15U) & kPartMask);
+  std::string text = Text(VersionPart(version), ".", (version >> 15U) & kPartMask);
   const unsigned bugfix = (version >> 11U) & kPartMask;
   return bugfix == 0 ? text : Text(text, ".", bugfix);
 }
@@ -249,21 +275,36 @@ Json IdentityJson(const host::Effect& effect, const std::string& about) {
           {"library", effect.Library().Path().string()}};
 }
 
+/// All controls as they were declared; groups, buttons and the like have no option.
+std::vector<ControlOption> WithThoseWithoutValue(const host::Effect& effect) {
+  const std::vector<ControlOption> settable = ControlOptions(effect, TakenNames());
+  std::vector<ControlOption> all;
+  for (const host::ControlDeclaration& control : effect.Controls()) {
+    const auto found = std::find_if(
+        settable.begin(), settable.end(),
+        [&](const ControlOption& option) { return option.declaration->index == control.index; });
+    all.push_back(found != settable.end() ? *found : ControlOption{&control, {}});
+  }
+  return all;
+}
+
 std::string ControlsText(const InfoOptions& options) {
   const auto effect = LoadEffect(options.effect);
-  const std::vector<ControlOption> controls = ControlOptions(*effect, TakenNames());
+  const std::vector<ControlOption> controls = WithThoseWithoutValue(*effect);
   if (options.json) {
     Json list = Json::array();
     for (const ControlOption& control : controls) {
-      list.push_back(ControlJson(control));
+      list.push_back(ControlJson(*effect, control));
     }
     return JsonText({{"effect", effect->Library().Identity().name}, {"controls", list}});
   }
   std::vector<Row> rows = {{"CONTROL", "TYPE", "DEFAULT", "RANGE", "OPTIONS"}};
   for (const ControlOption& control : controls) {
-    rows.push_back({std::string(control.VisibleName()), TypeName(control.declaration->type),
-                    DefaultText(*control.declaration), RangeText(*control.declaration),
-                    NamesText(control)});
+    if (control.declaration->type != PF_Param_GROUP_END) {
+      rows.push_back({std::string(control.VisibleName()), TypeName(control.declaration->type),
+                      DefaultText(*effect, *control.declaration), RangeText(*control.declaration),
+                      NamesText(control)});
+    }
   }
   return TableText(rows);
 }

@@ -121,13 +121,15 @@ void AddOptions(CLI::App& app, CommandLine& line) {
   }
 }
 
-std::string ControlHelp(const ControlOption& option) {
+std::string ControlHelp(const host::Effect& effect, const ControlOption& option) {
   const host::ControlDeclaration& control = *option.declaration;
-  return Text(option.VisibleName(), ": ", RangeText(control), " (default ", DefaultText(control),
-              ")");
+  return Text(option.VisibleName(), ": ", RangeText(control), " (default ",
+              DefaultText(effect, control), ")");
 }
 
-void AddControl(CLI::App& app, CommandLine& line, const ControlOption& option) {
+/// `help` is what --help says of it.
+void AddControl(CLI::App& app, CommandLine& line, const ControlOption& option,
+                const std::string& help) {
   const PF_ParamIndex index = option.declaration->index;
   const auto set = [&line, index](const std::string& value) { line.controls[index] = value; };
   std::string names;
@@ -144,14 +146,14 @@ void AddControl(CLI::App& app, CommandLine& line, const ControlOption& option) {
   constexpr const char* kGroup = "Controls of the effect";
   if (option.declaration->type == PF_Param_CHECKBOX) {
     app.add_flag_callback(
-           names, [set] { set("on"); }, ControlHelp(option))
+           names, [set] { set("on"); }, help)
         ->group(kGroup);
     app.add_flag_callback(
            negated, [set] { set("off"); }, "the opposite")
         ->group(kGroup);
     return;
   }
-  app.add_option_function<std::string>(names, set, ControlHelp(option))
+  app.add_option_function<std::string>(names, set, help)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
       ->type_name(ValuePlaceholder(*option.declaration))
       ->group(kGroup);
@@ -281,6 +283,10 @@ class PassBuilder {
       SetLayer(declaration, control);
     } else {
       pass_.tracks[index] = MakeTrack(declaration, control);
+      pass_.supervised.erase(index);
+      if (control.keys.empty() && (declaration.flags & PF_ParamFlag_SUPERVISE) != 0) {
+        pass_.supervised.insert(index);
+      }
     }
     sceneControls_[index] = control;
   }
@@ -289,7 +295,7 @@ class PassBuilder {
     if (!control.keys.empty()) {
       throw UsageError("a layer has no keyframes (name a sequence of files instead)");
     }
-    const std::string path = ParseControl(declaration, control.value).path;
+    const std::string path = ParseControl(*pass_.effect, declaration, control.value).path;
     if (path.empty()) {
       pass_.layers.erase(declaration.index);
     } else {
@@ -297,13 +303,17 @@ class PassBuilder {
     }
   }
 
-  static Track MakeTrack(const host::ControlDeclaration& declaration, const SceneControl& control) {
+  Track MakeTrack(const host::ControlDeclaration& declaration, const SceneControl& control) const {
     Track track;
+    const host::Effect& effect = *pass_.effect;
     if (control.keys.empty()) {
-      track.keys.push_back({0, ParseControl(declaration, control.value), Interpolation::kHold});
+      track.keys.push_back(
+          {0, ParseControl(effect, declaration, control.value), Interpolation::kHold});
       return track;
     }
-    const bool steps = declaration.type == PF_Param_CHECKBOX || declaration.type == PF_Param_POPUP;
+    if ((declaration.flags & PF_ParamFlag_CANNOT_TIME_VARY) != 0 && control.keys.size() > 1) {
+      throw UsageError("has the same value at all times (give one value instead of keys)");
+    }
     for (std::size_t i = 0; i < control.keys.size(); ++i) {
       const SceneKey& key = control.keys[i];
       if (key.path != KeyPath::kStraight && declaration.type != PF_Param_POINT) {
@@ -311,8 +321,9 @@ class PassBuilder {
       }
       FromPlace(Text("keys[", i, "].value"), [&] {
         // There is nothing between two choices.
-        track.keys.push_back({key.frame, ParseControl(declaration, key.value),
-                              steps ? Interpolation::kHold : key.interpolation, key.path});
+        track.keys.push_back(
+            {key.frame, ParseControl(effect, declaration, key.value),
+             declaration.CanInterpolate() ? key.interpolation : Interpolation::kHold, key.path});
       });
     }
     return track;
@@ -480,7 +491,7 @@ int RunRender(const Arguments& arguments) {
   if (effect != nullptr) {
     controls = ControlOptions(*effect, TakenNames());
     for (const ControlOption& control : controls) {
-      AddControl(app, line, control);
+      AddControl(app, line, control, help ? ControlHelp(*effect, control) : "");
     }
   }
   AddOptions(app, line);

@@ -15,24 +15,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string ValueText(const host::ControlDeclaration& control, const host::ControlValue& value) {
-  switch (control.type) {
-    case PF_Param_POINT:
-      return Text(FixedText(value.x), ",", FixedText(value.y));
-    case PF_Param_FIX_SLIDER:
-      return FixedText(value.x);
-    case PF_Param_CHECKBOX:
-      return value.x != 0 ? "on" : "off";
-    case PF_Param_POPUP: {
-      const auto number = static_cast<std::size_t>(std::max<A_long>(value.x, 1));
-      return number <= control.choices.size() ? Slug(control.choices[number - 1])
-                                              : std::to_string(value.x);
-    }
-    default:
-      return std::to_string(value.x);
-  }
-}
-
 /// The controls of a pass at a frame, layers apart, by their long names.
 Json ControlsAt(const RenderPass& pass, int frame, const PictureInfo& first) {
   Json controls = Json::object();
@@ -45,7 +27,7 @@ Json ControlsAt(const RenderPass& pass, int frame, const PictureInfo& first) {
     const host::ControlValue value =
         track != pass.tracks.end() ? ValueAt(track->second, frame, first.width, first.height)
                                    : pass.effect->DefaultValue(control, first.width, first.height);
-    controls[option.LongName()] = ValueText(control, value);
+    controls[option.LongName()] = ValueText(*pass.effect, control, value);
   }
   return controls;
 }

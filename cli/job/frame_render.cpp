@@ -79,9 +79,6 @@ void CheckDepth(const RenderOptions& options, const host::Effect& effect, host::
   if (options.classic && depth == host::Depth::kFloat) {
     throw UsageError("--classic: renders 8 and 16 bit only (add --depth 16)");
   }
-  if (!options.classic && !effect.SupportsSmartRender()) {
-    throw UsageError("this effect has no smart render (add --classic)");
-  }
   if (!effect.SupportsDepth(depth)) {
     throw UsageError(Text("this effect does not render at depth ", name, " (see --depth)"));
   }
@@ -90,6 +87,9 @@ void CheckDepth(const RenderOptions& options, const host::Effect& effect, host::
 FrameRenderer::FrameRenderer(const RenderOptions& options, const RenderPass& pass,
                              const FrameSettings& frames, bool whole)
     : options_(options), pass_(pass), frames_(frames), whole_(whole) {
+  if (!pass.effect->SupportsThreadedRendering()) {
+    sequence_ = std::make_unique<host::HeldSequence>(*pass.effect);
+  }
   const std::int64_t end = (static_cast<std::int64_t>(frames.lastFrame) + 1) *
                            static_cast<std::int64_t>(frames.rate.den);
   if (end > std::numeric_limits<A_long>::max()) {
@@ -103,7 +103,12 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   settings.width = inputs.width;
   settings.height = inputs.height;
   settings.depth = frames_.depth;
-  settings.mode = options.classic ? host::RenderMode::kClassic : host::RenderMode::kSmart;
+  settings.mode = options.classic || !pass_.effect->SupportsSmartRender()
+                      ? host::RenderMode::kClassic
+                      : host::RenderMode::kSmart;
+  settings.wholeOutput = !whole_;
+  settings.changedByUser = pass_.supervised;
+  settings.sequence = sequence_.get();
   settings.draft = options.draft;
   for (const auto& [index, world] : inputs.layers) {
     settings.layers[index] = world.get();

@@ -41,7 +41,9 @@ struct FrameSettings {
 /// Renders frames of one pass. Frame n is shown at time n / rate, wherever a run begins.
 class FrameRenderer {
  public:
-  /// `whole` leaves out the region, as for passes before the last one. The options, the pass and
+  /// `whole` leaves out the region and what the effect draws beyond the frame, as for passes before
+  /// the last one. Frames of an effect without threaded rendering go on with one sequence, and must
+  /// come one at a time. The options, the pass and
   /// the pool must outlive the renderer.
   FrameRenderer(const RenderOptions& options, const RenderPass& pass, const FrameSettings& frames,
                 bool whole);
@@ -58,6 +60,8 @@ class FrameRenderer {
   const RenderPass& pass_;
   FrameSettings frames_;
   bool whole_;
+  /// Of effects that render one frame at a time; others have a sequence for each frame.
+  std::unique_ptr<host::HeldSequence> sequence_;
 };
 
 /// Refuses what the effect or the chosen way of rendering cannot do. Throws UsageError.

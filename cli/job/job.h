@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,9 @@ struct RenderPass {
   std::shared_ptr<const host::Effect> effect;
   std::map<PF_ParamIndex, std::string> layers;  ///< file names as given
   std::map<PF_ParamIndex, Track> tracks;        ///< of every control that was set, layers apart
-  LayerTiming timing;                           ///< of the layers
+  /// Of those the ones with a single value that the effect wants to hear of.
+  std::set<PF_ParamIndex> supervised;
+  LayerTiming timing;  ///< of the layers
   PF_RationalScale layerPixelAspect{1, 1};
 };
 

@@ -125,6 +125,7 @@ class JobRun {
   void CheckFolder() const;
   PictureInfo LookAtFirst();
   void LookAhead();
+  void LowerDepth();
   void Prepare();
   void RenderAll();
   void TryFrames(const Renderers& renderers);
@@ -191,8 +192,31 @@ void JobRun::LookAhead() {
   SetPictureThreads(ThreadsOf(options_));
   first_ = LookAtFirst();
   depth_ = options_.depth.value_or(DepthOf(first_));
+  if (!options_.depth) {
+    LowerDepth();
+  }
   for (const RenderPass& pass : job_.passes) {
     CheckDepth(options_, *pass.effect, depth_);
+  }
+}
+
+/// Renders at the best depth that all effects have, where nobody asked for another.
+void JobRun::LowerDepth() {
+  const host::Depth wanted = depth_;
+  const auto every = [&](host::Depth depth) {
+    return std::all_of(job_.passes.begin(), job_.passes.end(),
+                       [&](const RenderPass& pass) { return pass.effect->SupportsDepth(depth); });
+  };
+  if (options_.classic || every(depth_)) {
+    return;
+  }
+  for (const host::Depth lower : {host::Depth::k16, host::Depth::k8}) {
+    if (lower < wanted && every(lower)) {
+      depth_ = lower;
+      WarnOnce({Text("the effect has no depth ", host::DepthName(wanted), ": renders at depth ",
+                     host::DepthName(lower))});
+      return;
+    }
   }
 }
 
@@ -204,6 +228,11 @@ void JobRun::Prepare() {
   const std::uint64_t worlds = job_.passes.size() > 1 ? 3 : 2;
   spread_ = SpreadOver(options_, numbers.size(),
                        worlds * pixels * static_cast<std::uint64_t>(host::BytesPerPixel(depth_)));
+  if (std::any_of(job_.passes.begin(), job_.passes.end(), [](const RenderPass& pass) {
+        return !pass.effect->SupportsThreadedRendering();
+      })) {
+    spread_.frames = 1;  // its frames go on with one sequence, in their order
+  }
   // Frames in flight work on their own threads; the pool has those that are left.
   pool_ = std::make_unique<host::ThreadPool>(std::max(1, spread_.threads - spread_.frames + 1));
 
@@ -250,10 +279,10 @@ std::optional<TakenFrame> JobRun::Take(int number) {
 /// Frames of one sequence that differ in depth would come out differently in another run, which
 /// begins with another of them.
 void JobRun::CheckSameDepth(int number, const PictureInfo& info) const {
-  if (!options_.depth && DepthOf(info) != depth_) {
+  if (!options_.depth && DepthOf(info) != DepthOf(first_)) {
     throw RenderError(Text(files_.frame->media.At(number), ": has depth ",
                            host::DepthName(DepthOf(info)), " where the first frame has ",
-                           host::DepthName(depth_), " (give --depth)"));
+                           host::DepthName(DepthOf(first_)), " (give --depth)"));
   }
 }
 

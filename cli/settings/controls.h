@@ -3,6 +3,7 @@
 // The effect's controls as options: their names, their values, and the table of them.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,7 +30,7 @@ struct ControlOption {
   }
 };
 
-/// The controls that can be set; others (groups, buttons) are left out. `taken` are the
+/// The controls that can be set; others (groups, buttons, paths) are left out. `taken` are the
 /// program's own option names, without dashes in front.
 std::vector<ControlOption> ControlOptions(const host::Effect& effect,
                                           const std::vector<std::string>& taken);
@@ -41,16 +42,27 @@ const ControlOption* FindControl(const std::vector<ControlOption>& options, std:
 struct ControlSetting {
   PF_ParamIndex index = 0;
   PF_ParamType type = PF_Param_NO_DATA;
-  A_long value = 0;  ///< 16.16 of a slider, 0 or 1, or the number of a choice
-  PointText point;   ///< of a point
-  std::string path;  ///< of a layer
+  /// Of a slider 16.16 or whole as it was declared, 16.16 degrees of an angle, 0 or 1, or the
+  /// number of a choice.
+  A_long value = 0;
+  double number = 0;    ///< of a float slider
+  PointText point;      ///< of a point
+  Point3dText point3d;  ///< of a 3D point
+  PF_Pixel8 color{255, 0, 0, 0};
+  std::shared_ptr<const host::FlatValue> flat;  ///< of arbitrary data
+  std::string path;                             ///< of a layer
 
   host::ControlValue OnFrame(int width, int height) const;
 };
 
 /// Reads a value for a control and checks it against what the effect declared. Throws UsageError
-/// with what was expected, without the control's name.
+/// with what was expected, without the control's name. Arbitrary data needs its effect, as below.
 ControlSetting ParseControl(const host::ControlDeclaration& control, std::string_view text);
+
+/// The same for one of this effect's controls; the effect itself reads the text of its arbitrary
+/// data.
+ControlSetting ParseControl(const host::Effect& effect, const host::ControlDeclaration& control,
+                            std::string_view text);
 
 /// What the value of a control looks like, for help: "X,Y", "stretch|tile|solo", "NUMBER".
 std::string ValuePlaceholder(const host::ControlDeclaration& control);
@@ -59,9 +71,13 @@ std::string ValuePlaceholder(const host::ControlDeclaration& control);
 std::string RangeText(const host::ControlDeclaration& control);
 
 /// The declared default as it would be written, "none" for a layer.
-std::string DefaultText(const host::ControlDeclaration& control);
+std::string DefaultText(const host::Effect& effect, const host::ControlDeclaration& control);
 
-/// "layer", "point", "slider", "checkbox" or "popup".
+/// A value as it would be written; points in pixels.
+std::string ValueText(const host::Effect& effect, const host::ControlDeclaration& control,
+                      const host::ControlValue& value);
+
+/// "layer", "point", "slider", "checkbox", "popup" and so on.
 const char* TypeName(PF_ParamType type);
 
 /// The control's choice as a value on the command line: lower case, blanks as dashes.

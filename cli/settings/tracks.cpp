@@ -33,6 +33,29 @@ A_long Mix(A_long from, A_long to, double progress) {
   return static_cast<A_long>(std::lround(mixed));  // between two 32-bit numbers
 }
 
+A_u_char MixChannel(A_u_char from, A_u_char to, double progress) {
+  return static_cast<A_u_char>(Mix(from, to, progress));
+}
+
+host::ControlValue MixValues(const host::ControlValue& from, const host::ControlValue& to,
+                             double progress) {
+  host::ControlValue mixed;
+  mixed.x = Mix(from.x, to.x, progress);
+  mixed.y = Mix(from.y, to.y, progress);
+  for (std::size_t i = 0; i < mixed.numbers.size(); ++i) {
+    mixed.numbers[i] = from.numbers[i] + (to.numbers[i] - from.numbers[i]) * progress;
+  }
+  mixed.color = {255, MixChannel(from.color.red, to.color.red, progress),
+                 MixChannel(from.color.green, to.color.green, progress),
+                 MixChannel(from.color.blue, to.color.blue, progress)};
+  mixed.flat = from.flat;
+  if (progress > 0 && from.flat != nullptr) {
+    mixed.flatAfter = to.flat;  // only the effect knows what lies between
+    mixed.share = progress;
+  }
+  return mixed;
+}
+
 }  // namespace
 
 const char* InterpolationName(Interpolation interpolation) {
@@ -78,7 +101,7 @@ host::ControlValue ValueAt(const Track& track, double frame, int width, int heig
   if (from.path == KeyPath::kGreatCircle) {
     return OnGreatCircle(start, end, progress, width, height);
   }
-  return {Mix(start.x, end.x, progress), Mix(start.y, end.y, progress)};
+  return MixValues(start, end, progress);
 }
 
 }  // namespace veltra::cli

@@ -39,9 +39,9 @@ struct Track {
   std::vector<Keyframe> keys;
 };
 
-/// The value at a frame, which may lie between two numbers, interpolated between 16.16 values
-/// and rounded to nearest. Before the first keyframe and after the last the value stays. Throws
-/// UsageError where a great circle is asked for between two opposite points.
+/// The value at a frame, which may lie between two numbers, interpolated; whole, 16.16 and colour
+/// values are rounded to nearest. Before the first keyframe and after the last the value stays.
+/// Throws UsageError where a great circle is asked for between two opposite points.
 host::ControlValue ValueAt(const Track& track, double frame, int width, int height);
 
 }  // namespace veltra::cli

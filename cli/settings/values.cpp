@@ -131,6 +131,49 @@ PF_Fixed OnSide(const Coordinate& coordinate, int length, double fromDegrees) {
   return *fixed;
 }
 
+std::optional<PF_Pixel8> TryHexColor(std::string_view text) {
+  if (text.starts_with('#')) {
+    text.remove_prefix(1);
+  }
+  constexpr std::size_t kShort = 3;
+  constexpr std::size_t kLong = 6;
+  constexpr int kHexadecimal = 16;
+  unsigned number = 0;
+  const auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), number, kHexadecimal);
+  if ((text.size() != kShort && text.size() != kLong) || error != std::errc() ||
+      end != text.data() + text.size()) {
+    return std::nullopt;
+  }
+  const auto channel = [&](unsigned place) {
+    constexpr unsigned kTwice = 17;  // one digit stands for two
+    return static_cast<A_u_char>(text.size() == kShort ? ((number >> (4 * place)) & 15U) * kTwice
+                                                       : (number >> (8 * place)) & 255U);
+  };
+  return PF_Pixel8{255, channel(2), channel(1), channel(0)};
+}
+
+std::optional<PF_Pixel8> TryListedColor(const std::vector<std::string_view>& parts) {
+  std::array<A_u_char, 3> channels{};
+  for (std::size_t i = 0; i < channels.size(); ++i) {
+    constexpr int kMostChannel = 255;
+    const std::optional<int> channel =
+        parts.size() == channels.size() ? TryInteger(parts[i]) : std::nullopt;
+    if (!channel || *channel < 0 || *channel > kMostChannel) {
+      return std::nullopt;
+    }
+    channels[i] = static_cast<A_u_char>(*channel);
+  }
+  return PF_Pixel8{255, channels[0], channels[1], channels[2]};
+}
+
+template <class Number>
+std::string ShortestText(Number value) {
+  std::array<char, 32> buffer{};
+  const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+  return {buffer.data(), end};
+}
+
 std::optional<PF_RationalScale> TryRatio(std::string_view text) {
   const std::vector<std::string_view> parts = Split(text, '/');
   const std::optional<int> numerator = TryInteger(parts[0]);
@@ -277,6 +320,60 @@ PointText ParsePoint(std::string_view text) {
     ThrowNotA(text, "a point on the sphere", "a pitch of -90deg to 90deg");
   }
   return {*x, *y};
+}
+
+std::array<double, 3> Point3dText::OnFrame(int width, int height) const {
+  constexpr double kHundred = 100.0;
+  const std::array<int, 3> sides = {width, height, height};
+  std::array<double, 3> pixels{};
+  for (std::size_t i = 0; i < pixels.size(); ++i) {
+    const Coordinate& coordinate = coordinates[i];
+    pixels[i] = coordinate.unit == PointUnit::kPercent ? coordinate.value * sides[i] / kHundred
+                                                       : coordinate.value;
+  }
+  return pixels;
+}
+
+Point3dText ParsePoint3d(std::string_view text) {
+  const std::vector<std::string_view> parts = Split(text, ',');
+  Point3dText point;
+  for (std::size_t i = 0; i < point.coordinates.size(); ++i) {
+    const std::optional<Coordinate> coordinate =
+        parts.size() == point.coordinates.size() ? TryCoordinate(parts[i]) : std::nullopt;
+    if (!coordinate || coordinate->unit == PointUnit::kDegrees) {
+      ThrowNotA(text, "a point in space", "X,Y,Z in pixels or percent, such as 1024,50%,-200");
+    }
+    point.coordinates[i] = *coordinate;
+  }
+  return point;
+}
+
+PF_Pixel8 ParseColor(std::string_view text) {
+  const std::vector<std::string_view> parts = Split(text, ',');
+  const std::optional<PF_Pixel8> color =
+      parts.size() == 1 ? TryHexColor(text) : TryListedColor(parts);
+  if (!color) {
+    ThrowNotA(text, "a colour", "#RRGGBB such as #ff8000, or RED,GREEN,BLUE from 0 to 255");
+  }
+  return *color;
+}
+
+std::string ColorText(const PF_Pixel8& color) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text = "#";
+  for (const unsigned channel : {color.red, color.green, color.blue}) {
+    text += kDigits[channel >> 4U];
+    text += kDigits[channel & 15U];
+  }
+  return text;
+}
+
+std::string NumberText(double value) {
+  return ShortestText(value);
+}
+
+std::string NumberText(float value) {
+  return ShortestText(value);
 }
 
 std::vector<int> FrameList::Numbers() const {

@@ -3,6 +3,7 @@
 // Values as people write them: sizes, ranges, points, percentages.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -71,6 +72,26 @@ struct PointText {
 /// "X,Y", each in pixels, with a % sign in percent, or with deg (or a degree sign) as yaw and
 /// pitch: "1024,512", "54%,17%", "30deg,-10deg". Pitch is between -90 and 90.
 PointText ParsePoint(std::string_view text);
+
+/// A point in space as written; degrees mean nothing there.
+struct Point3dText {
+  std::array<Coordinate, 3> coordinates{};
+
+  /// In pixels of a frame of this size; percent are of the width, the height and the height.
+  std::array<double, 3> OnFrame(int width, int height) const;
+};
+/// "X,Y,Z", each in pixels or with a % sign in percent.
+Point3dText ParsePoint3d(std::string_view text);
+
+/// "#RRGGBB" or "#RGB" in hexadecimal digits, with or without the #, or "RED,GREEN,BLUE" as whole
+/// numbers from 0 to 255. Alpha is 255.
+PF_Pixel8 ParseColor(std::string_view text);
+/// "#rrggbb".
+std::string ColorText(const PF_Pixel8& color);
+
+/// The shortest decimal that reads back the same.
+std::string NumberText(double value);
+std::string NumberText(float value);
 
 /// Frame numbers first, first + step, ... up to last.
 struct FrameRange {

@@ -65,6 +65,10 @@ struct ControlValue {
   PF_Pixel8 color{255, 0, 0, 0};
   /// Arbitrary data, as its effect flattens it; null is the default.
   std::shared_ptr<const FlatValue> flat = nullptr;
+  /// Where given, the value lies between `flat` and this one, at `share` of the way, 0 to 1; the
+  /// effect interpolates.
+  std::shared_ptr<const FlatValue> flatAfter = nullptr;
+  double share = 0;
 };
 
 /// The value that a control has when nobody set it, for a frame of this full-resolution size.

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "base/expected.h"
@@ -19,6 +20,8 @@
 namespace veltra::host {
 
 enum class RenderMode { kSmart, kClassic };
+
+class HeldSequence;
 
 /// One frame. Worlds are borrowed, never changed and already at the frame's depth and at
 /// 1/downsample resolution; the renderer makes no copy of them.
@@ -55,9 +58,18 @@ struct RenderSettings {
   /// Where given, the times of a control's keyframes, growing; none for a constant one.
   std::function<std::vector<A_Time>(PF_ParamIndex index)> keyframesOf;
 
+  /// Controls that somebody has just set. The effect hears of those that it supervises, after its
+  /// sequence was set up, and what it then changes in other controls counts.
+  std::set<PF_ParamIndex> changedByUser;
+  /// Where given, the sequence that this frame goes on with; null is one of the frame's own.
+  HeldSequence* sequence = nullptr;
+
   int downsample = 1;  ///< 1/n of the resolution
   /// The part to render, in coordinates of the reduced frame; absent is all of it.
   std::optional<PF_LRect> region;
+  /// Classic render without a region: the picture is all of the output that the effect answers,
+  /// which may be larger or smaller than the frame.
+  bool wholeOutput = false;
   PF_RationalScale pixelAspect{1, 1};  ///< of the frame; a layer's is its world's
 
   A_long currentTime = 0;  ///< in units of 1 / timeScale seconds

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "host/pixels/world_view.h"
 #include "host/session/arbitrary_values.h"
@@ -18,6 +19,51 @@ thread_local Session* currentSession = nullptr;
 std::string TextOf(const A_char (&text)[kHostMessageCapacity]) {
   return {text,
           static_cast<std::size_t>(std::find(text, text + kHostMessageCapacity, '\0') - text)};
+}
+
+/// Full-resolution 16.16 pixels of a reduced coordinate.
+A_long FullPoint(PF_Fixed reduced, int downsample) {
+  const std::int64_t full = std::int64_t{reduced} * downsample;
+  return static_cast<A_long>(std::clamp<std::int64_t>(full, std::numeric_limits<A_long>::min(),
+                                                      std::numeric_limits<A_long>::max()));
+}
+
+/// What a parameter holds, arbitrary data apart.
+void ReadValue(const PF_ParamDef& param, int downsample, ControlValue& value) {
+  switch (param.param_type) {
+    case PF_Param_SLIDER:
+      value.x = param.u.sd.value;
+      break;
+    case PF_Param_FIX_SLIDER:
+      value.x = param.u.fd.value;
+      break;
+    case PF_Param_ANGLE:
+      value.x = param.u.ad.value;
+      break;
+    case PF_Param_CHECKBOX:
+      value.x = param.u.bd.value;
+      break;
+    case PF_Param_POPUP:
+      value.x = param.u.pd.value;
+      break;
+    case PF_Param_COLOR:
+      value.color = param.u.cd.value;
+      break;
+    case PF_Param_POINT:
+      value.x = FullPoint(param.u.td.x_value, downsample);
+      value.y = FullPoint(param.u.td.y_value, downsample);
+      break;
+    case PF_Param_FLOAT_SLIDER:
+      value.numbers[0] = param.u.fs_d.value;
+      break;
+    case PF_Param_POINT_3D:
+      value.numbers = {param.u.point3d_d.x_value * downsample,
+                       param.u.point3d_d.y_value * downsample,
+                       param.u.point3d_d.z_value * downsample};
+      break;
+    default:
+      break;
+  }
 }
 
 }  // namespace
@@ -156,6 +202,9 @@ A_long Session::ReducedPoint(A_long coordinate) const {
 
 ControlValue Session::ValueAt(const ControlDeclaration& control, A_long time,
                               A_u_long scale) const {
+  if (const auto changed = changedValues.find(control.index); changed != changedValues.end()) {
+    return changed->second;
+  }
   if (settings_->controlAt) {
     return settings_->controlAt(control.index, time, scale);
   }
@@ -240,18 +289,90 @@ PF_Handle Session::ArbitraryValue(const ControlDeclaration& control, const Contr
     return fallback;
   }
   const std::lock_guard lock(valuesMutex_);
+  const auto same = [](const auto& a, const auto& b) {
+    return a == nullptr || b == nullptr ? a == b : *a == *b;
+  };
   for (const MadeValue& made : madeValues_) {
-    if (made.control == &control && *made.flat == *value.flat) {
+    if (made.control == &control && same(made.flat, value.flat) &&
+        same(made.flatAfter, value.flatAfter) && made.share == value.share) {
       return made.handle;
     }
   }
-  const auto made = ArbitraryCalls(context_.entry, inData_, control).Unflatten(*value.flat);
+  const auto made = MakeArbitraryValue(control, value);
   if (!made) {
     FailWith(made.ErrorText());
     return fallback;
   }
-  madeValues_.push_back({&control, value.flat, *made});
+  madeValues_.push_back({&control, value.flat, value.flatAfter, value.share, *made});
   return *made;
+}
+
+Expected<PF_Handle> Session::MakeArbitraryValue(const ControlDeclaration& control,
+                                                const ControlValue& value) const {
+  const ArbitraryCalls calls(context_.entry, inData_, control);
+  auto first = calls.Unflatten(*value.flat);
+  if (!first || value.flatAfter == nullptr) {
+    return first;
+  }
+  auto second = calls.Unflatten(*value.flatAfter);
+  if (second) {
+    auto between = calls.Interpolate(*first, *second, value.share);
+    calls.Dispose(*second);
+    second = std::move(between);
+  }
+  calls.Dispose(*first);
+  return second;
+}
+
+// ---- Parameters that the effect may change ----
+
+bool Session::FillChangeable(PF_ParamIndex index, PF_ParamDef& param) {
+  if (!FillParam(index, settings_->currentTime, settings_->timeScale, param)) {
+    return false;
+  }
+  if (IsLayer(index)) {
+    param.u.ld = PF_LayerDef{};
+    if (index == 0) {
+      param.u.ld.width = FrameRect().right;
+      param.u.ld.height = FrameRect().bottom;
+    }
+  } else if (param.param_type == PF_Param_ARBITRARY_DATA && param.u.arb_d.value != nullptr) {
+    const ControlDeclaration& control = context_.controls[static_cast<std::size_t>(index - 1)];
+    // Some effects know no copies; what they have no way to copy, they do not change either.
+    if (auto copy = ArbitraryCalls(context_.entry, inData_, control).Copy(param.u.arb_d.value)) {
+      param.u.arb_d.value = *copy;
+      changeableCopies_.emplace_back(&control, *copy);
+    }
+  }
+  param.uu.change_flags = 0;
+  return true;
+}
+
+void Session::DisposeChangeable() {
+  for (const auto& [control, copy] : changeableCopies_) {
+    ArbitraryCalls(context_.entry, inData_, *control).Dispose(copy);
+  }
+  changeableCopies_.clear();
+}
+
+void Session::TakeChangedValue(PF_ParamIndex index, const PF_ParamDef& param) {
+  const ControlDeclaration& control = context_.controls[static_cast<std::size_t>(index - 1)];
+  if (!control.HasValue()) {
+    return;
+  }
+  ControlValue value = ValueAt(control, settings_->currentTime, settings_->timeScale);
+  if (control.type == PF_Param_ARBITRARY_DATA) {
+    auto flat = ArbitraryCalls(context_.entry, inData_, control).Flatten(param.u.arb_d.value);
+    if (!flat) {
+      FailWith(flat.ErrorText());
+      return;
+    }
+    value.flat = std::make_shared<const FlatValue>(std::move(*flat));
+    value.flatAfter = nullptr;
+  } else {
+    ReadValue(param, settings_->downsample, value);
+  }
+  changedValues[index] = value;
 }
 
 void Session::DisposeValues() {
@@ -276,13 +397,20 @@ ControlFingerprint Session::FingerprintOf(PF_ParamIndex index, A_long time, A_u_
   print[0] = static_cast<A_u_long>(value.x) | std::uint64_t{static_cast<A_u_long>(value.y)} << 32;
   std::memcpy(&print[1], value.numbers.data(), sizeof value.numbers);
   std::memcpy(&print[4], &value.color, sizeof value.color);
-  if (value.flat != nullptr) {
-    std::uint64_t hash = 0xCBF29CE484222325U;
-    for (const std::byte byte : *value.flat) {
-      hash = (hash ^ std::to_integer<std::uint64_t>(byte)) * 0x100000001B3U;
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  const auto mixIn = [&hash](const void* data, std::size_t size) {
+    const auto* bytes = static_cast<const unsigned char*>(data);
+    for (std::size_t i = 0; i < size; ++i) {
+      hash = (hash ^ bytes[i]) * 0x100000001B3U;
     }
-    print[5] = hash;
+  };
+  for (const auto& flat : {value.flat, value.flatAfter}) {
+    if (flat != nullptr) {
+      mixIn(flat->data(), flat->size());
+    }
   }
+  mixIn(&value.share, sizeof value.share);
+  print[5] = hash;
   return print;
 }
 

@@ -126,6 +126,15 @@ class Session {
   /// What a parameter's value at a time is recognised by; of layers the image. Safe on many
   /// threads.
   ControlFingerprint FingerprintOf(PF_ParamIndex index, A_long time, A_u_long scale);
+  /// Fills a parameter for a command in which the effect may change it: its own copy of arbitrary
+  /// data, layers without pixels.
+  bool FillChangeable(PF_ParamIndex index, PF_ParamDef& param);
+  /// What the effect made of such a parameter, which then takes the place of the settings' value.
+  void TakeChangedValue(PF_ParamIndex index, const PF_ParamDef& param);
+  /// Gives back what FillChangeable copied.
+  void DisposeChangeable();
+  /// Values that the effect has changed; written between commands.
+  std::map<PF_ParamIndex, ControlValue> changedValues;
   /// Has the effect dispose of the values that were made for this session; the last command but the
   /// sequence's set-down.
   void DisposeValues();
@@ -175,6 +184,8 @@ class Session {
   ControlValue ValueAt(const ControlDeclaration& control, A_long time, A_u_long scale) const;
   void SetValue(const ControlDeclaration& control, const ControlValue& value, PF_ParamDef& param);
   PF_Handle ArbitraryValue(const ControlDeclaration& control, const ControlValue& value);
+  Expected<PF_Handle> MakeArbitraryValue(const ControlDeclaration& control,
+                                         const ControlValue& value) const;
   bool IsCurrentTime(A_long time, A_u_long scale) const;
   const ImageFacts* FindFacts(const PF_EffectWorld& view) const;
   A_long ReducedPoint(A_long coordinate) const;
@@ -191,10 +202,14 @@ class Session {
   std::atomic<bool> cancelled_{false};
   std::mutex progressMutex_;
 
+  std::vector<std::pair<const ControlDeclaration*, PF_Handle>> changeableCopies_;
+
   /// A value that the effect made of its flat form.
   struct MadeValue {
     const ControlDeclaration* control;
     std::shared_ptr<const FlatValue> flat;
+    std::shared_ptr<const FlatValue> flatAfter;
+    double share;
     PF_Handle handle;
   };
   // Recursive, since an effect may ask for a value while it makes another.
