@@ -12,6 +12,7 @@
 #include "cli/settings/paths.h"
 #include "cli/settings/scene.h"
 #include "pictures/output_file.h"
+#include "system/crash_report.h"
 #include "system/interrupt.h"
 
 namespace veltra::cli {
@@ -472,6 +473,7 @@ int RunRender(const Arguments& arguments) {
   }
   const auto sceneEffect = scene.settings.find("effect");
   std::shared_ptr<const host::Effect> effect;
+  ReportCrashes(!named.effect.empty() ? named.effect : "the effect");
   try {
     effect = LoadEffect(!named.effect.empty()                 ? named.effect
                         : sceneEffect != scene.settings.end() ? sceneEffect->second

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 #include <limits>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -128,6 +129,17 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
     settings.controls[index] = ValueAt(track, frame, inputs.width, inputs.height);
     moves = moves || track.keys.size() > 1;
   }
+  settings.keyframesOf = [this](PF_ParamIndex index) {
+    std::vector<A_Time> times;
+    const auto track = pass_.tracks.find(index);
+    if (track != pass_.tracks.end() && track->second.keys.size() > 1) {
+      for (const Keyframe& key : track->second.keys) {
+        times.push_back({static_cast<A_long>(key.frame * std::int64_t{frames_.rate.den}),
+                         static_cast<A_u_long>(frames_.rate.num)});
+      }
+    }
+    return times;
+  };
   if (moves) {
     settings.controlAt = [this, &inputs](PF_ParamIndex index, A_long time, A_u_long scale) {
       const auto track = pass_.tracks.find(index);
@@ -146,6 +158,30 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   return settings;
 }
 
+/// The image of a control (0 for the frame) at another time than the frame's.
+SharedWorld FrameRenderer::ImageAt(PF_ParamIndex index, A_long time, A_u_long scale,
+                                   const FrameInputs& inputs,
+                                   const std::function<SharedWorld()>& readFrame) const {
+  const bool isFrame =
+      index == 0 || (!pass_.layers.contains(index) &&
+                     pass_.effect->Controls()[static_cast<std::size_t>(index - 1)].defaultValue ==
+                         PF_LayerDefault_MYSELF);
+  if (isFrame && frames_.madeByPassBefore) {
+    throw RenderError(
+        "the effect asks for the frame at another time, which only the first of several layers "
+        "has");
+  }
+  const PF_ParamIndex wanted = isFrame ? 0 : index;
+  if (frames_.otherTimes->Has(wanted)) {
+    return frames_.otherTimes->At(wanted, time, scale);
+  }
+  if (isFrame) {
+    return readFrame();
+  }
+  const auto layer = inputs.layers.find(index);  // a still, or none
+  return layer != inputs.layers.end() ? layer->second : nullptr;
+}
+
 RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
                                     const std::function<void(double)>& progress) const {
   host::RenderSettings settings = Settings(frame, inputs);
@@ -161,16 +197,32 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
     };
   }
   SharedWorld world;  // stays for as long as the effect may look at it
+  std::mutex mutex;   // other times are asked for on several threads
   std::exception_ptr failure;
+  const auto readOnce = [&] {
+    if (world == nullptr && inputs.readFrame) {
+      world = inputs.readFrame();
+    }
+    return world;
+  };
+  const auto guarded = [&](const auto& read) -> Expected<SharedWorld> {
+    const std::lock_guard lock(mutex);
+    try {
+      return read();
+    } catch (...) {
+      failure = std::current_exception();
+      return Failure{"a picture cannot be read"};
+    }
+  };
   if (inputs.readFrame) {
     settings.readInput = [&]() -> Expected<const host::World*> {
-      try {
-        world = inputs.readFrame();
-        return world.get();
-      } catch (...) {
-        failure = std::current_exception();
-        return Failure{"the frame cannot be read"};
-      }
+      const Expected<SharedWorld> read = guarded(readOnce);
+      return read ? Expected<const host::World*>(read->get()) : Failure{read.ErrorText()};
+    };
+  }
+  if (frames_.otherTimes != nullptr) {
+    settings.layerAt = [&](PF_ParamIndex index, A_long time, A_u_long scale) {
+      return guarded([&] { return ImageAt(index, time, scale, inputs, readOnce); });
     };
   }
   host::RenderResult result = host::RenderFrame(*pass_.effect, settings);

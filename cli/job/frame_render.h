@@ -11,6 +11,7 @@
 
 #include "cli/job/frame_source.h"
 #include "cli/job/job.h"
+#include "cli/job/other_times.h"
 #include "host/renderer.h"
 
 namespace veltra::cli {
@@ -36,6 +37,8 @@ struct FrameSettings {
   int lastFrame = 0;
   PF_RationalScale rate{24, 1};  ///< in frames per second
   host::ThreadPool* pool = nullptr;
+  bool madeByPassBefore = false;     ///< the frame is what the pass before made
+  OtherTimes* otherTimes = nullptr;  ///< of the pass; null where nothing changes with time
 };
 
 /// Renders frames of one pass. Frame n is shown at time n / rate, wherever a run begins.
@@ -54,6 +57,8 @@ class FrameRenderer {
                        const std::function<void(double)>& progress) const;
 
  private:
+  SharedWorld ImageAt(PF_ParamIndex index, A_long time, A_u_long scale, const FrameInputs& inputs,
+                      const std::function<SharedWorld()>& readFrame) const;
   host::RenderSettings Settings(int frame, const FrameInputs& inputs) const;
 
   const RenderOptions& options_;

@@ -127,6 +127,7 @@ class JobRun {
   void LookAhead();
   void LowerDepth();
   void Prepare();
+  bool ChangesBefore(std::size_t pass) const;
   void RenderAll();
   void TryFrames(const Renderers& renderers);
   bool RenderNext(const Renderers& renderers);
@@ -403,10 +404,36 @@ void JobRun::TryFrames(const Renderers& renderers) {
   }
 }
 
+/// Whether what the passes before this one make changes with time.
+bool JobRun::ChangesBefore(std::size_t pass) const {
+  const auto moves = [](const auto& track) { return track.second.keys.size() > 1; };
+  for (std::size_t i = 0; i < pass; ++i) {
+    const auto& tracks = job_.passes[i].tracks;
+    if (std::any_of(tracks.begin(), tracks.end(), moves)) {
+      return true;
+    }
+  }
+  return (files_.frame && ChangesWithTime(*files_.frame)) ||
+         std::any_of(files_.layers.begin(), files_.layers.end(), [&](const JobInput& layer) {
+           return layer.pass < pass && ChangesWithTime(layer);
+         });
+}
+
 void JobRun::RenderAll() {
+  SourceSettings settings;
+  settings.depth = depth_;
+  settings.downsample = options_.downsample;
+  settings.pool = pool_.get();
+  std::vector<std::unique_ptr<OtherTimes>> otherTimes;
   Renderers renderers;
-  const FrameSettings frames{depth_, schedule_.Last(), rate_, pool_.get()};
-  for (const RenderPass& pass : job_.passes) {
+  for (std::size_t i = 0; i < job_.passes.size(); ++i) {
+    const RenderPass& pass = job_.passes[i];
+    FrameSettings frames{depth_, schedule_.Last(), rate_, pool_.get(), i > 0, nullptr};
+    auto times = std::make_unique<OtherTimes>(options_, files_, i, rate_, settings);
+    if (times->Any() || (i > 0 && ChangesBefore(i))) {
+      frames.otherTimes = times.get();
+      otherTimes.push_back(std::move(times));
+    }
     renderers.emplace_back(options_, pass, frames, &pass != &job_.passes.back());
   }
   std::vector<std::thread> helpers;

@@ -482,6 +482,14 @@ bool Session::LayerWorldAt(PF_ParamIndex index, A_long time, A_u_long scale, con
       FailWith("the image at another time has another depth than the render");
       return false;
     }
+    const PF_LRect frame = FrameRect();
+    if (index == 0 && *read != nullptr &&
+        ((*read)->Width() != frame.right || (*read)->Height() != frame.bottom)) {
+      FailWith("the frame at another time has " + std::to_string((*read)->Width()) + " x " +
+               std::to_string((*read)->Height()) + " pixels (expected " +
+               std::to_string(frame.right) + " x " + std::to_string(frame.bottom) + ")");
+      return false;
+    }
     kept = std::move(*read);
   }
   world = kept.get();

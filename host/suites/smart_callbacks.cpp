@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Smart render's callbacks: layers are promised in pre-render and fetched in render.
 
+#include "host/pixels/transfer.h"
 #include "host/pixels/world_view.h"
 #include "host/suites/tables.h"
 
@@ -105,6 +106,25 @@ const World* ImageOf(Session& session, LayerCheckout& checkout) {
   return &checkout.transparent;
 }
 
+/// Gives an effect that writes into its input pixels of its own.
+bool CopyForWriting(Session& session, LayerCheckout& checkout) {
+  if (checkout.transparent.Empty()) {
+    auto made = World::Create(checkout.view.width, checkout.view.height, session.Settings()->depth);
+    if (!made) {
+      return false;
+    }
+    checkout.transparent = std::move(*made);
+    PF_EffectWorld own = checkout.transparent.View();
+    CopyWorld(checkout.view, nullptr, own, nullptr, true);
+    own.origin_x = checkout.view.origin_x;
+    own.origin_y = checkout.view.origin_y;
+    own.extent_hint = checkout.view.extent_hint;
+    checkout.view = own;
+  }
+  checkout.view.world_flags |= PF_WorldFlag_WRITEABLE;
+  return true;
+}
+
 /// Makes the pixels ready; false where they cannot be had.
 bool PreparePixels(Session& session, LayerCheckout& checkout) {
   const World* world = ImageOf(session, checkout);
@@ -121,6 +141,10 @@ bool PreparePixels(Session& session, LayerCheckout& checkout) {
   checkout.view = session.LayerView(*world, part);
   checkout.view.origin_x = rect.left;
   checkout.view.origin_y = rect.top;
+  const bool writes = (session.Context().outFlags & PF_OutFlag_I_WRITE_INPUT_BUFFER) != 0;
+  if (checkout.request.index == 0 && writes && !CopyForWriting(session, checkout)) {
+    return false;
+  }
   if (checkout.request.index == 0) {
     checkout.view.pix_aspect_ratio = session.Settings()->pixelAspect;
   }

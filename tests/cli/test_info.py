@@ -3,8 +3,10 @@
 """What the program tells: help, version, controls, about, completion, sample."""
 
 import json
+import os
 import re
 import subprocess
+import unittest
 
 import numpy as np
 
@@ -93,6 +95,16 @@ class Info(ProgramTest):
             self.assert_fails(FAILED, "leave.so: ended the program with exit status 0", command,
                               "--json", "--effect", "leave.so")
         self.assert_fails(FAILED, "nothing.so", "about", "--effect", "nothing.so")
+
+    @unittest.skipIf(os.environ.get("VELTRA_SANITIZE"), "sanitizers tell of crashes themselves")
+    def test_a_render_ends_with_a_word_when_its_effect_crashes(self):
+        pictures.write_png(self.path("f.png"), np.zeros((4, 8, 4), np.uint8))
+        for how, words in (("abort();", "aborted (SIGABRT)"),
+                           ("*(volatile int*)16 = 1;", "segmentation fault (SIGSEGV)")):
+            self.make_library("crash.so", how)
+            self.assert_fails(FAILED, f"crash.so: crashed: {words}", "render", "--effect",
+                              "crash.so", "-f", "f.png", "-o", "o.png")
+            self.assertEqual(self.files(), ["crash.so", "f.png"])
 
     def test_completion_is_a_bash_script_that_completes(self):
         script = self.run_well("completion").stdout

@@ -12,6 +12,8 @@ import pictures
 from support import ProgramTest
 
 EFFECT = os.path.abspath(os.environ["VELTRA_ORDINARY"])
+ECHO = os.path.abspath(os.environ["VELTRA_ECHO"])
+FAILED = 1
 USAGE = 2
 
 
@@ -117,3 +119,29 @@ class OrdinaryEffects(ProgramTest):
         self.assertIn("the effect has no depth 16: renders at depth 8", process.stderr)
         self.assert_fails(USAGE, "does not render at depth 16", "render", "--effect", EFFECT, "-f",
                           "f.png", "-o", "o.png", "--depth", "16")
+
+    def write_moving(self):
+        """Frames 1 to 5 of a white pixel that moves on by one column each."""
+        for number in range(1, 6):
+            frame = np.zeros((1, 6, 4), np.uint8)
+            frame[0, number] = (10 * number, 0, 0, 255)
+            pictures.write_png(self.path(f"m.{number}.png"), frame)
+
+    def echo(self, *arguments):
+        return ("render", "--effect", ECHO, "--echoes", "2", "--spacing", "1", "--decay", "0", "-f",
+                "m.#.png", "-o", "o.#.png", *arguments)
+
+    def test_effects_get_earlier_frames_of_a_sequence(self):
+        self.write_moving()
+        self.run_well(*self.echo("--threads", "3"))
+        for number in range(1, 6):
+            red = pictures.read_png(self.path(f"o.{number}.png"))[0, :, 0].tolist()
+            shown = range(max(1, number - 2), number + 1)  # none before the first
+            self.assertEqual(red, [10 * x if x in shown else 0 for x in range(6)])
+
+    def test_an_earlier_frame_that_is_missing_is_an_error(self):
+        self.write_moving()
+        (self.folder / "m.2.png").unlink()
+        self.assert_fails(FAILED, "m.2.png: no such file", *self.echo("--frames", "4"))
+        self.assertNotIn("o.4.png", self.files())
+        self.run_well(*self.echo("--frames", "5"))
