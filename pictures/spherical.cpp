@@ -252,6 +252,16 @@ SphericalBoxes ReadSpherical(const ByteSource& source) {
   return boxes;
 }
 
+std::string StereoOf(const SphericalBoxes& boxes) {
+  constexpr std::size_t kMode = 8;  // after the type, version and flags
+  const std::size_t box = boxes.inSampleEntry.find("st3d");
+  if (box == std::string::npos || box + kMode >= boxes.inSampleEntry.size()) {
+    return {};
+  }
+  const char mode = boxes.inSampleEntry[box + kMode];
+  return mode == '\1' ? "top-bottom" : mode == '\2' ? "left-right" : "";
+}
+
 SphericalBoxes MakeEquirectangular(const std::string& stereo) {
   const std::string version(4, '\0');
   const char eyes = stereo == "top and bottom" ? '\1' : stereo == "side by side" ? '\2' : '\0';

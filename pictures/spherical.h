@@ -21,6 +21,10 @@ struct SphericalBoxes {
 /// another kind of file.
 SphericalBoxes ReadSpherical(const ByteSource& source);
 
+/// How the track says that two eyes lie in its frames, "top-bottom" or "left-right"; empty where it
+/// says nothing of the kind.
+std::string StereoOf(const SphericalBoxes& boxes);
+
 /// The boxes of a full equirectangular picture: `stereo` is "top and bottom", "side by side" or
 /// anything else for one eye.
 SphericalBoxes MakeEquirectangular(const std::string& stereo);

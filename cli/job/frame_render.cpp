@@ -13,6 +13,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/job/stereo.h"
 #include "system/interrupt.h"
 
 namespace veltra::cli {
@@ -98,6 +99,23 @@ FrameRenderer::FrameRenderer(const RenderOptions& options, const RenderPass& pas
   }
 }
 
+/// The value of a control at a frame, which may be a fraction; its default where nothing sets it.
+host::ControlValue FrameRenderer::ControlAt(PF_ParamIndex index, double frame,
+                                            const FrameInputs& inputs) const {
+  for (const host::ControlDeclaration& control : pass_.effect->Controls()) {
+    if (control.index != index) {
+      continue;
+    }
+    const auto track = pass_.tracks.find(index);
+    const host::ControlValue value =
+        track != pass_.tracks.end()
+            ? ValueAt(track->second, frame, inputs.width, inputs.height)
+            : pass_.effect->DefaultValue(control, inputs.width, inputs.height);
+    return control.type == PF_Param_POINT ? Turned(value, inputs.turn, inputs.width) : value;
+  }
+  return {};
+}
+
 host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& inputs) const {
   const RenderOptions& options = options_;
   host::RenderSettings settings;
@@ -126,8 +144,13 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   settings.totalTime = (std::max(frames_.lastFrame, frame) + 1) * settings.timeStep;
   bool moves = false;
   for (const auto& [index, track] : pass_.tracks) {
-    settings.controls[index] = ValueAt(track, frame, inputs.width, inputs.height);
+    settings.controls[index] = ControlAt(index, frame, inputs);
     moves = moves || track.keys.size() > 1;
+  }
+  for (const host::ControlDeclaration& control : pass_.effect->Controls()) {
+    if (control.type == PF_Param_POINT && inputs.turn != 0.0) {
+      settings.controls[control.index] = ControlAt(control.index, frame, inputs);
+    }
   }
   settings.keyframesOf = [this](PF_ParamIndex index) {
     std::vector<A_Time> times;
@@ -142,17 +165,7 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   };
   if (moves) {
     settings.controlAt = [this, &inputs](PF_ParamIndex index, A_long time, A_u_long scale) {
-      const auto track = pass_.tracks.find(index);
-      if (track != pass_.tracks.end()) {
-        return ValueAt(track->second, FrameAtTime(time, scale, frames_.rate), inputs.width,
-                       inputs.height);
-      }
-      for (const host::ControlDeclaration& control : pass_.effect->Controls()) {
-        if (control.index == index) {
-          return pass_.effect->DefaultValue(control, inputs.width, inputs.height);
-        }
-      }
-      return host::ControlValue{};
+      return ControlAt(index, FrameAtTime(time, scale, frames_.rate), inputs);
     };
   }
   return settings;
@@ -162,6 +175,9 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
 SharedWorld FrameRenderer::ImageAt(PF_ParamIndex index, A_long time, A_u_long scale,
                                    const FrameInputs& inputs,
                                    const std::function<SharedWorld()>& readFrame) const {
+  if (inputs.isEye && (index == 0 || !pass_.layers.contains(index))) {
+    throw RenderError("the effect asks for the frame at another time, which --stereo has not");
+  }
   const bool isFrame =
       index == 0 || (!pass_.layers.contains(index) &&
                      pass_.effect->Controls()[static_cast<std::size_t>(index - 1)].defaultValue ==

@@ -23,6 +23,8 @@ struct FrameInputs {
   /// Reads the frame; called once at most, and only when the effect wants pixels of it. Absent is
   /// a transparent frame.
   std::function<SharedWorld()> readFrame;
+  bool isEye = false;  ///< the frame is the part of a larger one that one eye sees
+  double turn = 0.0;   ///< degrees by which all points are turned to the right
   std::map<PF_ParamIndex, SharedWorld> layers;
 };
 
@@ -59,6 +61,7 @@ class FrameRenderer {
  private:
   SharedWorld ImageAt(PF_ParamIndex index, A_long time, A_u_long scale, const FrameInputs& inputs,
                       const std::function<SharedWorld()>& readFrame) const;
+  host::ControlValue ControlAt(PF_ParamIndex index, double frame, const FrameInputs& inputs) const;
   host::RenderSettings Settings(int frame, const FrameInputs& inputs) const;
 
   const RenderOptions& options_;

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <new>
 #include <set>
+#include <span>
 #include <thread>
 #include <utility>
 
@@ -21,6 +22,7 @@
 #include "cli/job/job.h"
 #include "cli/job/progress.h"
 #include "cli/job/schedule.h"
+#include "cli/job/stereo.h"
 #include "pictures/picture_world.h"
 #include "system/interrupt.h"
 
@@ -104,6 +106,28 @@ struct TakenFrame {
   std::vector<std::unique_ptr<SourcePicture>> layers;  ///< as in JobFiles; null is no layer
 };
 
+/// The layers of one frame's turn. Each can be read once; for a second eye they are kept.
+class TakenLayers {
+ public:
+  TakenLayers(const std::vector<std::unique_ptr<SourcePicture>>& pictures, bool keep)
+      : pictures_(pictures), keep_(keep), worlds_(pictures.size()) {}
+
+  bool Has(std::size_t layer) const { return pictures_[layer] != nullptr; }
+  SharedWorld Read(std::size_t layer) {
+    if (worlds_[layer] != nullptr) {
+      return worlds_[layer];
+    }
+    SharedWorld world = pictures_[layer]->Read();
+    worlds_[layer] = keep_ ? world : nullptr;
+    return world;
+  }
+
+ private:
+  const std::vector<std::unique_ptr<SourcePicture>>& pictures_;
+  bool keep_;
+  std::vector<SharedWorld> worlds_;
+};
+
 // ---- A run ----
 
 /// One run over all frames, from the first look at the inputs to the last word.
@@ -120,17 +144,24 @@ class JobRun {
   void Run();
 
  private:
+  /// One for each pass; with --stereo the same again for the right eye, since each has its own
+  /// sequence data.
   using Renderers = std::vector<FrameRenderer>;
 
   void CheckFolder() const;
   PictureInfo LookAtFirst();
   void LookAhead();
   void LowerDepth();
+  void CheckStereo();
   void Prepare();
   bool ChangesBefore(std::size_t pass) const;
   void RenderAll();
   void TryFrames(const Renderers& renderers);
   bool RenderNext(const Renderers& renderers);
+  host::World LayPasses(int number, FrameInputs inputs, TakenLayers& layers,
+                        std::span<const FrameRenderer> renderers);
+  host::World LayOntoEyes(int number, const FrameInputs& inputs, TakenLayers& layers,
+                          const Renderers& renderers);
   std::optional<TakenFrame> Take(int number);
   void RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers);
   bool FrameFailed(const Schedule::Turn& turn, const std::string& message);
@@ -198,6 +229,29 @@ void JobRun::LookAhead() {
   }
   for (const RenderPass& pass : job_.passes) {
     CheckDepth(options_, *pass.effect, depth_);
+  }
+  CheckStereo();
+}
+
+/// Two eyes want a whole frame with two halves; a video that says it has them wants to be asked.
+void JobRun::CheckStereo() {
+  if (options_.stereo) {
+    if (options_.region) {
+      throw UsageError("--stereo: renders whole frames only (leave --region out)");
+    }
+    EyeSize(*options_.stereo, first_.width, first_.height, options_.downsample);
+    return;
+  }
+  if (options_.disparity != 0.0) {
+    throw UsageError("--disparity: is for frames of two eyes (add --stereo)");
+  }
+  const VideoInfo* video = FrameVideo(files_);
+  const std::string layout = video != nullptr ? StereoOf(video->spherical) : "";
+  if (!layout.empty()) {
+    WarnOnce({Text(video->path,
+                   ": its metadata says that it holds two eyes; they count as one "
+                   "sphere (render with --stereo ",
+                   layout, ")")});
   }
 }
 
@@ -287,7 +341,64 @@ void JobRun::CheckSameDepth(int number, const PictureInfo& info) const {
   }
 }
 
-/// Lays pass after pass onto the frame and writes what comes out.
+/// Lays pass after pass onto the frame.
+host::World JobRun::LayPasses(int number, FrameInputs inputs, TakenLayers& layers,
+                              std::span<const FrameRenderer> renderers) {
+  std::function<void(double)> within;
+  if (schedule_.Numbers().size() == 1 && renderers.size() == 1 && !options_.stereo) {
+    within = [this](double fraction) { progress_->Within(fraction); };
+  }
+  for (std::size_t pass = 0;; ++pass) {
+    inputs.layers.clear();
+    for (std::size_t i = 0; i < files_.layers.size(); ++i) {
+      if (files_.layers[i].pass == pass && layers.Has(i)) {
+        inputs.layers[files_.layers[i].index] = layers.Read(i);
+      }
+    }
+    RenderedFrame rendered = renderers[pass].Render(number, inputs, within);
+    WarnOnce(rendered.warnings);
+    if (pass + 1 == renderers.size()) {
+      return std::move(rendered.picture);
+    }
+    auto shared = std::make_shared<const host::World>(std::move(rendered.picture));
+    inputs.readFrame = [shared = std::move(shared)] { return shared; };
+  }
+}
+
+/// The same for each eye's part of the frame, which is read once.
+host::World JobRun::LayOntoEyes(int number, const FrameInputs& inputs, TakenLayers& layers,
+                                const Renderers& renderers) {
+  const StereoLayout layout = *options_.stereo;
+  const PictureSize size = EyeSize(layout, inputs.width, inputs.height, options_.downsample);
+  SharedWorld frame;
+  std::array<host::World, 2> pictures;
+  for (const Eye eye : {Eye::kLeft, Eye::kRight}) {
+    FrameInputs part;
+    part.width = size.width;
+    part.height = size.height;
+    part.isEye = true;
+    part.turn = eye == Eye::kLeft ? options_.disparity : -options_.disparity;
+    if (inputs.readFrame) {
+      part.readFrame = [&] {
+        frame = frame != nullptr ? frame : inputs.readFrame();
+        return EyeOf(*frame, layout, eye);
+      };
+    }
+    host::World& picture = pictures[static_cast<std::size_t>(eye)];
+    const std::size_t passes = job_.passes.size();
+    picture = LayPasses(number, std::move(part), layers,
+                        std::span(renderers).subspan(eye == Eye::kLeft ? 0 : passes, passes));
+    if (picture.Width() != host::DownsampledLength(size.width, options_.downsample) ||
+        picture.Height() != host::DownsampledLength(size.height, options_.downsample)) {
+      throw RenderError(
+          "the effect makes its picture larger than the frame, which --stereo has "
+          "no room for");
+    }
+  }
+  return JoinEyes(pictures[0], pictures[1], layout);
+}
+
+/// Renders a frame and writes what comes out.
 void JobRun::RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers) {
   const PictureInfo& info = taken.frame != nullptr ? taken.frame->Info() : first_;
   FrameInputs inputs;
@@ -297,26 +408,11 @@ void JobRun::RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Ren
     CheckSameDepth(turn.number, info);
     inputs.readFrame = [&frame = *taken.frame] { return frame.Read(); };
   }
-  std::function<void(double)> within;
-  if (schedule_.Numbers().size() == 1 && renderers.size() == 1) {
-    within = [this](double fraction) { progress_->Within(fraction); };
-  }
   host::World picture;
-  for (std::size_t pass = 0; pass < renderers.size(); ++pass) {
-    inputs.layers.clear();
-    for (std::size_t i = 0; i < files_.layers.size(); ++i) {
-      if (files_.layers[i].pass == pass && taken.layers[i] != nullptr) {
-        inputs.layers[files_.layers[i].index] = taken.layers[i]->Read();
-      }
-    }
-    RenderedFrame rendered = renderers[pass].Render(turn.number, inputs, within);
-    WarnOnce(rendered.warnings);
-    if (pass + 1 < renderers.size()) {
-      auto shared = std::make_shared<const host::World>(std::move(rendered.picture));
-      inputs.readFrame = [shared = std::move(shared)] { return shared; };
-    } else {
-      picture = std::move(rendered.picture);
-    }
+  {
+    TakenLayers layers(taken.layers, options_.stereo.has_value());
+    picture = options_.stereo ? LayOntoEyes(turn.number, inputs, layers, renderers)
+                              : LayPasses(turn.number, std::move(inputs), layers, renderers);
   }
   inputs = {};  // not needed while writing
   WarnAbout(info);
@@ -425,16 +521,21 @@ void JobRun::RenderAll() {
   settings.downsample = options_.downsample;
   settings.pool = pool_.get();
   std::vector<std::unique_ptr<OtherTimes>> otherTimes;
+  std::vector<FrameSettings> allFrames;
   Renderers renderers;
   for (std::size_t i = 0; i < job_.passes.size(); ++i) {
-    const RenderPass& pass = job_.passes[i];
     FrameSettings frames{depth_, schedule_.Last(), rate_, pool_.get(), i > 0, nullptr};
     auto times = std::make_unique<OtherTimes>(options_, files_, i, rate_, settings);
     if (times->Any() || (i > 0 && ChangesBefore(i))) {
       frames.otherTimes = times.get();
       otherTimes.push_back(std::move(times));
     }
-    renderers.emplace_back(options_, pass, frames, &pass != &job_.passes.back());
+    allFrames.push_back(frames);
+  }
+  for (int eye = options_.stereo ? 0 : 1; eye < 2; ++eye) {
+    for (std::size_t i = 0; i < job_.passes.size(); ++i) {
+      renderers.emplace_back(options_, job_.passes[i], allFrames[i], i + 1 < job_.passes.size());
+    }
   }
   std::vector<std::thread> helpers;
   try {

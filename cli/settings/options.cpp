@@ -4,6 +4,7 @@
 #include "cli/settings/options.h"
 
 #include <array>
+#include <cmath>
 
 #include "base/error.h"
 
@@ -48,6 +49,33 @@ LayerEnd ParseLayerEnd(std::string_view text) {
     }
   }
   ThrowNotA(text, "an end for a layer", "none, hold, loop or ping-pong");
+}
+
+constexpr std::array<const char*, 2> kStereoLayouts = {"top-bottom", "left-right"};
+
+StereoLayout ParseStereo(std::string_view text) {
+  for (std::size_t i = 0; i < kStereoLayouts.size(); ++i) {
+    if (text == kStereoLayouts[i]) {
+      return static_cast<StereoLayout>(i);
+    }
+  }
+  if (text == "vr180") {
+    throw UsageError(
+        "'vr180' shows half a sphere to each eye, and the effect takes a frame for the whole one "
+        "(lay each eye's picture into the middle of one twice as wide, then expected top-bottom or "
+        "left-right)");
+  }
+  ThrowNotA(text, "a layout of two eyes", "top-bottom or left-right");
+}
+
+constexpr double kMostDisparity = 45.0;
+
+double ParseDisparity(std::string_view text) {
+  const double degrees = ParseNumber(text);
+  if (!(std::abs(degrees) <= kMostDisparity)) {
+    ThrowNotA(text, "in range", "-45 to 45");
+  }
+  return degrees;
 }
 
 ProgressStyle ParseProgress(std::string_view text) {
@@ -98,6 +126,15 @@ constexpr std::array kSpecs = {
     OptionSpec{"region", "", "X,Y,W,H", kRendering,
                "only this part, in pixels of the full-resolution frame", true, false, "",
                [](RenderOptions& o, std::string_view t) { o.region = ParseRegion(t); }},
+    OptionSpec{"stereo", "", "LAYOUT", kRendering,
+               "the frame holds a sphere for each eye: top-bottom or left-right", true, false,
+               "top-bottom left-right",
+               [](RenderOptions& o, std::string_view t) { o.stereo = ParseStereo(t); }},
+    OptionSpec{"disparity", "", "DEGREES", kRendering,
+               "with --stereo: turns each eye's points towards the nose, which brings the layer "
+               "nearer (default 0, -45 to 45)",
+               true, false, "",
+               [](RenderOptions& o, std::string_view t) { o.disparity = ParseDisparity(t); }},
     OptionSpec{"pixel-aspect", "", "N/D", kRendering, "width of the frame's pixels over height",
                true, false, "",
                [](RenderOptions& o, std::string_view t) { o.pixelAspect = ParseRatio(t); }},
@@ -201,6 +238,10 @@ const OptionSpec* FindOption(std::string_view name) {
     }
   }
   return nullptr;
+}
+
+const char* StereoLayoutName(StereoLayout layout) {
+  return kStereoLayouts[static_cast<std::size_t>(layout)];
 }
 
 const char* LayerEndName(LayerEnd end) {

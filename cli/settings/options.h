@@ -38,6 +38,12 @@ struct LayerTiming {
   bool IsSet() const { return start || end || speed; }
 };
 
+/// How the pictures of two eyes lie in a frame; the left eye's is the upper or left one.
+enum class StereoLayout { kTopBottom, kLeftRight };
+
+/// "top-bottom" or "left-right".
+const char* StereoLayoutName(StereoLayout layout);
+
 struct RenderOptions {
   std::string effect;
   std::string frame;
@@ -58,6 +64,8 @@ struct RenderOptions {
   bool draft = false;
   std::optional<PF_LRect> region;
   int downsample = 1;
+  std::optional<StereoLayout> stereo;
+  double disparity = 0.0;  ///< degrees by which each eye's points are turned towards the nose
   PF_RationalScale pixelAspect{1, 1};
   PF_RationalScale layerPixelAspect{1, 1};
   LayerTiming layerTiming;

@@ -90,6 +90,13 @@ TEST_F(SphericalFiles, FilesWithoutAPlaceStayAsTheyAre) {
   }
 }
 
+TEST(Spherical, TellsHowTwoEyesLieInAFrame) {
+  EXPECT_EQ(StereoOf(MakeEquirectangular("top and bottom")), "top-bottom");
+  EXPECT_EQ(StereoOf(MakeEquirectangular("side by side")), "left-right");
+  EXPECT_EQ(StereoOf(MakeEquirectangular("")), "");
+  EXPECT_EQ(StereoOf({}), "");
+}
+
 TEST(Spherical, EveryCutAndEveryChangedSizeIsSurvived) {
   const std::string whole = Box("moov", Track(MakeEquirectangular("").inSampleEntry));
   for (std::size_t length = 0; length <= whole.size(); ++length) {
