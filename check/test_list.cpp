@@ -46,6 +46,10 @@ constexpr std::array kTests{
          &TestPreRenderRects},
     Test{"reduced-resolution", 4, kRenders, "reduced resolution and draft quality render",
          &TestReducedResolution},
+    Test{"arbitrary-data", 4, kRenders, "values of arbitrary data outlive storing and their text",
+         &TestArbitraryData},
+    Test{"sequences", 4, kRenders, "a sequence goes on, is stored and opened with the same picture",
+         &TestSequences},
     // 5: any frame that an ordinary project can hold.
     Test{"canaries", 5, kRenders, "nothing is written outside of any world's pixels",
          &TestCanaries},
@@ -58,6 +62,8 @@ constexpr std::array kTests{
     Test{"extreme-values", 5, kRenders, "the ends of every control's range render",
          &TestExtremeValues},
     Test{"regions", 5, kRenders, "a part of the frame is the same as in the whole", &TestRegions},
+    Test{"other-times", 5, kRenders, "frames before, in and after the footage render",
+         &TestOtherTimes},
     Test{"empty-requests", 5, kRenders, "an empty request is answered", &TestEmptyRequests},
     // 6: the same picture however it is asked for.
     Test{"random-values", 6, kRenders, "random values within the valid ranges render",

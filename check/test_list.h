@@ -58,6 +58,10 @@ void TestPreRenderRects(TestRun& run);
 void TestRegions(TestRun& run);
 void TestEmptyRequests(TestRun& run);
 void TestReducedResolution(TestRun& run);
+// session_tests.cpp
+void TestSequences(TestRun& run);
+void TestArbitraryData(TestRun& run);
+void TestOtherTimes(TestRun& run);
 // world_tests.cpp
 void TestCanaries(TestRun& run);
 void TestStrides(TestRun& run);

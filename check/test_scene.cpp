@@ -74,9 +74,60 @@ World Made(Expected<World> world) {
   return std::move(*world);
 }
 
-bool IsSettable(PF_ParamType type) {
-  return type == PF_Param_FIX_SLIDER || type == PF_Param_CHECKBOX || type == PF_Param_POPUP ||
-         type == PF_Param_POINT;
+/// Values of arbitrary data are made by the effect alone.
+bool IsSettable(const ControlDeclaration& control) {
+  return control.HasValue() && control.type != PF_Param_ARBITRARY_DATA;
+}
+
+bool IsSeparator(const std::string& choice) {
+  return choice.starts_with("(-");
+}
+
+/// The numbers of the choices that a value can name; 1 where there are none.
+std::vector<A_long> ChoiceNumbers(const ControlDeclaration& control) {
+  std::vector<A_long> numbers;
+  for (std::size_t i = 0; i < control.choices.size(); ++i) {
+    if (!IsSeparator(control.choices[i])) {
+      numbers.push_back(static_cast<A_long>(i + 1));
+    }
+  }
+  return numbers.empty() ? std::vector<A_long>{1} : numbers;
+}
+
+ControlValue NumberValue(double number) {
+  ControlValue value;
+  value.numbers[0] = number;
+  return value;
+}
+
+ControlValue ColorValue(const PF_Pixel8& color) {
+  ControlValue value;
+  value.color = color;
+  return value;
+}
+
+ControlValue RandomColor(Random& random) {
+  const auto channel = [&] { return static_cast<A_u_char>(random.Int(0, PF_MAX_CHAN8)); };
+  const A_u_char red = channel();
+  const A_u_char green = channel();
+  return ColorValue({PF_MAX_CHAN8, red, green, channel()});
+}
+
+ControlValue RandomNumber(Random& random, double low, double high) {
+  const double share = static_cast<double>(random.Int(0, kFractionSteps)) / kFractionSteps;
+  return NumberValue(low + (high - low) * share);
+}
+
+/// Within the frame, or a few times as far; depth as the height.
+ControlValue RandomPoint3d(Random& random, bool tame, A_long width, A_long height) {
+  ControlValue value;
+  const std::array<A_long, 3> lengths = {width, height, height};
+  for (std::size_t i = 0; i < lengths.size(); ++i) {
+    const double low = tame ? 0.0 : -2.0 * lengths[i];
+    const double high = tame ? lengths[i] : 3.0 * lengths[i];
+    value.numbers[i] = RandomNumber(random, low, high).numbers[0];
+  }
+  return value;
 }
 
 // Far outside every frame that is tested with, and within what 16.16 holds.
@@ -86,6 +137,7 @@ ControlValue RandomValue(const ControlDeclaration& control, Random& random, Reac
                          A_long width, A_long height) {
   const bool tame = reach == Reach::kTame;
   switch (control.type) {
+    case PF_Param_SLIDER:
     case PF_Param_FIX_SLIDER: {
       const PF_Fixed low = tame ? control.sliderMin : control.validMin;
       const PF_Fixed high = tame ? control.sliderMax : control.validMax;
@@ -94,7 +146,18 @@ ControlValue RandomValue(const ControlDeclaration& control, Random& random, Reac
     case PF_Param_CHECKBOX:
       return {random.Int(0, 1), 0};
     case PF_Param_POPUP:
-      return {random.Int(1, std::max<A_long>(1, static_cast<A_long>(control.choices.size()))), 0};
+      return {random.Pick(ChoiceNumbers(control)), 0};
+    case PF_Param_FLOAT_SLIDER:
+      return RandomNumber(random, tame ? control.sliderMinNumber : control.validMinNumber,
+                          tame ? control.sliderMaxNumber : control.validMaxNumber);
+    case PF_Param_ANGLE: {
+      constexpr A_long kTurn = 360 * 65536;
+      return {random.Int(tame ? 0 : -10 * kTurn, tame ? kTurn : 10 * kTurn), 0};
+    }
+    case PF_Param_COLOR:
+      return RandomColor(random);
+    case PF_Param_POINT_3D:
+      return RandomPoint3d(random, tame, width, height);
     default: {
       const auto coordinate = [&](A_long length) {
         if (tame || control.restrictBounds) {
@@ -305,7 +368,7 @@ std::string Describe(const RenderSettings& settings) {
 void SetRandomControls(RenderSettings& settings, const Effect& effect, Random& random,
                        Reach reach) {
   for (const ControlDeclaration& control : effect.Controls()) {
-    if (IsSettable(control.type)) {
+    if (IsSettable(control)) {
       settings.controls[control.index] =
           RandomValue(control, random, reach, settings.width, settings.height);
     }
@@ -316,6 +379,7 @@ std::vector<ControlValue> ExtremeValues(const ControlDeclaration& control, A_lon
                                         A_long height) {
   std::vector<ControlValue> values;
   switch (control.type) {
+    case PF_Param_SLIDER:
     case PF_Param_FIX_SLIDER:
       for (const PF_Fixed value :
            {control.validMin, control.validMax, control.sliderMin, control.sliderMax, 0, 1, -1}) {
@@ -327,10 +391,28 @@ std::vector<ControlValue> ExtremeValues(const ControlDeclaration& control, A_lon
     case PF_Param_CHECKBOX:
       return {{0, 0}, {1, 0}};
     case PF_Param_POPUP:
-      for (std::size_t choice = 1; choice <= control.choices.size(); ++choice) {
-        values.push_back({static_cast<A_long>(choice), 0});
+      for (const A_long choice : ChoiceNumbers(control)) {
+        values.push_back({choice, 0});
       }
       return values;
+    case PF_Param_FLOAT_SLIDER:
+      return {NumberValue(control.validMinNumber), NumberValue(control.validMaxNumber),
+              NumberValue(control.sliderMinNumber), NumberValue(control.sliderMaxNumber)};
+    case PF_Param_ANGLE:
+      return {{0, 0},
+              {-1, 0},
+              {360 * 65536, 0},
+              {std::numeric_limits<A_long>::min(), 0},
+              {std::numeric_limits<A_long>::max(), 0}};
+    case PF_Param_COLOR:
+      return {ColorValue({PF_MAX_CHAN8, 0, 0, 0}),
+              ColorValue({PF_MAX_CHAN8, PF_MAX_CHAN8, PF_MAX_CHAN8, PF_MAX_CHAN8})};
+    case PF_Param_POINT_3D: {
+      constexpr double kFar = 1e6;
+      ControlValue far;
+      far.numbers = {kFar, -kFar, kFar};
+      return {ControlValue{}, far};
+    }
     case PF_Param_POINT:
       return ExtremePoints(control, width, height);
     default:
@@ -345,6 +427,16 @@ std::string DescribeValue(const ControlDeclaration& control, const ControlValue&
       return Text(name, " ", FixedText(value.x));
     case PF_Param_POINT:
       return Text(name, " ", FixedText(value.x), ",", FixedText(value.y));
+    case PF_Param_FLOAT_SLIDER:
+      return Text(name, " ", std::to_string(value.numbers[0]));
+    case PF_Param_POINT_3D:
+      return Text(name, " ", std::to_string(value.numbers[0]), ",",
+                  std::to_string(value.numbers[1]), ",", std::to_string(value.numbers[2]));
+    case PF_Param_ANGLE:
+      return Text(name, " ", FixedText(value.x), " degrees");
+    case PF_Param_COLOR:
+      return Text(name, " ", static_cast<int>(value.color.red), ",",
+                  static_cast<int>(value.color.green), ",", static_cast<int>(value.color.blue));
     default:
       return Text(name, " ", value.x);
   }
