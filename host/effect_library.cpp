@@ -4,7 +4,10 @@
 
 #include "host/effect_library.h"
 
+#include <array>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "host/base/error_names.h"
 #include "host/suites/tables.h"
@@ -14,9 +17,16 @@ namespace veltra::host {
 namespace {
 
 struct RegistrationCalls {
-  Registration identity;
-  int count = 0;
+  std::vector<Registration> effects;
+  int others = 0;  ///< project plug-ins and the like, which are not for this host
 };
+
+/// Between a library's file and the match name of one of its effects.
+constexpr std::string_view kChoiceMark = "::";
+
+/// What libraries without registration call their command entry. Their resource tells the name,
+/// and only Windows libraries have one.
+constexpr std::array<const char*, 2> kUsualEntryNames = {"EffectMain", kMainEntryName};
 
 std::string Text(const A_u_char* text) {
   return text != nullptr ? std::string(reinterpret_cast<const char*>(text)) : std::string();
@@ -30,10 +40,13 @@ PF_Err KeepRegistration(void* hostPointer, const A_u_char* name, const A_u_char*
   if (calls == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
-  ++calls->count;
+  if (kind != kEffectPluginKind) {
+    ++calls->others;
+    return PF_Err_NONE;
+  }
   try {
-    calls->identity = {Text(name), Text(matchName), Text(category), Text(entryPoint), kind,
-                       apiMajor,   apiMinor,        reservedInfo,   Text(supportUrl)};
+    calls->effects.push_back({Text(name), Text(matchName), Text(category), Text(entryPoint), kind,
+                              apiMajor, apiMinor, reservedInfo, Text(supportUrl)});
   } catch (...) {
     return PF_Err_OUT_OF_MEMORY;
   }
@@ -47,27 +60,31 @@ PF_Err KeepOlderRegistration(void* hostPointer, const A_u_char* name, const A_u_
                           apiMinor, reservedInfo, nullptr);
 }
 
-/// Why the registration is of no use; empty when it is fine.
-std::string RegistrationTrouble(const RegistrationCalls& calls) {
-  if (calls.count == 0) {
-    return "registers nothing";
+/// The effect of that match name, or the only one where none is named.
+Expected<Registration> ChooseEffect(const RegistrationCalls& calls, const std::string& wanted) {
+  if (calls.effects.empty()) {
+    return Failure{calls.others == 0 ? "registers nothing"
+                                     : "registers something that is not an effect"};
   }
-  if (calls.count > 1) {
-    return "registers more than one effect, which this host does not support";
+  std::string list;
+  for (const Registration& effect : calls.effects) {
+    if (effect.matchName.empty() || effect.entryPoint.empty()) {
+      return Failure{"registers without a match name or an entry point"};
+    }
+    if (effect.matchName == wanted || (wanted.empty() && calls.effects.size() == 1)) {
+      return effect;
+    }
+    list += (list.empty() ? "" : ", ") + effect.matchName;
   }
-  if (calls.identity.kind != kEffectPluginKind) {
-    return "registers something that is not an effect";
-  }
-  if (calls.identity.matchName.empty() || calls.identity.entryPoint.empty()) {
-    return "registers without a match name or an entry point";
-  }
-  return {};
+  return wanted.empty()
+             ? Failure{"holds several effects: " + list + " (choose one as FILE::MATCH NAME)"}
+             : Failure{"has no effect \"" + wanted + "\" (expected " + list + ")"};
 }
 
 /// Runs a registration entry of either form with the callback of its form; any exception is the
 /// library's fault and reads as a failure.
 template <class Entry, class Callback>
-Expected<RegistrationCalls> Register(Entry entry, Callback callback) {
+Expected<Registration> Register(Entry entry, Callback callback, const std::string& wanted) {
   RegistrationCalls calls;
   PF_Err error = PF_Err_NONE;
   try {
@@ -78,21 +95,25 @@ Expected<RegistrationCalls> Register(Entry entry, Callback callback) {
   if (error != PF_Err_NONE) {
     return Failure{"refuses to be registered: " + ErrorName(error)};
   }
-  if (std::string trouble = RegistrationTrouble(calls); !trouble.empty()) {
-    return Failure{trouble};
-  }
-  return calls;
+  return ChooseEffect(calls, wanted);
 }
 
-/// Registers through the newer entry or, without it, the older one.
-Expected<RegistrationCalls> RegisterLibrary(const DynamicLibrary& library) {
+/// Registers through the newer entry or, without it, the older one. A library without either is
+/// known by its file's name and the usual name of a command entry.
+Expected<Registration> RegisterLibrary(const DynamicLibrary& library, const std::string& fileName,
+                                       const std::string& wanted) {
   if (const auto entry =
           reinterpret_cast<PF_PluginDataEntryFn>(library.Find(kRegistrationEntryName))) {
-    return Register(entry, &KeepRegistration);
+    return Register(entry, &KeepRegistration, wanted);
   }
   if (const auto entry =
           reinterpret_cast<PF_OlderPluginDataEntryFn>(library.Find(kOlderRegistrationEntryName))) {
-    return Register(entry, &KeepOlderRegistration);
+    return Register(entry, &KeepOlderRegistration, wanted);
+  }
+  for (const char* name : kUsualEntryNames) {
+    if (library.Find(name) != nullptr && wanted.empty()) {
+      return Registration{fileName, fileName, {}, name, kEffectPluginKind, 13, 28, 0, {}};
+    }
   }
   return Failure{std::string("not an effect library (it does not export ") +
                  kRegistrationEntryName + ")"};
@@ -105,13 +126,13 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
   if (registration == nullptr || mainEntry == nullptr) {
     return Failure{name + ": an entry point is missing (expected registration and command entry)"};
   }
-  auto calls = Register(registration, &KeepRegistration);
-  if (!calls) {
-    return Failure{name + ": " + calls.ErrorText()};
+  auto identity = Register(registration, &KeepRegistration, {});
+  if (!identity) {
+    return Failure{name + ": " + identity.ErrorText()};
   }
   std::shared_ptr<EffectLibrary> library(new EffectLibrary);
   library->path_ = name;
-  library->identity_ = std::move(calls->identity);
+  library->identity_ = std::move(*identity);
   library->mainEntry_ = mainEntry;
   return std::shared_ptr<const EffectLibrary>(std::move(library));
 }
@@ -124,11 +145,19 @@ void* EffectLibrary::Module() const {
 }
 
 Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
-    const std::filesystem::path& path) {
+    const std::filesystem::path& pathAndChoice) {
+  std::error_code code;
+  std::filesystem::path path = pathAndChoice;
+  std::string wanted;
+  const std::string text = pathAndChoice.string();
+  const std::size_t mark = text.rfind(kChoiceMark);
+  if (mark != std::string::npos && !std::filesystem::exists(pathAndChoice, code)) {
+    path = text.substr(0, mark);
+    wanted = text.substr(mark + kChoiceMark.size());
+  }
   const auto fail = [&path](const std::string& reason) {
     return Failure{path.string() + ": " + reason};
   };
-  std::error_code code;
   const auto status = std::filesystem::status(path, code);
   if (!std::filesystem::exists(status)) {
     return fail("no such file");
@@ -143,11 +172,11 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
   std::shared_ptr<EffectLibrary> library(new EffectLibrary);
   library->path_ = path;
   library->library_ = std::move(*opened);
-  auto calls = RegisterLibrary(*library->library_);
-  if (!calls) {
-    return fail(calls.ErrorText());
+  auto identity = RegisterLibrary(*library->library_, path.stem().string(), wanted);
+  if (!identity) {
+    return fail(identity.ErrorText());
   }
-  library->identity_ = std::move(calls->identity);
+  library->identity_ = std::move(*identity);
   // The name is the library's to choose; most say kMainEntryName.
   const std::string& entryPoint = library->identity_.entryPoint;
   library->mainEntry_ =
