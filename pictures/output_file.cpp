@@ -13,6 +13,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "system/process_mark.h"
+#include "system/submission_mark.h"
 
 namespace veltra::pictures {
 namespace {
@@ -34,8 +35,8 @@ std::string FollowLinks(const std::string& path) {
   return ignored ? path : real.string();
 }
 
-/// The mark of the process in a temporary name, ".STEM.veltra-MARK-COUNTER.EXTENSION"; empty where
-/// it is none.
+/// The mark of the process in a temporary name, ".STEM.veltra-MARK-COUNTER.EXTENSION", where
+/// "-SUBMISSION" may follow the counter; empty where it is none.
 std::string MarkIn(const std::string& name) {
   const std::size_t infix = name.rfind(kInfix);
   if (!name.starts_with('.') || infix == std::string::npos) {
@@ -46,6 +47,11 @@ std::string MarkIn(const std::string& name) {
   const std::size_t end = name.find('-', std::min(middle, name.size() - 1) + 1);
   return middle == std::string::npos || end == std::string::npos ? std::string()
                                                                  : name.substr(start, end - start);
+}
+
+/// What a submission's mark adds to a temporary name.
+std::string Ending(const std::string& submission) {
+  return submission.empty() ? std::string() : Text("-", submission);
 }
 
 /// Nobody works at one frame that long without writing; a video is written to all the time.
@@ -59,6 +65,9 @@ bool IsOld(const std::filesystem::path& file) {
 }  // namespace
 
 void RemoveLeftovers(const std::string& path) {
+  if (!SubmissionMark().empty()) {
+    return;  // its last task does, once for all: listing the folder in each would be too much
+  }
   const std::filesystem::path target(FollowLinks(path));
   const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
   for (const std::string& name : NamesIn(folder.string())) {
@@ -73,11 +82,24 @@ void RemoveLeftovers(const std::string& path) {
   }
 }
 
+int RemoveLeftoversOf(const std::string& submission, const std::string& folder) {
+  int removed = 0;
+  for (const std::string& name : NamesIn(folder)) {
+    const std::filesystem::path file = std::filesystem::path(folder) / name;
+    const std::size_t ending = name.rfind(Ending(submission));
+    if (!MarkIn(name).empty() && ending != std::string::npos && ending > name.rfind(kInfix)) {
+      RemoveFile(file.string().c_str());
+      ++removed;
+    }
+  }
+  return removed;
+}
+
 std::string TemporaryNameBeside(const std::string& path) {
   static std::atomic<unsigned> counter{0};
   const std::filesystem::path target(path);
   const std::string name = Text(".", target.stem().string(), kInfix, OwnProcessMark(), "-",
-                                counter++, target.extension().string());
+                                counter++, Ending(SubmissionMark()), target.extension().string());
   return (target.parent_path() / name).string();
 }
 
@@ -223,6 +245,9 @@ void OutputFile::Commit() {
   } else {
     Flush();
   }
+  ThrowIfFailed();
+  // On a farm a name must not outlive the bytes when its machine loses power.
+  failure_ = temporary_ != nullptr && !SubmissionMark().empty() ? file_.Sync() : 0;
   ThrowIfFailed();
   failure_ = file_.Close();
   ThrowIfFailed();

@@ -35,6 +35,10 @@ class TemporaryFile {
   TemporaryTicket ticket_ = 0;
 };
 
+/// Deletes the temporary files of a submission's tasks (system/submission_mark.h) from a folder,
+/// those of tasks that still run too; returns how many there were.
+int RemoveLeftoversOf(const std::string& submission, const std::string& folder);
+
 /// A name beside `path` that no other call and no other running program gives out, with the same
 /// ending so that programs that go by the ending accept it.
 std::string TemporaryNameBeside(const std::string& path);

@@ -126,6 +126,10 @@ int File::Seek(std::uint64_t offset) const noexcept {
   return lseek(handle_, static_cast<off_t>(offset), SEEK_SET) < 0 ? errno : 0;
 }
 
+int File::Sync() const noexcept {
+  return fsync(handle_) == 0 ? 0 : errno;
+}
+
 int File::Close() noexcept {
   const int handle = std::exchange(handle_, -1);
   return handle < 0 || !owned_ || close(handle) == 0 ? 0 : errno;

@@ -51,6 +51,8 @@ class File {
   /// All bytes, at the place where the last ones ended.
   int Write(const void* bytes, std::size_t size) const noexcept;
   int Seek(std::uint64_t offset) const noexcept;
+  /// Waits until the bytes are on their disk.
+  int Sync() const noexcept;
   /// Closing may be what notices that the disk is full.
   int Close() noexcept;
 

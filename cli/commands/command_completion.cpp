@@ -84,6 +84,17 @@ std::string AddCheckTo(Script& script) {
   return "--strictness --seed --timeout --only --resource --json --list --verbose";
 }
 
+/// Returns the options of `veltra submit`.
+std::string AddSubmitTo(Script& script) {
+  script.arms += Arm("--scheduler", "slurm list", false);
+  script.arms +=
+      Arm("--chunk|--cpus|--memory|--partition|--account|--time|--array-limit|--sbatch|--name|--id",
+          "", false);
+  return "--chunk --cpus --memory --partition --account --time --array-limit --sbatch --name "
+         "--any-version --again --dry-run --scheduler --wait --status --cancel --id --progress "
+         "--quiet";
+}
+
 constexpr const char* kHead = R"(# bash completion for veltra; made by: veltra completion
 _veltra_files() {
   local IFS=$'\n'
@@ -116,6 +127,9 @@ constexpr const char* kMiddle = R"(  esac
     render) COMPREPLY=($(compgen -W 'OPTIONS --help' -- "$cur")) ;;
     check) COMPREPLY=($(compgen -W 'CHECKS --help' -- "$cur")) ;;
     controls|about) COMPREPLY=($(compgen -W '--effect --json --help' -- "$cur")) ;;
+    submit) COMPREPLY=($(compgen -W 'SUBMIT --help' -- "$cur")) ;;
+    verify) COMPREPLY=($(compgen -W '--repair --threads --progress --quiet --help' -- "$cur")) ;;
+    task) COMPREPLY=($(compgen -W '--finish --help' -- "$cur")) ;;
     sample) COMPREPLY=($(compgen -W '--size --help' -- "$cur")) ;;
     *) COMPREPLY=($(compgen -W '--help' -- "$cur")) ;;
   esac
@@ -145,12 +159,14 @@ int RunCompletion(const Arguments& arguments) {
   AddOptionsTo(script);
   AddControlsTo(script);
   const std::string checks = AddCheckTo(script);
+  const std::string submits = AddSubmitTo(script);
   std::string commands;
   for (const Command& command : Commands()) {
     commands += Text(commands.empty() ? "" : " ", command.name);
   }
   Print(stdout, Filled(kHead, "COMMANDS", commands), script.arms,
-        Filled(Filled(kMiddle, "OPTIONS", script.words.substr(1)), "CHECKS", checks));
+        Filled(Filled(Filled(kMiddle, "OPTIONS", script.words.substr(1)), "CHECKS", checks),
+               "SUBMIT", submits));
   return kExitDone;
 }
 

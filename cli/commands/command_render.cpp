@@ -449,8 +449,8 @@ void CheckOptions(const RenderOptions& options) {
   }
 }
 
-void SaveScene(const JobBuilder& builder, const std::string& path) {
-  const std::string text = SceneText(builder.ToScene(std::filesystem::path(path).parent_path()));
+void WriteScene(const Scene& scene, const std::string& path) {
+  const std::string text = SceneText(scene);
   OutputFile file(path);
   file.Write(text.data(), text.size());
   file.Commit();
@@ -462,9 +462,8 @@ bool AsksForHelp(const Arguments& arguments) {
   });
 }
 
-}  // namespace
-
-int RunRender(const Arguments& arguments) {
+/// Puts the scene and the command line together; nothing when help was asked for and printed.
+std::unique_ptr<JobBuilder> ReadJob(const Arguments& arguments) {
   const NamedFiles named = FindNamedFiles(arguments);
   const bool help = AsksForHelp(arguments);
   Scene scene;
@@ -498,18 +497,53 @@ int RunRender(const Arguments& arguments) {
   }
   AddOptions(app, line);
   if (!ParseArguments(app, SpellOutSwitches(arguments, controls))) {
-    return kExitDone;
+    return nullptr;
   }
   if (line.scenePath != named.scene) {
     throw UsageError(Text("'", line.scenePath, "' is not a scene file (expected NAME.json)"));
   }
-  JobBuilder builder(std::move(scene), named.scene);
-  builder.AddPasses(effect);
-  builder.AddCommandLine(line);
-  const RenderJob job = builder.Finish();
+  auto builder = std::make_unique<JobBuilder>(std::move(scene), named.scene);
+  builder->AddPasses(effect);
+  builder->AddCommandLine(line);
+  return builder;
+}
+
+}  // namespace
+
+RenderJob JobOfScene(const std::string& path) {
+  RenderJob job = ReadJob({path})->Finish();
+  if (job.options.output.empty()) {
+    throw UsageError(Text(path, ": names no output"));
+  }
+  CheckOptions(job.options);
+  return job;
+}
+
+void FreezeScene(const std::string& from, const std::string& frames, const std::string& to) {
+  const std::unique_ptr<JobBuilder> builder = ReadJob({from});
+  Scene scene = builder->ToScene(std::filesystem::path(to).parent_path());
+  const RenderJob job = builder->Finish();
+  const auto effectOf = [&job](std::size_t pass) {
+    return std::filesystem::absolute(job.passes[pass].effect->Library().Path()).string();
+  };
+  scene.settings["frames"] = frames;
+  scene.settings["effect"] = effectOf(0);
+  for (std::size_t i = 0; i < scene.layers.size(); ++i) {
+    scene.layers[i].settings["effect"] = effectOf(i);
+  }
+  WriteScene(scene, to);
+}
+
+int RunRender(const Arguments& arguments) {
+  const std::unique_ptr<JobBuilder> builder = ReadJob(arguments);
+  if (builder == nullptr) {
+    return kExitDone;
+  }
+  const RenderJob job = builder->Finish();
   CheckOptions(job.options);
   if (!job.options.saveScene.empty()) {
-    SaveScene(builder, job.options.saveScene);
+    const std::string& path = job.options.saveScene;
+    WriteScene(builder->ToScene(std::filesystem::path(path).parent_path()), path);
   }
   if (!job.options.output.empty()) {
     CatchInterrupts();

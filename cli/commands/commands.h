@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/job/job.h"
 #include "host/effect.h"
 
 namespace CLI {
@@ -35,6 +36,9 @@ int RunRender(const Arguments& arguments);
 int RunControls(const Arguments& arguments);
 int RunAbout(const Arguments& arguments);
 int RunCheck(const Arguments& arguments);
+int RunSubmit(const Arguments& arguments);
+int RunVerify(const Arguments& arguments);
+int RunTask(const Arguments& arguments);
 int RunSample(const Arguments& arguments);
 int RunView(const Arguments& arguments);
 int RunCompare(const Arguments& arguments);
@@ -54,6 +58,13 @@ bool ParseArguments(CLI::App& app, const Arguments& arguments);
 /// Opens and sets up the effect of this path, or the one beside the program where the path is
 /// empty. Throws RenderError.
 std::shared_ptr<const host::Effect> LoadEffect(const std::string& path);
+
+/// The job that a scene file describes. Throws Error.
+RenderJob JobOfScene(const std::string& path);
+
+/// Writes a scene file once more, for a folder of its own, with its effects and frames spelled out:
+/// it renders the same, whatever becomes of the one that it was read from. Throws Error.
+void FreezeScene(const std::string& from, const std::string& frames, const std::string& to);
 
 /// Runs the program: `arguments` without the program's own name. Prints failures on standard
 /// error and returns the exit code.

@@ -76,6 +76,15 @@ host::World LastPart(host::World picture, A_long width, A_long height) {
 
 }  // namespace
 
+PictureSize OutputSize(const RenderOptions& options, int width, int height) {
+  if (!options.region) {
+    return {host::DownsampledLength(width, options.downsample),
+            host::DownsampledLength(height, options.downsample)};
+  }
+  const PF_LRect region = ReducedRegion(*options.region, options.downsample, width, height);
+  return {region.right - region.left, region.bottom - region.top};
+}
+
 void CheckDepth(const RenderOptions& options, const host::Effect& effect, host::Depth depth) {
   const std::string name = host::DepthName(depth);
   if (options.classic && depth == host::Depth::kFloat) {

@@ -72,6 +72,10 @@ class FrameRenderer {
   std::unique_ptr<host::HeldSequence> sequence_;
 };
 
+/// The size of the rendered pictures of a frame of this full-resolution size. Throws UsageError
+/// where the region lies outside it.
+PictureSize OutputSize(const RenderOptions& options, int width, int height);
+
 /// Refuses what the effect or the chosen way of rendering cannot do. Throws UsageError.
 void CheckDepth(const RenderOptions& options, const host::Effect& effect, host::Depth depth);
 

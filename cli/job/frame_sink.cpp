@@ -86,6 +86,10 @@ class FileSink : public FrameSink {
     }
   }
 
+  std::optional<SampleType> StoredType(Depth depth, const PictureInfo& firstInput) const override {
+    return OutputType(options_, format_, depth, firstInput.stored);
+  }
+
   void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) override {
     settings_ = settings;
     OutputType(options_, format_, settings.depth, firstInput.stored);  // complains now

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,12 @@ class FrameSink {
   FrameSink& operator=(const FrameSink&) = delete;
   virtual ~FrameSink() = default;
 
+  /// The sample type of the files, going by the first frame; nothing for a video. Throws UsageError
+  /// for what cannot be written.
+  virtual std::optional<SampleType> StoredType(host::Depth /*depth*/,
+                                               const PictureInfo& /*firstInput*/) const {
+    return std::nullopt;
+  }
   /// To be called once, before the first frame. Throws UsageError for what cannot be written.
   virtual void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) = 0;
   /// Writes a frame and returns the name of its file; a video, which has none for a frame, waits

@@ -100,6 +100,11 @@ JobFiles OpenFiles(const RenderJob& job) {
   return files;
 }
 
+std::uint64_t BytesOf(int width, int height, host::Depth depth) {
+  return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) *
+         static_cast<std::uint64_t>(host::BytesPerPixel(depth));
+}
+
 /// The pictures of one frame's turn.
 struct TakenFrame {
   std::unique_ptr<SourcePicture> frame;
@@ -142,6 +147,7 @@ class JobRun {
         schedule_(options_, files_) {}
 
   void Run();
+  JobPlan Plan();
 
  private:
   /// One for each pass; with --stereo the same again for the right eye, since each has its own
@@ -153,6 +159,7 @@ class JobRun {
   void LookAhead();
   void LowerDepth();
   void CheckStereo();
+  std::uint64_t BytesPerFrame() const;
   void Prepare();
   bool ChangesBefore(std::size_t pass) const;
   void RenderAll();
@@ -204,8 +211,9 @@ void JobRun::CheckFolder() const {
   }
 }
 
+/// A part of a run goes by the first frame of the whole, so that all parts agree.
 PictureInfo JobRun::LookAtFirst() {
-  const int number = schedule_.Numbers().front();
+  const int number = options_.part ? schedule_.First() : schedule_.Numbers().front();
   if (files_.frame) {
     return files_.frame->source->Look(number);
   }
@@ -275,14 +283,15 @@ void JobRun::LowerDepth() {
   }
 }
 
+std::uint64_t JobRun::BytesPerFrame() const {
+  const std::uint64_t worlds = job_.passes.size() > 1 ? 3 : 2;
+  return worlds * BytesOf(first_.width, first_.height, depth_);
+}
+
 /// Settles threads and memory, and tells sources and sink.
 void JobRun::Prepare() {
-  const std::uint64_t pixels =
-      static_cast<std::uint64_t>(first_.width) * static_cast<std::uint64_t>(first_.height);
   const std::vector<int>& numbers = schedule_.Numbers();
-  const std::uint64_t worlds = job_.passes.size() > 1 ? 3 : 2;
-  spread_ = SpreadOver(options_, numbers.size(),
-                       worlds * pixels * static_cast<std::uint64_t>(host::BytesPerPixel(depth_)));
+  spread_ = SpreadOver(options_, numbers.size(), BytesPerFrame());
   if (std::any_of(job_.passes.begin(), job_.passes.end(), [](const RenderPass& pass) {
         return !pass.effect->SupportsThreadedRendering();
       })) {
@@ -589,7 +598,34 @@ void JobRun::Run() {
   Conclude();
 }
 
+JobPlan JobRun::Plan() {
+  progress_ = std::make_unique<Progress>(options_, 0);
+  schedule_.CheckInputs(options_, files_);
+  CheckFolder();
+  LookAhead();
+  JobPlan plan;
+  plan.numbers = schedule_.Numbers();
+  plan.output = files_.output;
+  plan.size = OutputSize(options_, first_.width, first_.height);
+  plan.stored = sink_->StoredType(depth_, first_);
+  plan.bytesPerFrame = BytesPerFrame();
+  for (const JobInput& layer : files_.layers) {
+    const PictureInfo info = layer.source->Look(plan.numbers.front());
+    plan.bytesOfLayers += BytesOf(info.width, info.height, depth_);
+  }
+  return plan;
+}
+
 }  // namespace
+
+JobPlan PlanJob(const RenderJob& job) {
+  RenderJob whole = job;
+  whole.options.resume = false;
+  whole.options.noClobber = false;
+  whole.options.quiet = true;
+  whole.options.progress = ProgressStyle::kNone;
+  return JobRun(whole).Plan();
+}
 
 void RunJob(const RenderJob& job) {
   const auto tell = [&job](const char* message) {

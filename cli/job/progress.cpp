@@ -127,6 +127,30 @@ void Progress::FrameDone(int frame, const std::string& path) {
   }
 }
 
+void Progress::Step() {
+  const std::lock_guard lock(mutex_);
+  ++done_;
+  Show();
+}
+
+void Progress::Reached(int done) {
+  const std::lock_guard lock(mutex_);
+  if (done != done_) {
+    done_ = done;
+    Show();
+  }
+}
+
+void Progress::Show() {
+  if (style_ == ProgressStyle::kBar) {
+    DrawBar(false);
+  } else if (style_ == ProgressStyle::kLines) {
+    PrintLine();
+  } else if (style_ == ProgressStyle::kJson) {
+    PrintJson("progress", 0, "");
+  }
+}
+
 void Progress::Skip(int frames) {
   const std::lock_guard lock(mutex_);
   skipped_ += frames;

@@ -29,6 +29,10 @@ class Progress {
   void Within(double fraction);
   /// One frame is written.
   void FrameDone(int frame, const std::string& path);
+  /// One more of what is counted is done, with no file to name.
+  void Step();
+  /// So many are done in all; elsewhere, and perhaps fewer than before.
+  void Reached(int done);
   /// The frames that are left out count as done, but not for the rate.
   void Skip(int frames);
   /// Everything is done; says so. `what` is the file, the pattern or the video.
@@ -42,6 +46,7 @@ class Progress {
   using Clock = std::chrono::steady_clock;
 
   double Seconds() const;
+  void Show();
   void DrawBar(bool last);
   void ClearBar();
   void PrintLine();

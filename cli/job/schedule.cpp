@@ -103,6 +103,17 @@ std::vector<int> FrameNumbers(const RenderOptions& options, const JobFiles& file
   return video ? VideoNumbers(*counted) : SequenceNumbers(options, counted->media);
 }
 
+std::vector<int> Chosen(const FrameList& part, const std::vector<int>& numbers) {
+  std::vector<int> chosen = part.Numbers();
+  for (const int number : chosen) {
+    if (!std::binary_search(numbers.begin(), numbers.end(), number)) {
+      throw UsageError(
+          Text("--part: ", number, " is none of the frames (", NumbersText(numbers), ")"));
+    }
+  }
+  return chosen;
+}
+
 std::uint64_t AvailableMemory() {
   std::ifstream file("/proc/meminfo");
   std::string key;
@@ -124,7 +135,12 @@ Schedule::Schedule(const RenderOptions& options, const JobFiles& files)
     : numbers_(FrameNumbers(options, files)),
       first_(numbers_.front()),
       last_(numbers_.back()),
-      openEnd_(!options.frames && files.frame && files.frame->media.kind == MediaKind::kVideo) {}
+      openEnd_(!options.frames && !options.part && files.frame &&
+               files.frame->media.kind == MediaKind::kVideo) {
+  if (options.part) {
+    numbers_ = Chosen(*options.part, numbers_);
+  }
+}
 
 void Schedule::CheckOutputs(const RenderOptions& options, const Media& output) {
   if (!options.noClobber && !options.resume) {

@@ -39,11 +39,12 @@ struct JobFiles {
 class Schedule {
  public:
   /// The frames of --frames, or those that the input sequence has on disk, or all of the input
-  /// video; one frame when nothing counts. Throws UsageError when it cannot be told, and
+  /// video; one frame when nothing counts; of them those of --part. Throws UsageError when it
+  /// cannot be told, and
   /// RenderError when what is on disk has holes that nobody asked to skip.
   Schedule(const RenderOptions& options, const JobFiles& files);
 
-  /// Frame numbers before any was left out; there is at least one.
+  /// Frame numbers before any was left out, by --part either; there is at least one.
   int First() const { return first_; }
   int Last() const { return last_; }
   /// The frames that are to be rendered.

@@ -148,6 +148,11 @@ constexpr std::array kSpecs = {
     OptionSpec{"frames", "", "LIST", kSequences,
                "the frames to render: 12, 1-240, 1-240x2 or 1,5,10-20,30-60x2", true, false, "",
                [](RenderOptions& o, std::string_view t) { o.frames = ParseFrames(t); }},
+    OptionSpec{"part", "", "LIST", kSequences,
+               "of those frames only these, with the depth and the times that they have in the "
+               "whole run",
+               false, false, "",
+               [](RenderOptions& o, std::string_view t) { o.part = ParseFrames(t); }},
     OptionSpec{"rate", "r", "FPS", kSequences,
                "frames per second, such as 25 or 30000/1001 (default: the video's, or 24)", true,
                false, "", [](RenderOptions& o, std::string_view t) { o.rate = ParseRate(t); }},

@@ -54,6 +54,7 @@ struct RenderOptions {
   std::string saveScene;
   std::optional<PictureSize> size;
   std::optional<FrameList> frames;
+  std::optional<FrameList> part;  ///< of those frames
   std::optional<PF_RationalScale> rate;
   std::optional<host::Depth> depth;
   std::optional<SampleType> outputDepth;

@@ -125,7 +125,8 @@ class Info(ProgramTest):
         self.assertEqual(complete("veltra", "render", "--layer", "=", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "render", "--layer", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "check", "--only", "reg"), ["registration", "regions"])
-        for command in ("render", "controls", "about", "check", "sample"):
+        for command in ("render", "controls", "about", "check", "sample", "submit", "verify",
+                        "task"):
             options = re.findall(r"(?<![\w-])--[a-z-]+", self.run_well(command, "--help").stdout)
             self.assertGreater(len(options), 1)
             self.assertEqual(set(options) - set(complete("veltra", command, "--")), set())
@@ -134,7 +135,8 @@ class Info(ProgramTest):
     def test_the_manual_page_has_every_command_and_option(self):
         page = self.run_well("manual").stdout.replace("\\-", "-")
         self.assertTrue(page.startswith(".TH VELTRA 1 "))
-        for command in ("render", "controls", "about", "check", "sample", "completion"):
+        for command in ("render", "controls", "about", "check", "sample", "submit", "verify",
+                        "task", "completion"):
             self.assertIn(f".SH VELTRA {command.upper()}\n", page)
             shown = self.run_well(command, "--help").stdout
             for option in re.findall(r"(?<![\w-])--[a-z-]+", shown):

@@ -1,0 +1,170 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Slurm's commands and what they print.
+#include "cli/farm/slurm.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <sstream>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "system/process.h"
+
+namespace veltra::cli {
+namespace {
+
+/// Runs one of Slurm's commands to its end and returns what it printed.
+std::string OutputOf(const std::vector<std::string>& command, const std::string& name) {
+  try {
+    Process process(command, Process::Pipe::kFromChild);
+    std::string output;
+    std::array<char, 4096> block{};
+    for (std::size_t got = block.size(); got == block.size();) {
+      got = process.Read(block.data(), block.size());
+      output.append(block.data(), got);
+    }
+    const ProcessEnd end = process.Finish();
+    if (!end.Succeeded()) {
+      const std::string reason = end.output.substr(0, end.output.find('\n'));
+      throw RenderError(Text(name, ": ", reason.empty() ? "failed" : reason));
+    }
+    return output;
+  } catch (const ProgramNotFound&) {
+    throw RenderError(Text(name, ": not found (is Slurm installed on this machine?)"));
+  }
+}
+
+/// The tasks that a line of squeue stands for: a task's number, or "[3-9,12%2]" for the waiting
+/// ones of an array.
+std::size_t TasksOf(const std::string& id) {
+  const std::size_t open = id.find('[');
+  if (open == std::string::npos) {
+    return 1;
+  }
+  std::istringstream runs(id.substr(open + 1, id.find_first_of("%]", open) - open - 1));
+  std::size_t count = 0;
+  for (std::string run; std::getline(runs, run, ',');) {
+    int first = 0;
+    int last = 0;
+    int step = 1;
+    const int read = std::sscanf(run.c_str(), "%d-%d:%d", &first, &last, &step);
+    count += read >= 2 && step > 0 && last >= first
+                 ? static_cast<std::size_t>((last - first) / step + 1)
+                 : 1;
+  }
+  return count;
+}
+
+bool IsRunning(const std::string& state) {
+  return state == "RUNNING" || state == "COMPLETING" || state == "CONFIGURING" ||
+         state == "SUSPENDED" || state == "STOPPED" || state == "STAGE_OUT" || state == "SIGNALING";
+}
+
+bool HasEnded(const std::string& state) {
+  return state == "COMPLETED" || state == "FAILED" || state == "CANCELLED" || state == "TIMEOUT" ||
+         state == "NODE_FAIL" || state == "OUT_OF_MEMORY" || state == "BOOT_FAIL" ||
+         state == "DEADLINE" || state == "REVOKED";
+}
+
+std::string QueueText() {
+  try {
+    // Without the variable long lists of tasks are cut.
+    return OutputOf({"env", "SLURM_BITSTR_LEN=0", "squeue", "--me", "-h", "-o", "%F|%i|%T|%r"},
+                    "squeue");
+  } catch (const RenderError& error) {
+    throw SchedulerSilent(error.what());
+  }
+}
+
+}  // namespace
+
+std::size_t LargestArray() {
+  std::istringstream lines(OutputOf({"scontrol", "show", "config"}, "scontrol"));
+  for (std::string line; std::getline(lines, line);) {
+    unsigned size = 0;
+    if (std::sscanf(line.c_str(), "MaxArraySize = %u", &size) == 1 && size > 1) {
+      return size - 1;  // it is the first index that is too large
+    }
+  }
+  throw RenderError("scontrol: the cluster does not say how large an array may be");
+}
+
+NodeSize SmallestNode(const std::string& partition) {
+  std::vector<std::string> command = {"sinfo", "-h", "-N", "-o", "%c %m"};
+  if (!partition.empty()) {
+    command.push_back(Text("--partition=", partition));
+  }
+  std::istringstream lines(OutputOf(command, "sinfo"));
+  NodeSize smallest;
+  for (std::string line; std::getline(lines, line);) {
+    int cpus = 0;
+    int megabytes = 0;
+    if (std::sscanf(line.c_str(), "%d %d", &cpus, &megabytes) == 2) {
+      smallest.cpus = smallest.cpus == 0 ? cpus : std::min(smallest.cpus, cpus);
+      smallest.knowsMemory = smallest.knowsMemory || megabytes > 1;  // 1 is Slurm's default
+    }
+  }
+  smallest.cpus = std::max(smallest.cpus, 1);
+  return smallest;
+}
+
+std::string SubmitScript(const std::vector<std::string>& options, const std::string& script) {
+  std::vector<std::string> arguments = {"sbatch", "--parsable"};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  arguments.push_back(script);
+  std::string id = OutputOf(arguments, "sbatch");
+  id.erase(std::find_if(id.begin(), id.end(), [](char c) { return c < '0' || c > '9'; }),
+           id.end());  // the cluster's name may follow
+  if (id.empty()) {
+    throw RenderError("sbatch: no job id came back");
+  }
+  return id;
+}
+
+QueueCount CountQueue(const std::vector<std::string>& jobs) {
+  QueueCount count;
+  if (jobs.empty()) {
+    return count;
+  }
+  // All jobs of the user rather than those asked for: a job that has left makes squeue fail.
+  std::istringstream lines(QueueText());
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream fields(line);
+    std::string job;
+    std::string id;
+    std::string state;
+    std::string reason;
+    std::getline(fields, job, '|');
+    std::getline(fields, id, '|');
+    std::getline(fields, state, '|');
+    std::getline(fields, reason, '|');
+    if (std::find(jobs.begin(), jobs.end(), job) == jobs.end() || HasEnded(state)) {
+      continue;
+    }
+    if (IsRunning(state)) {
+      count.running += TasksOf(id);
+    } else {
+      count.waiting += TasksOf(id);
+      count.reasons[reason] += TasksOf(id);
+    }
+  }
+  return count;
+}
+
+void CancelJobs(const std::vector<std::string>& jobs) {
+  for (const std::string& job : jobs) {
+    static_cast<void>(OutputOf({"scancel", "--quiet", job}, "scancel"));
+  }
+}
+
+std::string EscapedForSlurm(const std::string& path) {
+  std::string escaped;
+  for (const char c : path) {
+    escaped += c == '%' ? "%%" : std::string(1, c);
+  }
+  return escaped;
+}
+
+}  // namespace veltra::cli
