@@ -189,21 +189,37 @@ export class Stage {
   /** Dragging beside the handles turns the eye; on the flat picture a press looks there. */
   #makeLookable(pane: Pane): void {
     let before: PanePoint | null = null;
+    // Two fingers zoom, by how far they are apart.
+    const fingers = new Map<number, PanePoint>();
+    const apart = (): number => {
+      const [a, b] = [...fingers.values()];
+      const aspect = this.#aspectOf(pane);
+      return a === undefined || b === undefined ? 0 : Math.hypot((a.x - b.x) * aspect, a.y - b.y);
+    };
     pane.box.addEventListener('pointerdown', (event) => {
-      if (event.button !== 0) {
+      if (event.button !== 0 || fingers.size === 2) {
         return;
       }
       before = this.#pointOf(pane, event);
+      fingers.set(event.pointerId, before);
       pane.box.setPointerCapture(event.pointerId);
       if (pane.kind === 'flat') {
         this.#lookAt(this.#viewOf(pane).see(before));
       }
     });
     pane.box.addEventListener('pointermove', (event) => {
-      if (before === null) {
+      if (before === null || !fingers.has(event.pointerId)) {
         return;
       }
       const now = this.#pointOf(pane, event);
+      const distance = apart();
+      fingers.set(event.pointerId, now);
+      if (distance > 0) {
+        if (pane.kind !== 'flat') {
+          this.#zoom(distance / Math.max(0.02, apart()));
+        }
+        return;
+      }
       if (pane.kind === 'flat') {
         this.#lookAt(this.#viewOf(pane).see(now));
       } else {
@@ -214,8 +230,10 @@ export class Stage {
       }
       before = now;
     });
-    const stop = (): void => {
-      before = null;
+    const stop = (event: PointerEvent): void => {
+      fingers.delete(event.pointerId);
+      // The finger that stays turns on from where it is.
+      before = [...fingers.values()][0] ?? null;
     };
     pane.box.addEventListener('pointerup', stop);
     pane.box.addEventListener('pointercancel', stop);

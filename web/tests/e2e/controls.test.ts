@@ -92,3 +92,51 @@ for (const [view, pane] of [['Flat', '.pane-flat'], ['Inside', '.pane-inside'], 
     await settled(studio);
   });
 }
+
+test.describe('on a phone', () => {
+  test.use({ viewport: { width: 390, height: 800 }, hasTouch: true, isMobile: true });
+
+  test('fingers drag a handle, turn the eye and zoom', async ({ studio }) => {
+    const session = await studio.context().newCDPSession(studio);
+    const touch = (type: 'touchStart' | 'touchMove' | 'touchEnd', ...touchPoints: { x: number; y: number }[]): Promise<unknown> =>
+      session.send('Input.dispatchTouchEvent', { type, touchPoints: touchPoints.map((point, id) => ({ ...point, id })) });
+    const middle = async (selector: string): Promise<{ x: number; y: number }> => {
+      const box = await studio.locator(selector).boundingBox();
+      return { x: (box?.x ?? 0) + (box?.width ?? 0) / 2, y: (box?.y ?? 0) + (box?.height ?? 0) / 2 };
+    };
+    const field = control(studio, 'start-point').locator('.number').first();
+    const before = await field.inputValue();
+    const handle = await middle('.pane-flat .handle-start');
+    await touch('touchStart', handle);
+    await touch('touchMove', { x: handle.x - 20, y: handle.y + 10 });
+    await touch('touchMove', { x: handle.x - 40, y: handle.y + 10 });
+    await touch('touchEnd');
+    await expect(field).not.toHaveValue(before);
+    await settled(studio);
+
+    await studio.getByRole('button', { name: 'Undo', exact: true }).tap();
+    await expect(field).toHaveValue(before);
+
+    const apart = async (): Promise<number> => {
+      const [travel, size] = [await middle('.pane-inside .handle-travel'), await middle('.pane-inside .handle-size')];
+      return Math.hypot(travel.x - size.x, travel.y - size.y);
+    };
+    await expect.poll(apart).toBeGreaterThan(0);
+    const wide = await apart();
+    const pane = await middle('.pane-inside');
+    const at = { x: pane.x - 130, y: pane.y + 40 };
+    await touch('touchStart', at);
+    await touch('touchStart', at, { x: at.x + 100, y: at.y });
+    await touch('touchMove', { x: at.x + 25, y: at.y }, { x: at.x + 75, y: at.y });
+    await touch('touchEnd');
+    await expect.poll(apart).toBeLessThan(0.85 * wide);
+
+    // The great circle is drawn from where the eye looks.
+    const circle = (): Promise<string | null> => studio.locator('.pane-inside .circle').getAttribute('d');
+    const looked = await circle();
+    await touch('touchStart', at);
+    await touch('touchMove', { x: at.x + 30, y: at.y });
+    await touch('touchEnd');
+    await expect.poll(circle).not.toBe(looked);
+  });
+});
