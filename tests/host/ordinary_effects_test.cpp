@@ -140,6 +140,47 @@ TEST(OrdinaryEffects, ReadParametersAndLayersAtTheTimeTheyAskFor) {
   EXPECT_EQ(RenderFrame(*effect, settings).errorText, "frame -1 cannot be read");
 }
 
+TEST(OrdinaryEffects, GetPixelsOfTheirOwnWhereTheyWriteIntoTheirInput) {
+  const auto effect = LoadScripted(
+      [](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void* extra) {
+        if (cmd == PF_Cmd_GLOBAL_SETUP) {
+          out->out_flags = PF_OutFlag_I_WRITE_INPUT_BUFFER;
+          out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+        } else if (cmd == PF_Cmd_SMART_PRE_RENDER) {
+          auto* pre = static_cast<PF_PreRenderExtra*>(extra);
+          PF_RenderRequest request = pre->input->output_request;
+          PF_CheckoutResult found{};
+          pre->cb->checkout_layer(in->effect_ref, 0, 0, &request, in->current_time, in->time_step,
+                                  in->time_scale, &found);
+          pre->output->result_rect = found.result_rect;
+          pre->output->max_result_rect = found.max_result_rect;
+        } else if (cmd == PF_Cmd_SMART_RENDER) {
+          auto* render = static_cast<PF_SmartRenderExtra*>(extra);
+          PF_EffectWorld* input = nullptr;
+          PF_EffectWorld* output = nullptr;
+          render->cb->checkout_layer_pixels(in->effect_ref, 0, &input);
+          render->cb->checkout_output(in->effect_ref, &output);
+          EXPECT_NE(input->world_flags & PF_WorldFlag_WRITEABLE, 0);
+          EXPECT_EQ(input->origin_x, 1);
+          static_cast<PF_Pixel8*>(input->data)->red += 1;
+          return in->utils->copy(in->effect_ref, input, output, nullptr, nullptr);
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const World frame = RandomWorld<PF_Pixel8>(5, 4, 7);
+  const World before = RandomWorld<PF_Pixel8>(5, 4, 7);
+  RenderSettings settings = FrameOf(5, 4);
+  settings.input = &frame;
+  settings.region = PF_LRect{1, 2, 5, 4};
+  const RenderResult result = RenderFrame(*effect, settings);
+  ASSERT_TRUE(result.Ok()) << result.errorText;
+  EXPECT_EQ(FirstDifference<PF_Pixel8>(frame, before), "");
+  const PF_Pixel8& was = before.Row<PF_Pixel8>(2)[1];
+  EXPECT_EQ(result.output.Row<PF_Pixel8>(0)[0].red, static_cast<A_u_char>(was.red + 1));
+  EXPECT_EQ(result.output.Row<PF_Pixel8>(0)[0].blue, was.blue);
+}
+
 TEST(OrdinaryEffects, StartLayersThatDefaultToTheirOwnWithTheFrame) {
   int width = -1;
   const auto effect = LoadScripted(
