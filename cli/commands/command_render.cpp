@@ -523,14 +523,21 @@ void FreezeScene(const std::string& from, const std::string& frames, const std::
   const std::unique_ptr<JobBuilder> builder = ReadJob({from});
   Scene scene = builder->ToScene(std::filesystem::path(to).parent_path());
   const RenderJob job = builder->Finish();
-  const auto effectOf = [&job](std::size_t pass) {
-    return std::filesystem::absolute(job.passes[pass].effect->Library().Path()).string();
+  const std::string shared = scene.settings["effect"];
+  const auto effectOf = [&job](std::size_t pass, const std::string& named) {
+    const std::size_t choice = named.find("::");  // among the effects of a library
+    return std::filesystem::absolute(job.passes[pass].effect->Library().Path()).string() +
+           (choice == std::string::npos ? std::string() : named.substr(choice));
   };
-  scene.settings["frames"] = frames;
-  scene.settings["effect"] = effectOf(0);
-  for (std::size_t i = 0; i < scene.layers.size(); ++i) {
-    scene.layers[i].settings["effect"] = effectOf(i);
+  if (!frames.empty()) {
+    scene.settings["frames"] = frames;
   }
+  for (std::size_t i = 0; i < scene.layers.size(); ++i) {
+    std::string& effect = scene.layers[i].settings["effect"];
+    effect = effectOf(i, effect.empty() ? shared : effect);
+  }
+  scene.settings["effect"] =
+      scene.layers.empty() ? effectOf(0, shared) : scene.layers.front().settings["effect"];
   WriteScene(scene, to);
 }
 

@@ -62,7 +62,8 @@ std::shared_ptr<const host::Effect> LoadEffect(const std::string& path);
 /// The job that a scene file describes. Throws Error.
 RenderJob JobOfScene(const std::string& path);
 
-/// Writes a scene file once more, for a folder of its own, with its effects and frames spelled out:
+/// Writes a scene file once more, for a folder of its own, with its effects and, unless empty, its
+/// frames spelled out:
 /// it renders the same, whatever becomes of the one that it was read from. Throws Error.
 void FreezeScene(const std::string& from, const std::string& frames, const std::string& to);
 

@@ -97,6 +97,11 @@ auto Understood(const std::string& path, const Read& read) {
 
 }  // namespace
 
+std::string SubmissionFolder::SegmentOf(std::size_t range, const std::string& output) const {
+  const std::string extension = std::filesystem::path(output).extension().string();
+  return (path_ / "segments" / Text(range, extension)).string();
+}
+
 std::string SubmissionFolder::StateOf(std::size_t range) const {
   return (path_ / "state" / Text(range, ".json")).string();
 }
@@ -118,6 +123,8 @@ Submission SubmissionFolder::Read() const {
     for (const Json& effect : json->at("effects")) {
       submission.effects.push_back(PinnedOf(effect));
     }
+    submission.video = json->at("video").get<bool>();
+    submission.videoAlpha = json->at("video-alpha").get<bool>();
     submission.ranges = json->at("ranges").get<std::vector<std::string>>();
     submission.frames = json->at("frames").get<std::size_t>();
     submission.threads = json->at("threads").get<int>();
@@ -145,6 +152,8 @@ void SubmissionFolder::Write(const Submission& submission) const {
                                                    {"threads", submission.threads},
                                                    {"any-version", submission.anyVersion},
                                                    {"expected", ToJson(submission.expected)},
+                                                   {"video", submission.video},
+                                                   {"video-alpha", submission.videoAlpha},
                                                    {"jobs", submission.jobs},
                                                    {"ranges", submission.ranges}});
 }

@@ -31,6 +31,8 @@ struct Submission {
   std::string version;  ///< of the program
   PinnedFile program;
   std::vector<PinnedFile> effects;  ///< in the order of the passes, each file once
+  bool video = false;               ///< the output is one file, out of a segment per range
+  bool videoAlpha = false;          ///< and has alpha
   std::vector<std::string> ranges;  ///< of frame numbers, as --frames takes them
   std::size_t frames = 0;           ///< in all ranges
   int threads = 0;                  ///< per task; 0 is one per core
@@ -43,6 +45,7 @@ struct Submission {
 ///   submission.json   what was fixed
 ///   scene.json        the scene as it was, paths absolute
 ///   range.sh, finish.sh, log/   what the scheduler runs, and what that printed
+///   segments/N.EXT    of a video, until it is joined
 ///   state/N.json      how far range N is, rewritten at most every few seconds
 ///   result.json       how it ended, once it has
 ///   cancelled         is there when somebody ended it
@@ -53,6 +56,9 @@ class SubmissionFolder {
   const std::filesystem::path& Path() const { return path_; }
   std::string Scene() const { return (path_ / "scene.json").string(); }
   std::string Log() const { return (path_ / "log").string(); }
+  /// The video of a range.
+  std::string SegmentOf(std::size_t range, const std::string& output) const;
+  std::string Segments() const { return (path_ / "segments").string(); }
   std::string StateOf(std::size_t range) const;
   std::string Cancelled() const { return (path_ / "cancelled").string(); }
   std::string Result() const { return (path_ / "result.json").string(); }

@@ -13,6 +13,7 @@
 #include "cli/farm/ranges.h"
 #include "cli/farm/render_process.h"
 #include "cli/farm/slurm.h"
+#include "cli/video/video.h"
 #include "pictures/output_file.h"
 #include "system/interrupt.h"
 #include "system/process.h"
@@ -43,7 +44,7 @@ class BegunFolder {
 };
 
 void MakeFolders(const SubmissionFolder& folder) {
-  for (const char* name : {"log", "state", "probe"}) {
+  for (const char* name : {"log", "state", "segments", "probe"}) {
     std::error_code failure;
     fs::create_directories(folder.Path() / name, failure);
     if (failure) {
@@ -76,9 +77,11 @@ int CpusFor(const SubmitOptions& options) {
 // ---- The measured frame ----
 
 /// Renders the first frame beside the submission, as a task would; returns the seconds it took.
-double MeasureFrame(const SubmissionFolder& folder, const Submission& submission, int first) {
+double MeasureFrame(const SubmissionFolder& folder, Submission& submission, int first) {
   const std::string extension = fs::path(submission.output).extension().string();
-  const std::string output = (folder.Path() / "probe" / Text("frame.####", extension)).string();
+  const std::string output =
+      (folder.Path() / "probe" / Text(submission.video ? "frame" : "frame.####", extension))
+          .string();
   const auto begin = std::chrono::steady_clock::now();
   const RenderEnd end = RunRenderProcess({folder.Scene(), "--part", Text(first), "--output", output,
                                           "--threads", Text(submission.threads)},
@@ -87,6 +90,8 @@ double MeasureFrame(const SubmissionFolder& folder, const Submission& submission
   if (!end.trouble.empty()) {
     throw RenderError(end.trouble);
   }
+  // Whether there is alpha goes by the first frame, and is then the same in every segment.
+  submission.videoAlpha = submission.video && ProbeVideo(output).format.alpha;
   return took.count();
 }
 
@@ -183,10 +188,6 @@ PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJ
   if (plan.numbers.size() < 2) {
     throw UsageError(Text(options.scene, ": a single frame needs no farm (see veltra render)"));
   }
-  if (plan.output.kind == MediaKind::kVideo) {
-    throw UsageError(Text(plan.output.Name(), ": a video is not split among tasks (give an output ",
-                          "such as name.####.png, and encode its frames afterwards)"));
-  }
   CheckSplittable(options, job);
   PreparedSubmission prepared{SubmissionFolder(""), {}};
   Submission& submission = prepared.submission;
@@ -197,6 +198,7 @@ PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJ
   submission.version = options.programVersion;
   submission.program = Pin(ProgramFile().string());
   submission.effects = PinEffects(job);
+  submission.video = plan.output.kind == MediaKind::kVideo;
   submission.frames = plan.numbers.size();
   submission.expected = {plan.size.width, plan.size.height,
                          plan.stored.value_or(pictures::SampleType::kUint8)};
@@ -207,7 +209,8 @@ PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJ
 
   BegunFolder begun(prepared.folder.Path());
   MakeFolders(prepared.folder);
-  freeze(FramesText(plan.numbers), prepared.folder.Scene());
+  // Where nobody chose frames of a video, all of its sound belongs to them.
+  freeze(plan.untilTheEnd ? "" : FramesText(plan.numbers), prepared.folder.Scene());
   const double seconds = MeasureFrame(prepared.folder, submission, plan.numbers.front());
   std::error_code ignored;
   fs::remove_all(prepared.folder.Path() / "probe", ignored);

@@ -43,7 +43,7 @@ struct PreparedSubmission {
   std::size_t largestArray = 0;  ///< tasks in one job array; 0 where there are no arrays
 };
 
-/// Writes the scene once more under another name, for these frames.
+/// Writes the scene once more under another name, for these frames, or all where there are none.
 using FreezeTheScene = std::function<void(const std::string& frames, const std::string& to)>;
 
 /// Checks the scene's job as `veltra render` would, in all its frames, renders one frame to see how

@@ -18,6 +18,7 @@
 #include "cli/farm/verify.h"
 #include "cli/settings/values.h"
 #include "pictures/output_file.h"
+#include "system/files.h"
 #include "system/interrupt.h"
 #include "system/program_file.h"
 #include "system/submission_mark.h"
@@ -68,11 +69,14 @@ class RangeRun {
         range_(range),
         numbers_(NumbersOf(submission.ranges[range])) {}
 
-  int RenderFrames();
+  int Run() { return submission_.video ? RenderSegment() : RenderFrames(); }
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  int RenderFrames();
+  int RenderSegment();
+  void TrySegment(const std::string& segment);
   std::vector<std::string> Arguments(const std::vector<int>& numbers) const;
   void Try(const std::vector<int>& numbers);
   void FrameDone();
@@ -172,6 +176,40 @@ int RangeRun::RenderFrames() {
   return End();
 }
 
+/// A segment is there whole or not at all, and damage shows when it is decoded.
+void RangeRun::TrySegment(const std::string& segment) {
+  const RenderEnd end = RunRenderProcess(
+      {folder_.Scene(), "--part", FramesText(numbers_), "--threads", Text(ThreadsOf(submission_)),
+       "--output", segment, "--segment", submission_.videoAlpha ? "alpha" : "opaque"},
+      [this](int) { FrameDone(); });
+  state_.failed.clear();
+  state_.done = 0;
+  std::string trouble = end.trouble;
+  if (trouble.empty()) {
+    trouble = VideoTrouble(segment, numbers_.size());
+  }
+  if (trouble.empty()) {
+    state_.done = numbers_.size();
+    return;
+  }
+  const int frame = end.failed.empty() ? numbers_.front() : end.failed.begin()->first;
+  state_.failed[frame] = end.failed.empty() ? trouble : end.failed.begin()->second;
+}
+
+int RangeRun::RenderSegment() {
+  const std::string segment = folder_.SegmentOf(range_, submission_.output);
+  if (StatusOf(segment).kind == FileKind::kFile && VideoTrouble(segment, numbers_.size()).empty()) {
+    state_.done = numbers_.size();
+    return End();
+  }
+  for (int attempt = 1; attempt <= kTries && state_.done < numbers_.size(); ++attempt) {
+    WaitBefore(attempt);
+    state_.done = 0;
+    TrySegment(segment);
+  }
+  return End();
+}
+
 int RangeRun::End() {
   Tell(true);
   for (const auto& [number, error] : state_.failed) {
@@ -218,6 +256,43 @@ FarmResult LookAtFrames(const SubmissionFolder& folder, const Submission& submis
   return result;
 }
 
+/// Joins the segments when they are all there. What is missing otherwise are the frames of theirs.
+FarmResult JoinSegments(const SubmissionFolder& folder, const Submission& submission) {
+  FarmResult result;
+  std::string list;
+  for (std::size_t range = 0; range < submission.ranges.size(); ++range) {
+    const std::optional<RangeState> state = ReadState(folder, range);
+    const std::vector<int> numbers = NumbersOf(submission.ranges[range]);
+    const std::string segment = folder.SegmentOf(range, submission.output);
+    const bool known = state && state->finished && state->failed.empty() &&
+                       StatusOf(segment).kind == FileKind::kFile;
+    if (!known && !VideoTrouble(segment, numbers.size()).empty()) {
+      AddState(state, result);
+      result.missing.insert(result.missing.end(), numbers.begin(), numbers.end());
+    }
+    list += Text(numbers.size(), " ", segment, "\n");
+  }
+  result.done = submission.frames - result.missing.size();
+  if (!result.missing.empty()) {
+    return result;
+  }
+  const std::string listFile = (folder.Path() / "segments.txt").string();
+  pictures::OutputFile file(listFile);
+  file.Write(list.data(), list.size());
+  file.Commit();
+  const RenderEnd end = RunRenderProcess(
+      {folder.Scene(), "--output", submission.output, "--join", listFile}, [](int) {});
+  const std::string trouble =
+      end.trouble.empty() ? VideoTrouble(submission.output, submission.frames) : end.trouble;
+  std::error_code ignored;
+  if (trouble.empty()) {
+    std::filesystem::remove_all(folder.Segments(), ignored);
+  } else {
+    result.damaged[NumbersOf(submission.ranges.front()).front()] = trouble;
+  }
+  return result;
+}
+
 void PrintResult(const FarmResult& result, std::size_t frames) {
   Print(stdout, result.done, " of ", Count(frames, "frame"), " done\n");
   if (!result.missing.empty()) {
@@ -259,14 +334,15 @@ int RunRange(const SubmissionFolder& folder, std::size_t range) {
   CheckVersions(submission);
   SetSubmissionMark(submission.id);
   RangeRun run(folder, submission, range);
-  return run.RenderFrames();
+  return run.Run();
 }
 
 int RunFinish(const SubmissionFolder& folder) {
   const Submission submission = folder.Read();
   CheckVersions(submission);
   SetSubmissionMark(submission.id);
-  const FarmResult result = LookAtFrames(folder, submission);
+  const FarmResult result =
+      submission.video ? JoinSegments(folder, submission) : LookAtFrames(folder, submission);
   pictures::RemoveLeftoversOf(submission.id,
                               std::filesystem::path(submission.output).parent_path().string());
   WriteResult(folder, result);

@@ -14,6 +14,7 @@
 #include "base/text.h"
 #include "cli/video/alpha.h"
 #include "cli/video/ffmpeg.h"
+#include "cli/video/video_join.h"
 #include "cli/video/video_writer.h"
 #include "pictures/output_file.h"
 #include "pictures/picture_world.h"
@@ -78,8 +79,11 @@ class FileSink : public FrameSink {
     if (options.jpegQuality && format_ != PictureFormat::kJpeg) {
       throw UsageError(Text("--jpeg-quality: ", FormatName(format_), " has none"));
     }
-    if (!options.videoOptions.empty()) {
-      throw UsageError(Text("--video-options: ", output.Name(), " is no video"));
+    if (!options.videoOptions.empty() || options.segmentAlpha || !options.join.empty()) {
+      throw UsageError(Text(options.segmentAlpha    ? "--segment"
+                            : !options.join.empty() ? "--join"
+                                                    : "--video-options",
+                            ": ", output.Name(), " is no video"));
     }
     if (output.Name() == "-" && options.progress == ProgressStyle::kJson) {
       throw UsageError("-: standard output has the picture already (leave out --progress json)");
@@ -195,14 +199,20 @@ class VideoSink : public FrameSink {
     return true;
   }
 
+  std::vector<std::string> Join() override {
+    std::vector<std::string> losses = SoundLosses();
+    for (const std::string& lost :
+         JoinVideo(output_.Name(), ReadSegments(options_.join), Options())) {
+      losses.push_back(Text(output_.Name(), ": ", lost));
+    }
+    return losses;
+  }
+
   std::vector<std::string> Finish() override {
     if (writer_ == nullptr) {
       throw RenderError(Text(output_.Name(), ": no frames to write"));
     }
-    std::vector<std::string> losses;
-    if (settings_.video != nullptr && settings_.video->hasAudio && !KeepsSound()) {
-      losses.emplace_back("the sound is left out, since frames are");
-    }
+    std::vector<std::string> losses = SoundLosses();
     for (const std::string& lost : writer_->Finish()) {
       losses.push_back(Text(output_.Name(), ": ", lost));
     }
@@ -210,6 +220,14 @@ class VideoSink : public FrameSink {
   }
 
  private:
+  std::vector<std::string> SoundLosses() const {
+    const bool wanted = settings_.video != nullptr && !options_.segmentAlpha;
+    if (wanted && settings_.video->hasAudio && !KeepsSound()) {
+      return {"the sound is left out, since frames are"};
+    }
+    return {};
+  }
+
   /// Where frames are left out, the sound does not fit any more.
   bool KeepsSound() const {
     const std::vector<int>& numbers = settings_.numbers;
@@ -230,6 +248,11 @@ class VideoSink : public FrameSink {
       video.soundStart = (first - 1) / rate;
       video.soundLength = (settings_.numbers.back() - first + 1) / rate;
       video.sound = KeepsSound();
+    }
+    if (options_.segmentAlpha) {
+      video.sound = false;
+      video.projection = false;
+      video.alphaIs = options_.segmentAlpha;
     }
     return video;
   }

@@ -56,6 +56,9 @@ class FrameSink {
   /// The frame of this turn does not come, and in a video none after it: whoever waits for a later
   /// turn, returns. False where other frames can do without it.
   virtual bool EndBefore(std::size_t /*turn*/) { return false; }
+  /// In place of all frames: takes the segments that --join lists. Returns what could not be kept,
+  /// a line each. Throws RenderError.
+  virtual std::vector<std::string> Join() { return {}; }
   /// After the last frame. Returns what could not be kept, a line each. Throws RenderError.
   virtual std::vector<std::string> Finish() { return {}; }
 };

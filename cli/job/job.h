@@ -40,8 +40,9 @@ struct JobPlan {
   Media output;
   PictureSize size;                            ///< of the rendered pictures
   std::optional<pictures::SampleType> stored;  ///< as the files store them; nothing for a video
-  std::uint64_t bytesPerFrame = 0;             ///< of memory for a frame in flight
-  std::uint64_t bytesOfLayers = 0;             ///< of memory for the layers of a frame
+  bool untilTheEnd = false;         ///< no frames were asked for: all of the frame's video
+  std::uint64_t bytesPerFrame = 0;  ///< of memory for a frame in flight
+  std::uint64_t bytesOfLayers = 0;  ///< of memory for the layers of a frame
 };
 
 /// Checks everything that can be known without rendering, in every frame, and that the inputs are

@@ -592,8 +592,13 @@ void JobRun::Run() {
   progress_->Skip(static_cast<int>(schedule_.LeftOut()));
   if (any) {
     Prepare();
-    RenderAll();
-    WarnOnce(sink_->Finish());
+    if (!options_.join.empty()) {
+      WarnOnce(sink_->Join());
+      progress_->Skip(static_cast<int>(schedule_.Numbers().size()));
+    } else {
+      RenderAll();
+      WarnOnce(sink_->Finish());
+    }
   }
   Conclude();
 }
@@ -608,6 +613,7 @@ JobPlan JobRun::Plan() {
   plan.output = files_.output;
   plan.size = OutputSize(options_, first_.width, first_.height);
   plan.stored = sink_->StoredType(depth_, first_);
+  plan.untilTheEnd = schedule_.HasOpenEnd();
   plan.bytesPerFrame = BytesPerFrame();
   for (const JobInput& layer : files_.layers) {
     const PictureInfo info = layer.source->Look(plan.numbers.front());

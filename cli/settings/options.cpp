@@ -40,6 +40,13 @@ bool ParseQuality(std::string_view text) {
   ThrowNotA(text, "a quality", "best or draft");
 }
 
+bool ParseSegment(std::string_view text) {
+  if (text == "alpha" || text == "opaque") {
+    return text == "alpha";
+  }
+  ThrowNotA(text, "a kind of segment", "alpha or opaque");
+}
+
 constexpr std::array<const char*, 4> kLayerEnds = {"none", "hold", "loop", "ping-pong"};
 
 LayerEnd ParseLayerEnd(std::string_view text) {
@@ -181,6 +188,13 @@ constexpr std::array kSpecs = {
     OptionSpec{"dry-run", "", "", kSequences,
                "only tell what would be read and written, and each frame's settings", false, false,
                "", [](RenderOptions& o, std::string_view t) { o.dryRun = ParseSwitch(t); }},
+    OptionSpec{"segment", "", "alpha|opaque", kSequences,
+               "write a part of a video without its sound, to be joined (what a farm does)", false,
+               false, "alpha opaque",
+               [](RenderOptions& o, std::string_view t) { o.segmentAlpha = ParseSegment(t); }},
+    OptionSpec{"join", "", "LIST", kSequences,
+               "make the video of the segments that this file lists instead of rendering it", false,
+               true, "", [](RenderOptions& o, std::string_view t) { o.join = t; }},
     OptionSpec{"save-scene", "", "FILE", kSequences,
                "write all of this as a scene file; renders too when there is an output", false,
                true, "", [](RenderOptions& o, std::string_view t) { o.saveScene = t; }},

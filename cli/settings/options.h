@@ -73,6 +73,8 @@ struct RenderOptions {
   bool skipMissing = false;
   bool keepGoing = false;
   bool dryRun = false;
+  std::optional<bool> segmentAlpha;  ///< a segment of a video, which has alpha or not
+  std::string join;                  ///< the list of segments that make the video
   bool noClobber = false;
   bool resume = false;
   int threads = 0;           ///< 0 is one per core

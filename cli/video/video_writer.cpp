@@ -27,25 +27,12 @@ bool HoldsProjection(const std::string& path) {
   return extension == ".mp4" || extension == ".mov" || extension == ".m4v";
 }
 
-void AppendSource(Words& words, const VideoOptions& options) {
-  if (options.source == nullptr) {
-    return;
-  }
-  if (options.soundStart > 0) {
-    Append(words, {"-ss", std::to_string(options.soundStart)});
-  }
-  if (options.soundLength > 0) {
-    Append(words, {"-t", std::to_string(options.soundLength)});
-  }
-  Append(words, {"-i", FileUrl(options.source->path)});
-}
-
 Words WriteCommand(const std::string& temporary, int width, int height, const VideoOptions& options,
                    const EncoderWish& wish, const Encoding& encoding) {
   Words words = {"ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "rawvideo"};
   Append(words, {"-pix_fmt", options.deep ? "rgba64le" : "rgba", "-s", Text(width, "x", height),
                  "-r", Text(options.rate.num, "/", options.rate.den), "-i", "pipe:0"});
-  AppendSource(words, options);
+  Append(words, SourceWords(options));
   Append(words, {"-map", "0:v:0"});
   std::optional<ColourTags> source;
   if (options.source != nullptr) {
@@ -86,6 +73,33 @@ PixelFormat WantedFormat(const VideoOptions& options, bool alpha) {
 
 }  // namespace
 
+Words SourceWords(const VideoOptions& options) {
+  Words words;
+  if (options.source == nullptr) {
+    return words;
+  }
+  if (options.soundStart > 0) {
+    Append(words, {"-ss", std::to_string(options.soundStart)});
+  }
+  if (options.soundLength > 0) {
+    Append(words, {"-t", std::to_string(options.soundLength)});
+  }
+  Append(words, {"-i", FileUrl(options.source->path)});
+  return words;
+}
+
+void AddProjection(const std::string& file, const std::string& path, const VideoOptions& options,
+                   std::vector<std::string>& lost) {
+  if (!options.projection || options.source == nullptr || options.source->spherical.Empty()) {
+    return;
+  }
+  if (options.part) {
+    lost.emplace_back("the spherical metadata is left out, since a part is not the whole sphere");
+  } else if (!HoldsProjection(path) || !AddSpherical(file, options.source->spherical)) {
+    lost.emplace_back("the spherical metadata could not be kept (.mp4 and .mov can)");
+  }
+}
+
 VideoWriter::VideoWriter(const std::string& path, int width, int height,
                          const VideoOptions& options)
     : path_(path),
@@ -97,7 +111,7 @@ VideoWriter::VideoWriter(const std::string& path, int width, int height,
 /// The first frame tells whether there is alpha where the source has none: a layer alone is
 /// transparent around itself.
 void VideoWriter::Start(const host::World& first) {
-  const bool alpha = options_.alpha || HasTransparency(first);
+  const bool alpha = options_.alphaIs.value_or(options_.alpha || HasTransparency(first));
   const EncoderWish wish = ReadEncoderWish(options_.encoder);
   EncodingRequest request;
   request.extension = LowerExtension(path_);
@@ -176,18 +190,6 @@ void VideoWriter::CompareFormat(std::vector<std::string>& lost) const {
   }
 }
 
-void VideoWriter::AddProjection(std::vector<std::string>& lost) {
-  if (options_.source == nullptr || options_.source->spherical.Empty()) {
-    return;
-  }
-  if (options_.part) {
-    lost.emplace_back("the spherical metadata is left out, since a part is not the whole sphere");
-  } else if (!HoldsProjection(path_) ||
-             !AddSpherical(temporary_.Path(), options_.source->spherical)) {
-    lost.emplace_back("the spherical metadata could not be kept (.mp4 and .mov can)");
-  }
-}
-
 std::vector<std::string> VideoWriter::Finish() {
   if (process_ == nullptr) {
     throw RenderError(Text(path_, ": no frames to write"));
@@ -200,7 +202,7 @@ std::vector<std::string> VideoWriter::Finish() {
   for (const std::string& conversion : encoding_.conversions) {
     lost.push_back(Text("the sound is converted from ", conversion, " to fit the container"));
   }
-  AddProjection(lost);
+  AddProjection(temporary_.Path(), path_, options_, lost);
   temporary_.RenameTo(path_);
   return lost;
 }

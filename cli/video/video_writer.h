@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,17 @@ struct VideoOptions {
   double soundStart = 0;              ///< seconds into the source
   double soundLength = 0;             ///< 0 is all of it
   bool sound = true;
+  bool projection = true;
+  std::optional<bool> alphaIs;  ///< overrules what `alpha` and the first frame tell
 };
+
+/// What ends a video that is whole but for it: puts the source's projection into the file. Adds to
+/// `lost` what the file, whose name will be `path`, cannot keep.
+void AddProjection(const std::string& file, const std::string& path, const VideoOptions& options,
+                   std::vector<std::string>& lost);
+
+/// The source as another input of ffmpeg, from where its sound begins; nothing without a source.
+std::vector<std::string> SourceWords(const VideoOptions& options);
 
 class VideoWriter {
  public:
@@ -42,7 +53,6 @@ class VideoWriter {
  private:
   void Start(const host::World& first);
   void PackRows(const host::World& picture, int first, int count);
-  void AddProjection(std::vector<std::string>& lost);
   void CompareFormat(std::vector<std::string>& lost) const;
   [[noreturn]] void Fail();
 

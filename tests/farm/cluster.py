@@ -90,6 +90,34 @@ def wait_for(condition, seconds, what):
     raise AssertionError(f'{what} did not happen within {seconds} s')
 
 
+def ffmpeg(*arguments):
+    return subprocess.run(['ffmpeg', '-v', 'error', '-nostdin', '-y', *map(str, arguments)],
+                          check=True, capture_output=True, text=True).stdout
+
+
+def make_tour(path):
+    """A video of 30 frames with sound."""
+    ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=256x128:rate=25:duration=1.2', '-f', 'lavfi', '-i',
+           'sine=frequency=440:duration=1.2', '-pix_fmt', 'yuv420p', '-c:v', 'libx264', '-qp', '0',
+           '-c:a', 'aac', path)
+
+
+def decoded(path):
+    """The time and the content of every frame."""
+    return ffmpeg('-i', path, '-map', '0:v:0', '-f', 'framemd5', '-')
+
+
+def sounds(path):
+    """How many packets of sound there are."""
+    return len(subprocess.run(['ffprobe', '-v', 'error', '-select_streams', 'a:0', '-show_entries',
+                               'packet=pts', '-of', 'csv=p=0', path], check=True, text=True,
+                              capture_output=True).stdout.splitlines())
+
+
+def is_spherical(path):
+    return b'equi' in path.read_bytes() or b'Spherical' in path.read_bytes()
+
+
 def submission_of(shot):
     """The folder of the newest submission."""
     return max(shot.scene.with_suffix('.farm').iterdir())
@@ -116,6 +144,9 @@ class Shot:
             },
             **settings,
         }
+        self.write()
+
+    def write(self):
         self.scene.write_text(json.dumps(self.settings))
 
     @property

@@ -11,7 +11,8 @@ import subprocess
 import tempfile
 import unittest
 
-from cluster import (VELTRA, Cluster, Shot, hashes, leftovers, submission_of, veltra, wait_for)
+from cluster import (VELTRA, Cluster, Shot, decoded, hashes, is_spherical, leftovers, make_tour,
+                     sounds, submission_of, veltra, wait_for)
 
 # Nothing here measures speed: these are for machines that are busy with other things.
 PATIENCE = 150
@@ -74,6 +75,25 @@ class FarmTest(unittest.TestCase):
                 self.assertEqual(json.loads(done.stdout.splitlines()[-1])['event'], 'done')
                 self.assert_same(shot)
                 veltra('verify', shot.scene)
+
+    def test_a_joined_video_has_the_frames_and_the_sound_of_one_machine(self):
+        for name, frame, settings in (
+                ('v.mkv', 'in/frame.png', {'rate': '30000/1001', 'video-options': '-c:v ffv1'}),
+                ('v.mov', 'in/tour.mp4', {'depth': '16', 'video-options': '-c:v prores_ks'}),
+                ('v.mp4', 'in/tour.mp4', {'video-options': '-c:v libx264 -crf 0 -bf 2'})):
+            with self.subTest(name=name):
+                shot = Shot(self.folder / name, name, size=(256, 128), frames='1-24', frame=frame,
+                            **settings)
+                make_tour(shot.folder / 'in/tour.mp4')
+                self.submit(shot, '--wait', '--quiet', timeout=PATIENCE)
+                veltra('verify', shot.scene)
+                farm, straight = shot.out / name, shot.straight() / name
+                self.assertEqual(decoded(farm), decoded(straight))
+                self.assertEqual(sounds(farm), sounds(straight))
+                self.assertEqual(sounds(farm) > 0, frame.endswith('.mp4'))
+                self.assertEqual(is_spherical(farm), is_spherical(straight))
+                self.assertEqual(list(submission_of(shot).glob('segments')), [])
+                self.assertEqual(leftovers(shot.out), [])
 
     def test_a_node_that_dies_and_stays_away_loses_nothing(self):
         shot = Shot(self.folder, 'f.####.png', frames='1-60')
@@ -203,6 +223,42 @@ class FarmTest(unittest.TestCase):
         self.assertIn('--dependency=afterany', printed)
         self.assertEqual(cluster.queue(), [])
         self.assertEqual(list(self.folder.glob('*.farm')), [])
+
+    def test_a_list_of_commands_renders_the_same_anywhere(self):
+        shot = Shot(self.folder, 'f.####.exr', size=(256, 128))
+        commands = self.submit(shot, '--scheduler', 'list').stdout.splitlines()
+        self.assertEqual(len(commands), 6)  # 24 frames by 5, and the last one
+        for command in reversed(commands[:-1]):
+            subprocess.run(command, shell=True, check=True, cwd='/')
+        subprocess.run(commands[-1], shell=True, check=True, cwd='/', stdout=subprocess.DEVNULL)
+        self.assert_same(shot)
+        # The same through the environment, which schedulers set.
+        next(iter(shot.out.iterdir())).unlink()
+        folder = str(submission_of(shot))
+        for number in range(5):
+            veltra('task', env={'VELTRA_SUBMISSION': folder, 'VELTRA_RANGE': str(number)})
+        self.assert_same(shot)
+
+    def test_a_task_refuses_another_program_or_effect_than_the_one_that_submitted(self):
+        installed = self.folder / 'bin'
+        shutil.copytree(pathlib.Path(VELTRA).parent, installed,
+                        ignore=lambda _, names: set(names) - {'veltra', 'libveltra.so'})
+        for changed, what in (('libveltra.so', 'effect'), ('veltra', 'program')):
+            for option, code in (((), 1), (('--any-version',), 0)):
+                with self.subTest(changed=changed, option=option):
+                    shot = Shot(self.folder / f'{changed}{code}', 'f.####.png', size=(64, 32))
+                    subprocess.run([installed / 'veltra', 'submit', shot.scene, '--scheduler',
+                                    'list', *option], check=True, capture_output=True)
+                    before = (installed / changed).read_bytes()
+                    (installed / 'new').write_bytes(before + b' ')
+                    (installed / 'new').chmod(0o755)
+                    (installed / 'new').replace(installed / changed)
+                    ended = subprocess.run([installed / 'veltra', 'task', submission_of(shot), '0'],
+                                           capture_output=True, text=True)
+                    self.assertEqual(ended.returncode, code, ended.stderr)
+                    if code == 1:
+                        self.assertIn(f'not the {what} that submitted', ended.stderr)
+                        self.assertEqual(hashes(shot.out), {})
 
     def test_what_the_cluster_refuses_leaves_nothing(self):
         shot = Shot(self.folder, 'f.####.png')
