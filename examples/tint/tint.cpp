@@ -27,7 +27,8 @@ PF_Err ParamsSetup(PF_InData* in, PF_OutData* out) {
   amount.param_type = PF_Param_FLOAT_SLIDER;
   std::strncpy(amount.name, "Amount", sizeof(amount.name) - 1);
   amount.u.fs_d.valid_max = amount.u.fs_d.slider_max = 100.0F;
-  amount.u.fs_d.value = amount.u.fs_d.dephault = 75.0F;
+  amount.u.fs_d.dephault = 75.0F;
+  amount.u.fs_d.value = 75.0;
   amount.u.fs_d.precision = 1;
   amount.u.fs_d.display_flags = 1;  // with a percent sign
   PF_Err error = in->inter.add_param(in->effect_ref, -1, &color);
