@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The `veltra` program.
 #include "cli/commands/commands.h"
+#include "system/console.h"
 
 int main(int count, char** values) {
-  return veltra::cli::RunProgram(
-      veltra::cli::Arguments(values + (count > 0 ? 1 : 0), values + count));
+  veltra::PrepareConsole();
+  return veltra::cli::RunProgram(veltra::OwnArguments(count, values));
 }

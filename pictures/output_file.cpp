@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "system/process_mark.h"
 #include "system/submission_mark.h"
@@ -22,16 +23,16 @@ constexpr std::string_view kInfix = ".veltra-";  // in every temporary name
 constexpr std::size_t kBufferBytes = std::size_t{1} << 17;
 
 std::string Reason(const std::string& name, int failure) {
-  return Text(name, ": ", ReasonText(failure));
+  return Text(name, ": ", FileReasonText(failure));
 }
 
 /// Follows links, so that writing through a link replaces the file and not the link.
 std::string FollowLinks(const std::string& path) {
   std::error_code ignored;
-  if (!std::filesystem::is_symlink(path, ignored)) {
+  if (!std::filesystem::is_symlink(PathOf(path), ignored)) {
     return path;
   }
-  const std::filesystem::path real = std::filesystem::weakly_canonical(path, ignored);
+  const std::filesystem::path real = std::filesystem::weakly_canonical(PathOf(path), ignored);
   return ignored ? path : real.string();
 }
 
@@ -68,11 +69,11 @@ void RemoveLeftovers(const std::string& path) {
   if (!SubmissionMark().empty()) {
     return;  // its last task does, once for all: listing the folder in each would be too much
   }
-  const std::filesystem::path target(FollowLinks(path));
+  const std::filesystem::path target = PathOf(FollowLinks(path));
   const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
   for (const std::string& name : NamesIn(folder.string())) {
     const std::string mark = MarkIn(name);
-    const std::filesystem::path file = folder / name;
+    const std::filesystem::path file = folder / PathOf(name);
     std::error_code ignored;
     if (!mark.empty() &&
         std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored)) &&
@@ -85,7 +86,7 @@ void RemoveLeftovers(const std::string& path) {
 int RemoveLeftoversOf(const std::string& submission, const std::string& folder) {
   int removed = 0;
   for (const std::string& name : NamesIn(folder)) {
-    const std::filesystem::path file = std::filesystem::path(folder) / name;
+    const std::filesystem::path file = PathOf(folder) / PathOf(name);
     const std::size_t ending = name.rfind(Ending(submission));
     if (!MarkIn(name).empty() && ending != std::string::npos && ending > name.rfind(kInfix)) {
       RemoveFile(file.string().c_str());
@@ -97,10 +98,10 @@ int RemoveLeftoversOf(const std::string& submission, const std::string& folder) 
 
 std::string TemporaryNameBeside(const std::string& path) {
   static std::atomic<unsigned> counter{0};
-  const std::filesystem::path target(path);
+  const std::filesystem::path target = PathOf(path);
   const std::string name = Text(".", target.stem().string(), kInfix, OwnProcessMark(), "-",
                                 counter++, Ending(SubmissionMark()), target.extension().string());
-  return (target.parent_path() / name).string();
+  return (target.parent_path() / PathOf(name)).string();
 }
 
 TemporaryFile::TemporaryFile(std::string path)

@@ -26,7 +26,11 @@ FileStatus StatusOf(const std::string& path);
 /// Zero when an existing file may be written to, otherwise the reason as an errno.
 int CheckWritable(const std::string& path);
 
-/// An open file. The routines that return an int give zero or an errno (see ReasonText).
+/// What an errno of these routines means, in lower case. A file that somebody holds open is "in use
+/// by another program" where the system does not replace such files.
+std::string FileReasonText(int failure);
+
+/// An open file. The routines that return an int give zero or an errno (see FileReasonText).
 class File {
  public:
   File() = default;

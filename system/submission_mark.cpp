@@ -3,10 +3,10 @@
 // The mark goes through the environment, so that processes that are started later have it too.
 #include "system/submission_mark.h"
 
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv is POSIX's
-
 #include <algorithm>
 #include <cctype>
+
+#include "system/environment.h"
 
 namespace veltra {
 namespace {
@@ -15,8 +15,7 @@ constexpr const char* kVariable = "VELTRA_SUBMISSION_MARK";
 
 std::string& Mark() {
   static std::string mark = [] {
-    const char* value = getenv(kVariable);
-    std::string text = value != nullptr ? value : "";
+    std::string text = EnvironmentValue(kVariable);
     // It becomes part of file names.
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) == 0 && c != '-'; },
@@ -29,7 +28,7 @@ std::string& Mark() {
 }  // namespace
 
 void SetSubmissionMark(const std::string& mark) {
-  setenv(kVariable, mark.c_str(), 1);
+  SetEnvironmentValue(kVariable, mark);
   Mark() = mark;
 }
 

@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "check/runner.h"
 #include "cli/commands/commands.h"
@@ -104,13 +105,14 @@ const check::Test& KnownTest(const std::string& name) {
   return *test;
 }
 
-fs::path ExistingFile(const std::string& path) {
+fs::path ExistingFile(const std::string& text) {
+  const fs::path path = PathOf(text);
   std::error_code error;
   if (!fs::exists(path, error)) {
-    throw UsageError(Text(path, ": no such file"));
+    throw UsageError(Text(text, ": no such file"));
   }
   if (fs::is_directory(path, error)) {
-    throw UsageError(Text(path, ": is a directory (expected an effect library)"));
+    throw UsageError(Text(text, ": is a directory (expected an effect library)"));
   }
   return path;
 }

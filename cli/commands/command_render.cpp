@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "cli/commands/commands.h"
 #include "cli/job/job.h"
@@ -91,7 +92,7 @@ Scene LoadScene(const std::string& path) {
   text.resize(source->ReadAt(0, text.data(), text.size()));
   try {
     Scene scene = ParseScene(text);
-    ResolvePaths(scene, std::filesystem::path(path).parent_path().string());
+    ResolvePaths(scene, PathOf(path).parent_path());
     return scene;
   } catch (const UsageError& error) {
     throw UsageError(Text(path, ": ", error.what()));
@@ -204,7 +205,7 @@ class PassBuilder {
 
   /// Takes over a scene's controls; `place` is where they stand, as "scene.json: controls".
   void AddScene(const std::vector<SceneControl>& controls, const std::string& place,
-                const std::string& folder) {
+                const std::filesystem::path& folder) {
     for (const SceneControl& control : controls) {
       AddSceneControl(control, Text(place, ".", control.name), folder);
     }
@@ -257,7 +258,8 @@ class PassBuilder {
     });
   }
 
-  void AddSceneControl(SceneControl control, const std::string& place, const std::string& folder) {
+  void AddSceneControl(SceneControl control, const std::string& place,
+                       const std::filesystem::path& folder) {
     const ControlOption* option = FindControl(controls_, control.name);
     if (option == nullptr) {
       std::string list;
@@ -347,7 +349,7 @@ class JobBuilder {
 
   /// `effect` is what passes have that name none of their own.
   void AddPasses(const std::shared_ptr<const host::Effect>& effect) {
-    const std::string folder = std::filesystem::path(path_).parent_path().string();
+    const std::filesystem::path folder = PathOf(path_).parent_path();
     if (scene_.layers.empty()) {
       passes_.emplace_back(effect).AddScene(scene_.controls, Text(path_, ": controls"), folder);
     }
@@ -521,7 +523,7 @@ RenderJob JobOfScene(const std::string& path) {
 
 void FreezeScene(const std::string& from, const std::string& frames, const std::string& to) {
   const std::unique_ptr<JobBuilder> builder = ReadJob({from});
-  Scene scene = builder->ToScene(std::filesystem::path(to).parent_path());
+  Scene scene = builder->ToScene(PathOf(to).parent_path());
   const RenderJob job = builder->Finish();
   const std::string shared = scene.settings["effect"];
   const auto effectOf = [&job](std::size_t pass, const std::string& named) {
@@ -550,7 +552,7 @@ int RunRender(const Arguments& arguments) {
   CheckOptions(job.options);
   if (!job.options.saveScene.empty()) {
     const std::string& path = job.options.saveScene;
-    WriteScene(builder->ToScene(std::filesystem::path(path).parent_path()), path);
+    WriteScene(builder->ToScene(PathOf(path).parent_path()), path);
   }
   if (!job.options.output.empty()) {
     CatchInterrupts();

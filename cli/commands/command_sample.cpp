@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
 #include "cli/commands/commands.h"
@@ -83,14 +84,14 @@ int RunSample(const Arguments& arguments) {
     throw UsageError(Text("--size: ", error.what()));
   }
   std::error_code error;
-  std::filesystem::create_directories(folder, error);
+  std::filesystem::create_directories(PathOf(folder), error);
   if (error) {
     throw RenderError(Text(folder, ": ", ReasonText(error.value())));
   }
   constexpr int kLayerWidth = 1024;
   constexpr int kLayerHeight = 192;
   host::ThreadPool pool;
-  const std::filesystem::path place(folder);
+  const std::filesystem::path place = PathOf(folder);
   WritePng(DrawSampleFrame(size.width, size.height, pool), place / "frame.png", pool);
   WritePng(DrawSampleLayer(kLayerWidth, kLayerHeight, pool), place / "layer.png", pool);
   WriteText(kSampleScene, place / "scene.json");

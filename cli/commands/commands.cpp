@@ -11,6 +11,7 @@
 #include <new>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
 #include "cli/commands/effect_location.h"
@@ -199,8 +200,7 @@ bool ParseArguments(CLI::App& app, const Arguments& arguments) {
 }
 
 std::shared_ptr<const host::Effect> LoadEffect(const std::string& path) {
-  auto library =
-      host::EffectLibrary::Open(path.empty() ? DefaultEffectPath() : std::filesystem::path(path));
+  auto library = host::EffectLibrary::Open(path.empty() ? DefaultEffectPath() : PathOf(path));
   if (!library) {
     throw RenderError(library.ErrorText());
   }

@@ -8,6 +8,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "system/installation.h"
 #include "system/program_file.h"
 
 namespace veltra::cli {
@@ -16,8 +17,15 @@ namespace fs = std::filesystem;
 
 std::vector<fs::path> EffectPlaces() {
   const fs::path folder = ProgramFile().parent_path();
-  return {(folder / VELTRA_EFFECT_FILE).lexically_normal(),
-          (folder / VELTRA_EFFECT_FOLDER / VELTRA_EFFECT_FILE).lexically_normal()};
+  std::vector<fs::path> places{folder / VELTRA_EFFECT_FILE};
+  if (const fs::path installed = InstalledEffectFolder(); !installed.empty()) {
+    places.push_back(installed / VELTRA_EFFECT_FILE);
+  }
+  places.push_back(folder / VELTRA_EFFECT_FOLDER / VELTRA_EFFECT_FILE);
+  for (fs::path& place : places) {
+    place = place.lexically_normal();
+  }
+  return places;
 }
 
 fs::path DefaultEffectPath() {

@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "pictures/output_file.h"
 
@@ -33,7 +34,7 @@ void WriteJson(const std::string& path, const Json& json) {
 }
 
 std::optional<Json> ReadJson(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(PathOf(path), std::ios::binary);
   if (!file) {
     return std::nullopt;
   }
@@ -98,7 +99,7 @@ auto Understood(const std::string& path, const Read& read) {
 }  // namespace
 
 std::string SubmissionFolder::SegmentOf(std::size_t range, const std::string& output) const {
-  const std::string extension = std::filesystem::path(output).extension().string();
+  const std::string extension = PathOf(output).extension().string();
   return (path_ / "segments" / Text(range, extension)).string();
 }
 
@@ -199,7 +200,7 @@ void WriteResult(const SubmissionFolder& folder, const FarmResult& result) {
 }
 
 std::filesystem::path SubmissionsOf(const std::string& scene) {
-  std::filesystem::path path = std::filesystem::absolute(scene).lexically_normal();
+  std::filesystem::path path = std::filesystem::absolute(PathOf(scene)).lexically_normal();
   return path.replace_extension(".farm");
 }
 
@@ -217,8 +218,7 @@ std::vector<SubmissionFolder> FindSubmissions(const std::string& scene) {
 
 std::string NewSubmissionId() {
   const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  std::tm utc{};
-  gmtime_r(&now, &utc);
+  const std::tm utc = *std::gmtime(&now);  // NOLINT(concurrency-mt-unsafe): before other threads
   std::array<char, 32> time{};
   std::strftime(time.data(), time.size(), "%Y%m%d-%H%M%S-", &utc);
   std::string id = time.data();
@@ -232,7 +232,7 @@ std::string NewSubmissionId() {
 PinnedFile Pin(const std::string& path) {
   constexpr std::uint64_t kOffset = 0xcbf29ce484222325U;
   constexpr std::uint64_t kPrime = 0x100000001b3U;
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(PathOf(path), std::ios::binary);
   std::uint64_t hash = kOffset;
   std::vector<char> block(std::size_t{1} << 16);
   while (file.read(block.data(), static_cast<std::streamsize>(block.size())), file.gcount() > 0) {

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "cli/farm/ranges.h"
 #include "cli/farm/render_process.h"
@@ -78,7 +79,7 @@ int CpusFor(const SubmitOptions& options) {
 
 /// Renders the first frame beside the submission, as a task would; returns the seconds it took.
 double MeasureFrame(const SubmissionFolder& folder, Submission& submission, int first) {
-  const std::string extension = fs::path(submission.output).extension().string();
+  const std::string extension = PathOf(submission.output).extension().string();
   const std::string output =
       (folder.Path() / "probe" / Text(submission.video ? "frame" : "frame.####", extension))
           .string();
@@ -130,7 +131,7 @@ void CheckSplittable(const SubmitOptions& options, const RenderJob& job) {
 }
 
 std::string JobName(const SubmitOptions& options) {
-  return options.name.empty() ? fs::path(options.scene).stem().string() : options.name;
+  return options.name.empty() ? PathOf(options.scene).stem().string() : options.name;
 }
 
 std::vector<std::string> CommonOptions(const PreparedSubmission& prepared,
@@ -179,7 +180,7 @@ void CancelSubmission(const SubmissionFolder& folder, const Submission& submissi
     ThrowIfInterrupted();
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
-  pictures::RemoveLeftoversOf(submission.id, fs::path(submission.output).parent_path().string());
+  pictures::RemoveLeftoversOf(submission.id, PathOf(submission.output).parent_path().string());
 }
 
 PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJob& job,
@@ -193,8 +194,8 @@ PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJ
   Submission& submission = prepared.submission;
   submission.id = NewSubmissionId();
   submission.name = JobName(options);
-  submission.scene = fs::absolute(options.scene).lexically_normal().string();
-  submission.output = fs::absolute(plan.output.Name()).lexically_normal().string();
+  submission.scene = fs::absolute(PathOf(options.scene)).lexically_normal().string();
+  submission.output = fs::absolute(PathOf(plan.output.Name())).lexically_normal().string();
   submission.version = options.programVersion;
   submission.program = Pin(ProgramFile().string());
   submission.effects = PinEffects(job);

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
 #include "cli/farm/ranges.h"
@@ -343,8 +344,7 @@ int RunFinish(const SubmissionFolder& folder) {
   SetSubmissionMark(submission.id);
   const FarmResult result =
       submission.video ? JoinSegments(folder, submission) : LookAtFrames(folder, submission);
-  pictures::RemoveLeftoversOf(submission.id,
-                              std::filesystem::path(submission.output).parent_path().string());
+  pictures::RemoveLeftoversOf(submission.id, PathOf(submission.output).parent_path().string());
   WriteResult(folder, result);
   PrintResult(result, submission.frames);
   return result.Whole() ? kExitDone : kExitFailed;

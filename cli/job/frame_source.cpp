@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "cli/job/layer_timing.h"
 #include "pictures/picture_world.h"
@@ -214,8 +215,8 @@ Presence SequenceSource::Has(int frame) const {
     return Presence::kNothing;
   }
   std::error_code ignored;
-  return std::filesystem::exists(name_.At(*number), ignored) ? Presence::kThere
-                                                             : Presence::kMissing;
+  return std::filesystem::exists(PathOf(name_.At(*number)), ignored) ? Presence::kThere
+                                                                     : Presence::kMissing;
 }
 
 PictureInfo SequenceSource::Look(int frame) {

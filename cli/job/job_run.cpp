@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "cli/job/dry_run.h"
 #include "cli/job/frame_render.h"
@@ -200,7 +201,7 @@ class JobRun {
 
 /// Found out now rather than after the first render.
 void JobRun::CheckFolder() const {
-  const std::filesystem::path target(files_.output.At(schedule_.First()));
+  const std::filesystem::path target = PathOf(files_.output.At(schedule_.First()));
   const std::filesystem::path folder = target.parent_path();
   std::error_code ignored;
   if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) {

@@ -53,7 +53,8 @@ Media InputMedia(const std::string& path) {
     return {};
   }
   std::error_code ignored;
-  return MediaOf(std::filesystem::exists(path, ignored) ? FileName::Literal(path) : FileName(path));
+  return MediaOf(std::filesystem::exists(PathOf(path), ignored) ? FileName::Literal(path)
+                                                                : FileName(path));
 }
 
 Media OutputMedia(const std::string& path) {

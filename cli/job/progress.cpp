@@ -3,9 +3,6 @@
 // The bar, the lines and the objects.
 #include "cli/job/progress.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -15,6 +12,7 @@
 
 #include "base/print.h"
 #include "base/text.h"
+#include "system/console.h"
 
 namespace veltra::cli {
 namespace {
@@ -28,13 +26,7 @@ ProgressStyle Resolve(ProgressStyle style) {
   if (style != ProgressStyle::kAuto) {
     return style;
   }
-  return isatty(STDERR_FILENO) != 0 ? ProgressStyle::kBar : ProgressStyle::kLines;
-}
-
-int TerminalColumns() {
-  constexpr int kUsual = 80;
-  winsize size{};
-  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
+  return ErrorsGoToTerminal() ? ProgressStyle::kBar : ProgressStyle::kLines;
 }
 
 std::string Decimals(double value, int decimals) {
@@ -203,7 +195,7 @@ void Progress::DrawBar(bool last) {
                            DurationText(left), " left");
   constexpr int kLongestBar = 40;
   const int cells =
-      std::clamp(TerminalColumns() - static_cast<int>(numbers.size()) - 4, 0, kLongestBar);
+      std::clamp(TerminalWidth() - static_cast<int>(numbers.size()) - 4, 0, kLongestBar);
   const auto full = static_cast<std::size_t>(share * cells);
   const std::string bar =
       Text(std::string(full, '#'), std::string(static_cast<std::size_t>(cells) - full, '.'));

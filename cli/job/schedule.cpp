@@ -5,12 +5,13 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 #include <utility>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
+#include "system/memory.h"
 
 namespace veltra::cli {
 namespace {
@@ -114,21 +115,6 @@ std::vector<int> Chosen(const FrameList& part, const std::vector<int>& numbers) 
   return chosen;
 }
 
-std::uint64_t AvailableMemory() {
-  std::ifstream file("/proc/meminfo");
-  std::string key;
-  std::uint64_t kilobytes = 0;
-  std::string unit;
-  while (file >> key >> kilobytes) {
-    if (key == "MemAvailable:") {
-      return kilobytes * 1024;
-    }
-    std::getline(file, unit);
-  }
-  constexpr std::uint64_t kModest = std::uint64_t{2} << 30;
-  return kModest;
-}
-
 }  // namespace
 
 Schedule::Schedule(const RenderOptions& options, const JobFiles& files)
@@ -150,7 +136,8 @@ void Schedule::CheckOutputs(const RenderOptions& options, const Media& output) {
   std::vector<int> missing;
   for (const int number : numbers_) {
     std::error_code ignored;
-    (std::filesystem::exists(output.At(number), ignored) ? there : missing).push_back(number);
+    (std::filesystem::exists(PathOf(output.At(number)), ignored) ? there : missing)
+        .push_back(number);
   }
   if (options.resume) {
     leftOut_ += there.size();

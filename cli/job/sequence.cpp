@@ -11,6 +11,7 @@
 #include <numeric>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "system/files.h"
 
@@ -94,7 +95,7 @@ std::string FileName::At(int frame) const {
 }
 
 std::vector<int> FramesOnDisk(const FileName& name) {
-  const std::filesystem::path folder = std::filesystem::path(name.At(0)).parent_path();
+  const std::filesystem::path folder = PathOf(name.At(0)).parent_path();
   std::vector<int> numbers;
   for (const std::string& file : NamesIn(folder.empty() ? "." : folder.string())) {
     // A name is one of ours when its number gives it back.
@@ -102,7 +103,7 @@ std::vector<int> FramesOnDisk(const FileName& name) {
       int number = 0;
       if (IsDigit(file[at]) && (at == 0 || !IsDigit(file[at - 1])) &&
           std::from_chars(file.data() + at, file.data() + file.size(), number).ec == std::errc() &&
-          std::filesystem::path(name.At(number)).filename() == file) {
+          PathOf(name.At(number)).filename().string() == file) {
         numbers.push_back(number);
         break;
       }

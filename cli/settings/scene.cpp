@@ -331,7 +331,7 @@ std::string SceneText(const Scene& scene) {
   return Text(json.dump(2, ' ', false, Json::error_handler_t::replace), "\n");
 }
 
-void ResolvePaths(Scene& scene, const std::string& folder) {
+void ResolvePaths(Scene& scene, const std::filesystem::path& folder) {
   const auto resolve = [&folder](std::map<std::string, std::string>& settings) {
     for (auto& [key, value] : settings) {
       const OptionSpec* option = FindOption(key);

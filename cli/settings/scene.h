@@ -3,6 +3,7 @@
 // Scene files: a render's options and controls as JSON.
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
@@ -52,6 +53,6 @@ Scene ParseScene(std::string_view text);
 std::string SceneText(const Scene& scene);
 
 /// Makes the paths of a scene that stands in `folder` usable from the working folder.
-void ResolvePaths(Scene& scene, const std::string& folder);
+void ResolvePaths(Scene& scene, const std::filesystem::path& folder);
 
 }  // namespace veltra::cli

@@ -15,7 +15,7 @@ std::unique_ptr<Process> StartFfmpeg(const std::vector<std::string>& arguments,
   try {
     return std::make_unique<Process>(arguments, pipe);
   } catch (const ProgramNotFound& error) {
-    throw RenderError(Text(error.what(), " (videos need the ffmpeg package)"));
+    throw RenderError(Text(error.what(), " (videos need ffmpeg)"));
   }
 }
 

@@ -46,7 +46,7 @@ std::string ListText(const std::vector<Segment>& segments, PF_RationalScale rate
   std::int64_t before = 0;
   for (const Segment& segment : segments) {
     std::string name;
-    for (const char c : std::filesystem::absolute(segment.path).string()) {
+    for (const char c : std::filesystem::absolute(PathOf(segment.path)).string()) {
       name += c == '\'' ? "'\\''" : std::string(1, c);
     }
     const auto length = place(before + segment.frames) - place(before);
@@ -141,7 +141,7 @@ void CheckWhole(const std::string& file, const std::string& path, std::int64_t f
 }  // namespace
 
 std::vector<Segment> ReadSegments(const std::string& list) {
-  std::ifstream file(list);
+  std::ifstream file(PathOf(list));
   std::vector<Segment> segments;
   std::int64_t frames = 0;
   for (std::string path; file >> frames && file.get() == ' ' && std::getline(file, path);) {
@@ -158,7 +158,7 @@ std::vector<std::string> JoinVideo(const std::string& path, const std::vector<Se
   const TemporaryFile list(TemporaryNameBeside(path + ".txt"));
   {
     const std::string text = ListText(segments, options.rate);
-    std::ofstream file(list.Path());
+    std::ofstream file(PathOf(list.Path()), std::ios::binary);
     if (!(file << text) || !file.flush()) {
       throw RenderError(Text(path, ": the list of its segments cannot be written beside it"));
     }

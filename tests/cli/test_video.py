@@ -277,7 +277,7 @@ class Videos(ProgramTest):
 
     def test_missing_ffmpeg_is_said(self):
         self.make_video(frames=2)
-        self.assert_fails(FAILED, "not found (videos need the ffmpeg package)", "render", "-f",
+        self.assert_fails(FAILED, "not found (videos need ffmpeg)", "render", "-f",
                           "in.mp4", "-o", "out.mp4", env={**os.environ, "PATH": "/nowhere"})
 
     def test_ctrl_c_leaves_no_video(self):

@@ -44,6 +44,10 @@ int CheckWritable(const std::string& path) {
   return access(path.c_str(), W_OK) == 0 ? 0 : errno;
 }
 
+std::string FileReasonText(int failure) {
+  return ReasonText(failure);
+}
+
 File::File(int handle, bool owned) : handle_(handle), owned_(owned) {
   struct stat status {};
   if (fstat(handle, &status) == 0) {

@@ -1,19 +1,15 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Large pages as Linux gives them; elsewhere the system decides alone.
-
-#include "system/large_pages.h"
-
-#ifdef __linux__
+// Large pages as Linux gives them.
 #include <sys/mman.h>
 
 #include <cstdint>
-#endif
+
+#include "system/large_pages.h"
 
 namespace veltra {
 
-void PreferLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) {
-#ifdef __linux__
+void PreferLargePages(void* block, std::size_t bytes) {
   constexpr std::size_t kLargePage = std::size_t{2} << 20;
   const auto address = reinterpret_cast<std::uintptr_t>(block);
   const std::size_t toAligned = (kLargePage - address % kLargePage) % kLargePage;
@@ -22,7 +18,6 @@ void PreferLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t
     madvise(static_cast<std::byte*>(block) + toAligned,
             (bytes - toAligned) / kLargePage * kLargePage, MADV_HUGEPAGE);
   }
-#endif
 }
 
 }  // namespace veltra

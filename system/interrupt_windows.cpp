@@ -1,0 +1,71 @@
+// Copyright 2026 The Veltra Authors
+// SPDX-License-Identifier: BSD-3-Clause
+// Ctrl-C, Ctrl-Break and a closed console window, for a render that may be stopped. Windows tells
+// of them on a thread of its own.
+#include "base/error.h"
+#include "system/interrupt.h"
+#include "system/temporary_files.h"
+#include "system/windows_api.h"
+
+namespace veltra {
+namespace {
+
+// The numbers that the same wishes have elsewhere, so that scripts find the same exit codes.
+constexpr int kInterrupt = 2;
+constexpr int kHangUp = 1;
+
+std::atomic<int>& LastSignal() {
+  static std::atomic<int> signal{0};
+  return signal;
+}
+
+[[noreturn]] void EndNow(int signal) {
+  RemoveTemporaryFiles();
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(kSignalExitBase + signal));
+  for (;;) {
+    Sleep(INFINITE);
+  }
+}
+
+BOOL WINAPI OnControl(DWORD event) {
+  // The console goes away after five seconds, and the program with it.
+  constexpr DWORD kGrace = 4000;
+  const bool asked = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+  const int signal = asked ? kInterrupt : kHangUp;
+  LastSignal().store(signal);
+  const bool again = InterruptFlag().exchange(true);
+  if (asked && !again) {
+    return TRUE;
+  }
+  if (!asked) {
+    Sleep(kGrace);
+  }
+  EndNow(signal);
+}
+
+}  // namespace
+
+std::atomic<bool>& InterruptFlag() {
+  static std::atomic<bool> flag{false};
+  return flag;
+}
+
+void CatchInterrupts() {
+  LastSignal().store(0);
+  InterruptFlag().store(false);
+  RemoveTemporaryFiles();
+  SetConsoleCtrlHandler(OnControl, TRUE);
+}
+
+void ThrowIfInterrupted() {
+  if (InterruptFlag().load(std::memory_order_relaxed)) {
+    throw Interrupted();
+  }
+}
+
+int InterruptExitCode() {
+  const int signal = LastSignal().load();
+  return signal == 0 ? kExitInterrupted : kSignalExitBase + signal;
+}
+
+}  // namespace veltra
