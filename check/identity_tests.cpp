@@ -177,6 +177,10 @@ void TestLoad(TestRun& run) {
   run.Step("loading the library");
   const auto library = OpenLibrary(run);
   run.Note(library->Identity().name);
+  if (library->IsNewerThanHost()) {
+    run.Note(Text("built for interface ", library->Identity().apiMajor, ".",
+                  library->Identity().apiMinor, ", later than the host's"));
+  }
 }
 
 void TestResource(TestRun& run) {
@@ -238,6 +242,9 @@ void TestFlags(TestRun& run) {
   const auto library = OpenLibrary(run);
   const GlobalAnswer first = SendGlobalSetup(*library);
   SendGlobalSetdown(*library, first.globalData);
+  if (first.error != PF_Err_NONE) {
+    SkipIfDeclined(run, *library);
+  }
   CheckFlagRules(run, first);
   const std::filesystem::path file = ResourceFile(run.Settings());
   if (file.empty()) {
@@ -255,10 +262,10 @@ void TestFlags(TestRun& run) {
 void TestAbout(TestRun& run) {
   const auto effect = LoadEffect(run);
   run.Step("ABOUT");
-  host::Session session({host::Tables(), effect->Controls(), effect->GlobalData()}, nullptr);
+  host::Session session(effect->Context(), nullptr);
   const PF_Err error = session.Send(effect->Library().MainEntry(), PF_Cmd_ABOUT);
   if (error != PF_Err_NONE) {
-    run.FailStep(host::ErrorName(error));
+    run.FailStep(host::ErrorName(error), Shown::kDialog);
   }
   const auto& text = session.OutData().return_msg;
   if (std::find(std::begin(text), std::end(text), '\0') == std::end(text)) {

@@ -255,7 +255,8 @@ void GiveUp(TestRun& run, const Effect& effect, const Subject& subject, int row,
     }
   }
   if (!result.Ok() && result.error != PF_Interrupt_CANCEL) {
-    run.FailStep(Text("it answers ", host::ErrorName(result.error), " instead of the abort"));
+    run.FailStep(Text("it answers ", host::ErrorName(result.error), " instead of the abort"),
+                 Shown::kDialog);
   }
 }
 

@@ -110,7 +110,8 @@ void TestBalance(TestRun& run) {
 void TestSilence(TestRun& run) {
   RenderAllWays(run, run.Rounds(2), [&](const host::RenderResult& result) {
     if (result.Ok() && !result.effectMessage.empty()) {
-      run.FailStep(Text("it shows a message with a good frame: ", result.effectMessage));
+      run.FailStep(Text("it shows a message with a good frame: ", result.effectMessage),
+                   Shown::kDialog);
     }
   });
 }

@@ -43,11 +43,21 @@ void PrintOutput(std::ostream& out, const std::string& output) {
 }
 
 Json ToJson(const TestResult& result) {
+  Json messages = Json::array();
+  Json findings = Json::array();
+  for (const Finding& finding : result.findings) {
+    messages.push_back(finding.text);
+    findings.push_back({{"text", finding.text}, {"shown", ShownName(finding.shown)}});
+  }
+  if (!result.reason.empty()) {
+    messages.push_back(result.reason);
+  }
   Json json{{"name", result.test->name},
             {"strictness", result.test->strictness},
             {"outcome", OutcomeName(result.outcome)},
             {"seconds", result.seconds},
-            {"messages", result.messages},
+            {"messages", messages},
+            {"findings", findings},
             {"notes", result.notes}};
   if (!result.output.empty()) {
     json["output"] = result.output;
@@ -74,6 +84,9 @@ std::string RepeatCommand(const Report& report) {
   const TestSettings& settings = report.settings;
   std::string command =
       Text("veltra check --strictness ", settings.strictness, " --seed ", settings.seed);
+  if (settings.host != &host::DefaultHost()) {
+    command += Text(" --host ", settings.host->name);
+  }
   if (!settings.resource.empty()) {
     command += Text(" --resource ", Quoted(settings.resource.string()));
   }
@@ -83,6 +96,25 @@ std::string RepeatCommand(const Report& report) {
     }
   }
   return Text(command, " ", Quoted(settings.library.string()));
+}
+
+/// How many of the findings a host's user is shown.
+void PrintShown(std::ostream& out, const Report& report) {
+  int shown = 0;
+  int silent = 0;
+  for (const TestResult& result : report.results) {
+    for (const Finding& finding : result.findings) {
+      ++(finding.shown == Shown::kNothing ? silent : shown);
+    }
+  }
+  if (shown == 0) {
+    out << "a host shows its user nothing of this\n";
+  } else if (silent == 0) {
+    out << "a host shows its user all of this\n";
+  } else {
+    out << "a host shows its user " << shown << " of these " << shown + silent
+        << " findings, those marked\n";
+  }
 }
 
 /// Text from a library under test need not be UTF-8; what is not is replaced.
@@ -106,6 +138,20 @@ std::string_view OutcomeName(Outcome outcome) {
   return "not run";
 }
 
+std::string_view ShownName(Shown shown) {
+  switch (shown) {
+    case Shown::kDialog:
+      return "error dialog";
+    case Shown::kCrash:
+      return "crash";
+    case Shown::kHang:
+      return "hang";
+    case Shown::kNothing:
+      break;
+  }
+  return "nothing";
+}
+
 int Report::Count(Outcome outcome) const {
   return static_cast<int>(std::count_if(results.begin(), results.end(),
                                         [&](const TestResult& r) { return r.outcome == outcome; }));
@@ -113,7 +159,7 @@ int Report::Count(Outcome outcome) const {
 
 void PrintHeading(std::ostream& out, const TestSettings& settings) {
   out << settings.library.string() << ": strictness " << settings.strictness << ", seed "
-      << settings.seed << "\n\n";
+      << settings.seed << ", host " << settings.host->name << "\n\n";
 }
 
 void PrintResult(std::ostream& out, const TestResult& result, bool verbose) {
@@ -122,17 +168,20 @@ void PrintResult(std::ostream& out, const TestResult& result, bool verbose) {
        << result.test->name << std::right << std::fixed << std::setprecision(2) << std::setw(6)
        << result.seconds << " s";
   const bool failed = result.outcome == Outcome::kFailed;
-  if (!failed) {
-    const auto& words = result.messages.empty() ? result.notes : result.messages;
-    for (const std::string& word : words) {
-      line << "  " << word;
+  if (!failed && !result.reason.empty()) {
+    line << "  " << result.reason;
+  } else if (!failed) {
+    for (const std::string& note : result.notes) {
+      line << "  " << note;
     }
   }
   line << '\n';
-  if (failed) {
-    for (const std::string& message : result.messages) {
-      line << kIndent << message << '\n';
+  for (const Finding& finding : result.findings) {
+    line << kIndent << finding.text;
+    if (finding.shown != Shown::kNothing) {
+      line << "  [" << ShownName(finding.shown) << ']';
     }
+    line << '\n';
   }
   out << line.str();
   if (verbose) {
@@ -153,6 +202,7 @@ void PrintSummary(std::ostream& out, const Report& report) {
   }
   out << '\n';
   if (!report.Passed()) {
+    PrintShown(out, report);
     out << "repeat what failed: " << RepeatCommand(report) << '\n';
   }
 }
@@ -161,6 +211,7 @@ void PrintJson(std::ostream& out, const Report& report) {
   Json json{{"library", report.settings.library.string()},
             {"strictness", report.settings.strictness},
             {"seed", report.settings.seed},
+            {"host", report.settings.host->name},
             {"passed", report.Passed()},
             {"counts",
              {{"passed", report.Count(Outcome::kPassed)},

@@ -22,12 +22,22 @@ enum class Outcome {
 /// "passed", "failed", "not applicable" and "not run".
 std::string_view OutcomeName(Outcome outcome);
 
+/// Something that is wrong.
+struct Finding {
+  std::string text;
+  Shown shown = Shown::kNothing;
+};
+
+/// "nothing", "error dialog", "crash" and "hang".
+std::string_view ShownName(Shown shown);
+
 /// What came of one test.
 struct TestResult {
   const Test* test = nullptr;
   Outcome outcome = Outcome::kPassed;
   double seconds = 0.0;
-  std::vector<std::string> messages;  ///< what is wrong, or why it did not run or not apply
+  std::vector<Finding> findings;  ///< what is wrong
+  std::string reason;             ///< why it did not run or does not apply
   std::vector<std::string> notes;
   std::string output;  ///< the last of what the library itself printed, of failed tests
 };

@@ -79,7 +79,7 @@ void PreRenderManyTimes(TestRun& run, const Effect& effect, RenderSettings setti
   for (int i = 0; i < count && !run.HadEnough(); ++i) {
     host::RenderResult result = host::RenderFrame(effect, settings);
     if (!result.Ok()) {
-      run.FailStep(Text("pre-render ", i + 1, " in a row: ", result.errorText));
+      run.FailStep(Text("pre-render ", i + 1, " in a row: ", result.errorText), ShownOf(result));
     }
     for (const std::string& imbalance : Imbalances(result)) {
       run.FailStep(imbalance);

@@ -18,7 +18,8 @@ namespace {
 using std::chrono::duration;
 using std::chrono::steady_clock;
 
-constexpr std::array<std::string_view, 5> kLineWords{"step", "fail", "note", "skip", "done"};
+constexpr std::array<std::string_view, 7> kLineWords{"step", "fail", "fail-dialog", "fail-crash",
+                                                     "note", "skip", "done"};
 
 /// What a child has said so far.
 struct ChildReport {
@@ -26,6 +27,11 @@ struct ChildReport {
   bool skipped = false;
   bool done = false;
 };
+
+void AddFinding(TestResult& result, std::string text, Shown shown) {
+  result.findings.push_back({std::move(text), shown});
+  result.outcome = Outcome::kFailed;
+}
 
 void TakeLine(std::string_view line, ChildReport& said, TestResult& result) {
   const std::string_view word = line.substr(0, line.find(' '));
@@ -36,14 +42,19 @@ void TakeLine(std::string_view line, ChildReport& said, TestResult& result) {
       said.step = text;
       break;
     case LineKind::kFail:
-      result.messages.push_back(text);
-      result.outcome = Outcome::kFailed;
+      AddFinding(result, text, Shown::kNothing);
+      break;
+    case LineKind::kFailDialog:
+      AddFinding(result, text, Shown::kDialog);
+      break;
+    case LineKind::kFailCrash:
+      AddFinding(result, text, Shown::kCrash);
       break;
     case LineKind::kNote:
       result.notes.push_back(text);
       break;
     case LineKind::kSkip:
-      result.messages.push_back(text);
+      result.reason = text;
       said.skipped = true;
       break;
     case LineKind::kDone:
@@ -86,6 +97,19 @@ std::string TroubleWith(const ProcessEnd& end, const ChildReport& said,
   return {};
 }
 
+Shown ShownOf(const ProcessEnd& end) {
+  switch (end.how) {
+    case ProcessEnd::How::kNotStarted:
+      return Shown::kNothing;
+    case ProcessEnd::How::kTimedOut:
+      return Shown::kHang;
+    case ProcessEnd::How::kSignalled:
+    case ProcessEnd::How::kExited:
+      break;
+  }
+  return Shown::kCrash;
+}
+
 TestResult RunInChild(const Test& test, const RunnerSettings& settings) {
   TestResult result;
   result.test = &test;
@@ -96,8 +120,7 @@ TestResult RunInChild(const Test& test, const RunnerSettings& settings) {
                [&](std::string_view line) { TakeLine(line, said, result); });
   result.seconds = duration<double>(steady_clock::now() - start).count();
   if (std::string trouble = TroubleWith(end, said, settings.timeout); !trouble.empty()) {
-    result.messages.push_back(std::move(trouble));
-    result.outcome = Outcome::kFailed;
+    AddFinding(result, std::move(trouble), ShownOf(end));
   } else if (said.skipped && result.outcome == Outcome::kPassed) {
     result.outcome = Outcome::kNotApplicable;
   }
@@ -134,6 +157,9 @@ std::vector<std::string> ChildArguments(const Test& test, const TestSettings& se
                                      std::to_string(settings.strictness),
                                      "--seed",
                                      std::to_string(settings.seed)};
+  if (settings.host != &host::DefaultHost()) {
+    arguments.insert(arguments.end(), {"--host", std::string(settings.host->name)});
+  }
   if (!settings.resource.empty()) {
     arguments.insert(arguments.end(), {"--resource", settings.resource.string()});
   }
@@ -154,7 +180,7 @@ Report RunTests(const RunnerSettings& settings,
       TestResult result;
       result.test = &test;
       result.outcome = Outcome::kNotRun;
-      result.messages.push_back(Text("needs ", missing->name));
+      result.reason = Text("needs ", missing->name);
       report.results.push_back(std::move(result));
     } else {
       report.results.push_back(RunInChild(test, settings));
@@ -175,9 +201,9 @@ int RunOneTest(const Test& test, const TestSettings& settings) {
   } catch (const TestEnded&) {
     // It has said why.
   } catch (const std::exception& problem) {
-    send(LineKind::kFail, Text("an exception left the library: ", problem.what()));
+    send(LineKind::kFailCrash, Text("an exception left the library: ", problem.what()));
   } catch (...) {
-    send(LineKind::kFail, "an exception left the library");
+    send(LineKind::kFailCrash, "an exception left the library");
   }
   send(LineKind::kDone, "");
   return 0;

@@ -24,8 +24,14 @@ bool SameControl(const ControlDeclaration& a, const ControlDeclaration& b) {
 
 }  // namespace
 
+host::SessionContext SetupContext(const host::EffectLibrary& library, PF_Handle globalData) {
+  host::SessionContext context{host::Tables(), kNoControls, globalData};
+  context.host = &library.Host();
+  return context;
+}
+
 GlobalAnswer SendGlobalSetup(const host::EffectLibrary& library, const Preparation& prepare) {
-  host::Session session({host::Tables(), kNoControls}, nullptr);
+  host::Session session(SetupContext(library), nullptr);
   if (prepare) {
     prepare(session.InData());
   }
@@ -43,7 +49,7 @@ GlobalAnswer SendGlobalSetup(const host::EffectLibrary& library, const Preparati
 ParamsAnswer SendParamsSetup(const host::EffectLibrary& library, PF_Handle globalData,
                              const Preparation& prepare) {
   ParamsAnswer answer;
-  host::Session session({host::Tables(), kNoControls, globalData}, nullptr);
+  host::Session session(SetupContext(library, globalData), nullptr);
   session.addedControls = &answer.controls;
   if (prepare) {
     prepare(session.InData());
@@ -55,7 +61,7 @@ ParamsAnswer SendParamsSetup(const host::EffectLibrary& library, PF_Handle globa
 }
 
 PF_Err SendGlobalSetdown(const host::EffectLibrary& library, PF_Handle globalData) {
-  host::Session session({host::Tables(), kNoControls, globalData}, nullptr);
+  host::Session session(SetupContext(library, globalData), nullptr);
   return session.Send(library.MainEntry(), PF_Cmd_GLOBAL_SETDOWN);
 }
 

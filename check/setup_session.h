@@ -34,6 +34,10 @@ struct ParamsAnswer {
 /// Changes the in-data before a command is sent.
 using Preparation = std::function<void(PF_InData& inData)>;
 
+/// A session before there are controls, with the host that opened the library.
+host::SessionContext SetupContext(const host::EffectLibrary& library,
+                                  PF_Handle globalData = nullptr);
+
 GlobalAnswer SendGlobalSetup(const host::EffectLibrary& library, const Preparation& prepare = {});
 ParamsAnswer SendParamsSetup(const host::EffectLibrary& library, PF_Handle globalData,
                              const Preparation& prepare = {});

@@ -21,7 +21,7 @@ using host::ControlDeclaration;
 
 void CheckSucceeded(TestRun& run, PF_Err error) {
   if (error != PF_Err_NONE) {
-    run.FailStep(host::ErrorName(error));
+    run.FailStep(host::ErrorName(error), Shown::kDialog);
   }
 }
 
@@ -225,10 +225,11 @@ void TestSetup(TestRun& run) {
   const GlobalAnswer global = SendGlobalSetup(*library);
   if (global.error != PF_Err_NONE) {
     run.SkipIfNeeded(global.missing);
+    SkipIfDeclined(run, *library);
   }
   CheckSucceeded(run, global.error);
   if (!global.message.empty()) {
-    run.FailStep(Text("it shows a message: ", global.message));
+    run.FailStep(Text("it shows a message: ", global.message), Shown::kDialog);
   }
   run.Step("PARAMS_SETUP");
   const ParamsAnswer params = SendParamsSetup(*library, global.globalData);
@@ -270,7 +271,7 @@ void TestUnknownCommands(TestRun& run) {
     std::string message;
     CheckSucceeded(run, effect->Send(command, &message));
     if (!message.empty()) {
-      run.FailStep(Text("it shows a message: ", message));
+      run.FailStep(Text("it shows a message: ", message), Shown::kDialog);
     }
   }
 }
@@ -309,8 +310,7 @@ void TestSetupRepeated(TestRun& run) {
   const auto library = OpenLibrary(run);
   run.Step("ABOUT before GLOBAL_SETUP");
   {
-    const std::vector<ControlDeclaration> none;
-    host::Session session({host::Tables(), none}, nullptr);
+    host::Session session(SetupContext(*library), nullptr);
     session.Send(library->MainEntry(), PF_Cmd_ABOUT);
   }
   run.Step("the first set-up");

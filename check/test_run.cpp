@@ -14,6 +14,19 @@ namespace {
 
 constexpr std::size_t kMostFailures = 6;
 
+LineKind FailureKind(Shown shown) {
+  switch (shown) {
+    case Shown::kDialog:
+      return LineKind::kFailDialog;
+    case Shown::kCrash:
+    case Shown::kHang:
+      return LineKind::kFailCrash;
+    case Shown::kNothing:
+      break;
+  }
+  return LineKind::kFail;
+}
+
 }  // namespace
 
 TestRun::TestRun(TestSettings settings, std::string_view testName, Sink sink)
@@ -28,19 +41,19 @@ void TestRun::Step(std::string_view text) {
   sink_(LineKind::kStep, text);
 }
 
-void TestRun::Fail(std::string_view text) {
+void TestRun::Fail(std::string_view text, Shown shown) {
   if (failures_.size() >= kMostFailures || !failures_.emplace(text).second) {
     return;
   }
-  sink_(LineKind::kFail, text);
+  sink_(FailureKind(shown), text);
 }
 
-void TestRun::FailStep(std::string_view text) {
-  Fail(Text(step_, ": ", text));
+void TestRun::FailStep(std::string_view text, Shown shown) {
+  Fail(Text(step_, ": ", text), shown);
 }
 
-void TestRun::FailAndEnd(std::string_view text) {
-  Fail(text);
+void TestRun::FailAndEnd(std::string_view text, Shown shown) {
+  Fail(text, shown);
   throw TestEnded{};
 }
 

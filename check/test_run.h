@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "check/random.h"
+#include "host/session/host_profile.h"
 
 namespace veltra::check {
 
@@ -24,6 +25,7 @@ inline constexpr std::uint64_t kDefaultSeed = 1;
 struct TestSettings {
   std::filesystem::path library;
   std::filesystem::path resource;  ///< library whose resource describes the effect; may be empty
+  const host::HostProfile* host = &host::DefaultHost();
   int strictness = kDefaultStrictness;
   std::uint64_t seed = kDefaultSeed;
 };
@@ -31,8 +33,16 @@ struct TestSettings {
 /// Ends a test early; what was wrong has been said before.
 struct TestEnded {};
 
-/// The kinds of line that a test sends to whoever runs it.
-enum class LineKind { kStep, kFail, kNote, kSkip, kDone };
+/// What the user of a host would be shown of something that is wrong.
+enum class Shown {
+  kNothing,  ///< not a word; at most a picture that is wrong
+  kDialog,   ///< an error dialog
+  kCrash,    ///< the host crashes, or an error leaves it in no known state
+  kHang,     ///< the host stands still
+};
+
+/// The kinds of line that a test sends to whoever runs it; a failure's says what is shown of it.
+enum class LineKind { kStep, kFail, kFailDialog, kFailCrash, kNote, kSkip, kDone };
 
 /// One test on its way. Everything said is passed on at once, so that a crash loses nothing.
 /// Used on one thread only.
@@ -51,10 +61,10 @@ class TestRun {
   /// What is being tried now; named in the report when the process does not survive it.
   void Step(std::string_view text);
   /// Something is wrong. Each text counts once, and only the first few are passed on.
-  void Fail(std::string_view text);
+  void Fail(std::string_view text, Shown shown = Shown::kNothing);
   /// Like Fail, with what was being tried in front.
-  void FailStep(std::string_view text);
-  [[noreturn]] void FailAndEnd(std::string_view text);
+  void FailStep(std::string_view text, Shown shown = Shown::kNothing);
+  [[noreturn]] void FailAndEnd(std::string_view text, Shown shown = Shown::kNothing);
   /// A word about a test that passed.
   void Note(std::string_view text);
   /// The test does not apply to this library; ends it.

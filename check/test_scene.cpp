@@ -240,7 +240,7 @@ void ComparePixel(const Pixel& a, const Pixel& b, A_long x, A_long y, Worst& wor
 }  // namespace
 
 std::shared_ptr<const host::EffectLibrary> OpenLibrary(TestRun& run) {
-  auto library = host::EffectLibrary::Open(run.Settings().library);
+  auto library = host::EffectLibrary::Open(run.Settings().library, *run.Settings().host);
   if (!library) {
     run.FailAndEnd(library.ErrorText());
   }
@@ -248,14 +248,25 @@ std::shared_ptr<const host::EffectLibrary> OpenLibrary(TestRun& run) {
 }
 
 std::unique_ptr<const Effect> LoadEffect(TestRun& run) {
-  auto effect = Effect::Load(OpenLibrary(run));
+  const auto library = OpenLibrary(run);
+  auto effect = Effect::Load(library);
   if (!effect) {
-    run.FailAndEnd(effect.ErrorText());
+    SkipIfDeclined(run, *library);
+    run.FailAndEnd(effect.ErrorText(), Shown::kDialog);
   }
   if (((*effect)->OutFlags() & kVariesByItself) != 0) {
     run.LetPicturesVary();
   }
   return std::move(*effect);
+}
+
+void SkipIfDeclined(TestRun& run, const host::EffectLibrary& library) {
+  if (library.IsNewerThanHost()) {
+    const host::Registration& built = library.Identity();
+    const PF_SpecVersion& version = library.Host().version;
+    run.Skip(Text("declines a host with interface ", version.major, ".", version.minor,
+                  " (it is built for ", built.apiMajor, ".", built.apiMinor, ")"));
+  }
 }
 
 // ---- Pictures ----
@@ -444,6 +455,17 @@ std::string DescribeValue(const ControlDeclaration& control, const ControlValue&
 
 // ---- Rendering and comparing ----
 
+Shown ShownOf(const host::RenderResult& result) {
+  if (result.error == PF_Err_NONE || result.error == PF_Interrupt_CANCEL) {
+    return Shown::kNothing;
+  }
+  const auto& violations = result.diagnostics.violations;
+  const bool threw = std::any_of(violations.begin(), violations.end(), [](const auto& broken) {
+    return broken.rule == host::Rule::kExceptionEscaped;
+  });
+  return threw ? Shown::kCrash : Shown::kDialog;
+}
+
 host::RenderResult RenderChecked(TestRun& run, const Effect& effect,
                                  const RenderSettings& settings) {
   host::RenderResult result = host::RenderFrame(effect, settings);
@@ -454,7 +476,8 @@ host::RenderResult RenderChecked(TestRun& run, const Effect& effect,
     run.SkipIfNeeded(missing);
   }
   if (!result.Ok()) {
-    run.FailStep(result.errorText.empty() ? host::ErrorName(result.error) : result.errorText);
+    run.FailStep(result.errorText.empty() ? host::ErrorName(result.error) : result.errorText,
+                 ShownOf(result));
   } else if (std::string trouble = Impossible(result.output); !trouble.empty()) {
     run.FailStep(trouble);
   }

@@ -20,6 +20,10 @@ std::shared_ptr<const host::EffectLibrary> OpenLibrary(TestRun& run);
 /// The effect, set up; ends the test where that is not possible.
 std::unique_ptr<const host::Effect> LoadEffect(TestRun& run);
 
+/// Ends the test as not applicable where the host is older than what the library was built for:
+/// such a library may decline to be set up.
+void SkipIfDeclined(TestRun& run, const host::EffectLibrary& library);
+
 // ---- Pictures ----
 
 /// Noise in which transparent, opaque and half-covered pixels lie side by side.
@@ -97,6 +101,10 @@ std::string DescribeValue(const host::ControlDeclaration& control, const host::C
 /// test. The result may be empty then.
 host::RenderResult RenderChecked(TestRun& run, const host::Effect& effect,
                                  const host::RenderSettings& settings);
+
+/// What a host shows of a render that failed: every error of an effect's but the answer to an abort
+/// is a dialog.
+Shown ShownOf(const host::RenderResult& result);
 
 /// What counts as a difference.
 enum class Compare {

@@ -5,6 +5,7 @@
 #include "host/effect.h"
 
 #include <new>
+#include <utility>
 
 #include "host/base/error_names.h"
 #include "host/session/arbitrary_values.h"
@@ -45,6 +46,7 @@ Expected<bool> Effect::SetUp() {
   SessionContext context{Tables(), added, nullptr, holdings_};
   context.libraryPath = library_->Path();
   context.libraryModule = library_->Module();
+  context.host = &library_->Host();
   Session session(context, nullptr);
   if (const PF_Err error = session.Send(entry, PF_Cmd_GLOBAL_SETUP)) {
     return Failure{Refusal("GLOBAL_SETUP", error, session)};
@@ -89,7 +91,18 @@ SessionContext Effect::Context() const {
   context.outFlags2 = outFlags2_;
   context.libraryPath = library_->Path();
   context.libraryModule = library_->Module();
+  context.host = &library_->Host();
+  context.hidesSequenceData = HidesSequenceData();
   return context;
+}
+
+/// From 13.25 on, effects that render on several threads see their sequence data as a constant.
+bool Effect::HidesSequenceData() const {
+  constexpr std::pair<A_long, A_long> kFirstInterface{13, 25};
+  const Registration& built = library_->Identity();
+  return library_->Host().hidesSequenceData && SupportsThreadedRendering() &&
+         (outFlags2_ & PF_OutFlag2_MUTABLE_RENDER_SEQUENCE_DATA_SLOWER) == 0 &&
+         std::pair{built.apiMajor, built.apiMinor} >= kFirstInterface;
 }
 
 // ---- Arbitrary data ----

@@ -18,8 +18,8 @@ namespace veltra::host {
 /// A set-up effect. Set-up and set-down run alone; rendering may use it from many threads.
 class Effect {
  public:
-  /// Sends GLOBAL_SETUP and PARAMS_SETUP as version 13.28 of the host. The error names what the
-  /// effect answered.
+  /// Sends GLOBAL_SETUP and PARAMS_SETUP as the host that opened the library. The error names what
+  /// the effect answered.
   static Expected<std::unique_ptr<const Effect>> Load(std::shared_ptr<const EffectLibrary> library);
 
   /// Sends GLOBAL_SETDOWN.
@@ -87,6 +87,7 @@ class Effect {
   explicit Effect(std::shared_ptr<const EffectLibrary> library);
   Expected<bool> SetUp();
   void DisposeDefaults();
+  bool HidesSequenceData() const;
   template <class Result, class Body>
   Expected<Result> AboutData(PF_ParamIndex index, Body body) const;
 

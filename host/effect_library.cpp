@@ -7,6 +7,7 @@
 #include <array>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "host/base/error_names.h"
@@ -122,7 +123,8 @@ Expected<Registration> RegisterLibrary(const DynamicLibrary& library, const std:
 }  // namespace
 
 Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
-    const std::string& name, PF_PluginDataEntryFn registration, PF_MainEntryFn mainEntry) {
+    const std::string& name, PF_PluginDataEntryFn registration, PF_MainEntryFn mainEntry,
+    const HostProfile& host) {
   if (registration == nullptr || mainEntry == nullptr) {
     return Failure{name + ": an entry point is missing (expected registration and command entry)"};
   }
@@ -132,6 +134,7 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
   }
   std::shared_ptr<EffectLibrary> library(new EffectLibrary);
   library->path_ = name;
+  library->host_ = &host;
   library->identity_ = std::move(*identity);
   library->mainEntry_ = mainEntry;
   return std::shared_ptr<const EffectLibrary>(std::move(library));
@@ -144,8 +147,13 @@ void* EffectLibrary::Module() const {
   return library_ != nullptr ? library_->Handle() : nullptr;
 }
 
+bool EffectLibrary::IsNewerThanHost() const {
+  return std::pair{identity_.apiMajor, identity_.apiMinor} >
+         std::pair{A_long{host_->version.major}, A_long{host_->version.minor}};
+}
+
 Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
-    const std::filesystem::path& pathAndChoice) {
+    const std::filesystem::path& pathAndChoice, const HostProfile& host) {
   std::error_code code;
   std::filesystem::path path = pathAndChoice;
   std::string wanted;
@@ -171,6 +179,7 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
   }
   std::shared_ptr<EffectLibrary> library(new EffectLibrary);
   library->path_ = path;
+  library->host_ = &host;
   library->library_ = std::move(*opened);
   auto identity = RegisterLibrary(*library->library_, path.stem().string(), wanted);
   if (!identity) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/expected.h"
+#include "host/session/host_profile.h"
 #include "host_api/entry_points.h"
 
 namespace veltra {
@@ -35,13 +36,16 @@ class EffectLibrary {
   /// Loads the file and registers it. The error says which of these was the trouble: no such
   /// file, not a library of this platform, no effect's exports, or a refused registration. It
   /// starts with the path.
-  static Expected<std::shared_ptr<const EffectLibrary>> Open(const std::filesystem::path& path);
+  /// `host` is what this host is to everything in the library.
+  static Expected<std::shared_ptr<const EffectLibrary>> Open(
+      const std::filesystem::path& path, const HostProfile& host = DefaultHost());
 
   /// An effect that is linked into this program: its two entry points instead of a file, for tests
   /// and for builds that cannot load code. `name` stands where a file's path would, in Path() and
   /// at the head of errors. The registration's entry point name is not looked at.
   static Expected<std::shared_ptr<const EffectLibrary>> FromEntryPoints(
-      const std::string& name, PF_PluginDataEntryFn registration, PF_MainEntryFn mainEntry);
+      const std::string& name, PF_PluginDataEntryFn registration, PF_MainEntryFn mainEntry,
+      const HostProfile& host = DefaultHost());
 
   ~EffectLibrary();
   EffectLibrary(const EffectLibrary&) = delete;
@@ -50,6 +54,10 @@ class EffectLibrary {
   /// The file, or the name that a linked effect was given.
   const std::filesystem::path& Path() const { return path_; }
   const Registration& Identity() const { return identity_; }
+  /// What the host is that opened it.
+  const HostProfile& Host() const { return *host_; }
+  /// Whether it was built for a later interface than the host's.
+  bool IsNewerThanHost() const;
   PF_MainEntryFn MainEntry() const { return mainEntry_; }
   /// The system's handle of the loaded file; null for a linked effect.
   void* Module() const;
@@ -60,6 +68,7 @@ class EffectLibrary {
   std::filesystem::path path_;
   std::unique_ptr<DynamicLibrary> library_;  ///< null for a linked effect
   Registration identity_;
+  const HostProfile* host_ = &DefaultHost();
   PF_MainEntryFn mainEntry_ = nullptr;
 };
 

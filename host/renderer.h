@@ -30,8 +30,6 @@ struct RenderResult {
   bool Ok() const { return error == PF_Err_NONE && errorText.empty(); }
 };
 
-/// Renders one frame. Safe to call on several threads at once with one effect that declares
-/// threaded rendering. Wrong settings give error PF_Err_BAD_CALLBACK_PARAM and a text.
 /// One application of an effect over several frames: its sequence is set up with the first of them
 /// and set down in the end. For one frame at a time, and no longer than the effect lives.
 class HeldSequence {
@@ -50,6 +48,8 @@ class HeldSequence {
   std::map<PF_ParamIndex, ControlValue> changedValues_;  ///< by the effect, when it was set up
 };
 
+/// Renders one frame. Safe to call on several threads at once with one effect that declares
+/// threaded rendering. Wrong settings give error PF_Err_BAD_CALLBACK_PARAM and a text.
 RenderResult RenderFrame(const Effect& effect, const RenderSettings& settings);
 
 }  // namespace veltra::host

@@ -3,6 +3,7 @@
 // `veltra check`: the command line of the validator.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -27,6 +28,7 @@ constexpr double kLongestTimeoutSeconds = 86400.0;
 
 struct CheckOptions {
   check::TestSettings tests;
+  bool listHosts = false;
   std::string library;
   std::string resource;
   double timeoutSeconds = kDefaultTimeoutSeconds;
@@ -53,6 +55,35 @@ void AddNumber(CLI::App& app, const std::string& name, const char* placeholder,
          help)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
       ->type_name(placeholder);
+}
+
+std::string HostNames() {
+  std::string names;
+  for (const host::HostProfile& host : host::HostProfiles()) {
+    names += Text(names.empty() ? "" : ", ", host.name);
+  }
+  return names;
+}
+
+void ReadHost(const std::string& name, CheckOptions& options) {
+  options.listHosts = name == "help";
+  if (options.listHosts) {
+    return;
+  }
+  const host::HostProfile* host = host::FindHostProfile(name);
+  if (host == nullptr) {
+    throw UsageError(Text("--host: there is no host ", name, " (expected ", HostNames(), ")"));
+  }
+  options.tests.host = host;
+}
+
+void PrintHosts() {
+  constexpr std::size_t kNameWidth = 18;
+  for (const host::HostProfile& host : host::HostProfiles()) {
+    std::string name(host.name);
+    name.resize(std::max(name.size() + 1, kNameWidth), ' ');
+    std::cout << name << host.summary << '\n';
+  }
 }
 
 void DeclareOptions(CLI::App& app, CheckOptions& options) {
@@ -83,6 +114,11 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
   app.add_option("--resource", options.resource,
                  "Windows library whose resource describes this effect too")
       ->type_name("FILE");
+  app.add_option_function<std::string>(
+         "--host", [&options](const std::string& name) { ReadHost(name, options); },
+         Text("what the host claims to be: ", HostNames(), "; help describes them"))
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+      ->type_name("NAME");
   app.add_flag("--json", options.json, "for programs");
   app.add_flag("--list", options.list, "show the tests and end");
   app.add_flag("--verbose", options.verbose, "show what the library prints in failed tests");
@@ -94,6 +130,7 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
       "  veltra check libveltra.so\n"
       "  veltra check --strictness 10 --seed 42 libveltra.so\n"
       "  veltra check --only regions --only abort libveltra.so\n"
+      "  veltra check --host older-suites libveltra.so\n"
       "  veltra check --json libveltra.so > report.json\n");
 }
 
@@ -164,6 +201,10 @@ int RunCheck(const Arguments& arguments) {
   }
   if (options.list) {
     check::PrintTestList(std::cout, options.json);
+    return kExitDone;
+  }
+  if (options.listHosts) {
+    PrintHosts();
     return kExitDone;
   }
   CheckOptionValues(options);

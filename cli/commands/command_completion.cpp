@@ -79,9 +79,14 @@ std::string AddCheckTo(Script& script) {
     tests += Text(tests.empty() ? "" : " ", test.name);
   }
   script.arms += Arm("--only", tests, false);
+  std::string hosts;
+  for (const host::HostProfile& host : host::HostProfiles()) {
+    hosts += Text(hosts.empty() ? "" : " ", host.name);
+  }
+  script.arms += Arm("--host", hosts, false);
   script.arms += Arm("--resource", "", true);
   script.arms += Arm("--strictness|--seed|--timeout", "", false);
-  return "--strictness --seed --timeout --only --resource --json --list --verbose";
+  return "--strictness --seed --timeout --only --host --resource --json --list --verbose";
 }
 
 /// Returns the options of `veltra submit`.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "host/pixels/world_view.h"
 #include "host/session/arbitrary_values.h"
@@ -19,6 +20,13 @@ thread_local Session* currentSession = nullptr;
 std::string TextOf(const A_char (&text)[kHostMessageCapacity]) {
   return {text,
           static_cast<std::size_t>(std::find(text, text + kHostMessageCapacity, '\0') - text)};
+}
+
+/// Commands that may come on several threads at once.
+bool IsOfFrames(PF_Cmd command) {
+  return command == PF_Cmd_SMART_PRE_RENDER || command == PF_Cmd_SMART_RENDER ||
+         command == PF_Cmd_FRAME_SETUP || command == PF_Cmd_RENDER ||
+         command == PF_Cmd_FRAME_SETDOWN;
 }
 
 /// Full-resolution 16.16 pixels of a reduced coordinate.
@@ -97,8 +105,8 @@ void Session::SetUpInData() {
   inData_.effect_ref = static_cast<PF_ProgPtr>(static_cast<void*>(this));
   inData_.pica_basicP = context_.tables.basic;
   inData_.global_data = context_.globalData;
-  inData_.version = {13, 28};
-  inData_.appl_id = kHostApplicationId;
+  inData_.version = context_.host->version;
+  inData_.appl_id = context_.host->applicationId;
   inData_.local_time_step = 1;
   inData_.time_step = 1;
   inData_.quality = Draft() ? PF_Quality_LO : PF_Quality_HI;
@@ -126,6 +134,10 @@ void Session::SetUpInData() {
 
 PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
                      PF_LayerDef* output, void* extra) {
+  const bool hides = context_.hidesSequenceData && IsOfFrames(command);
+  if (hides) {
+    hiddenSequenceData_ = std::exchange(inData_.sequence_data, nullptr);
+  }
   outData_ = PF_OutData{};
   outData_.global_data = inData_.global_data;
   outData_.sequence_data = inData_.sequence_data;
@@ -141,7 +153,8 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
     error = PF_Err_INTERNAL_STRUCT_DAMAGED;
   }
   inData_.global_data = outData_.global_data;
-  inData_.sequence_data = outData_.sequence_data;
+  inData_.sequence_data =
+      hides ? std::exchange(hiddenSequenceData_, nullptr) : outData_.sequence_data;
   inData_.frame_data = outData_.frame_data;
   if (outData_.return_msg[0] != '\0') {
     message_ = TextOf(outData_.return_msg);

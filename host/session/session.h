@@ -19,6 +19,7 @@
 #include "host/pixels/row_work.h"
 #include "host/session/accounts.h"
 #include "host/session/effect_memory.h"
+#include "host/session/host_profile.h"
 #include "host/session/layer_checkouts.h"
 #include "host/session/render_settings.h"
 #include "host_api/entry_points.h"
@@ -45,6 +46,9 @@ struct SessionContext {
   A_long outFlags2 = 0;
   std::filesystem::path libraryPath = {};  ///< where the effect can find files beside itself
   void* libraryModule = nullptr;           ///< the system's handle of the loaded library
+  const HostProfile* host = &DefaultHost();
+  /// Commands of frames have no sequence data in the in-data.
+  bool hidesSequenceData = false;
 };
 
 /// What tells two values of a parameter apart.
@@ -80,6 +84,10 @@ class Session {
   const PF_OutData& OutData() const { return outData_; }
   const std::string& Message() const { return message_; }
   void SetSequenceData(PF_Handle data) { inData_.sequence_data = data; }
+  /// The sequence data, also where the in-data does not show it.
+  PF_Handle ConstSequenceData() const {
+    return hiddenSequenceData_ != nullptr ? hiddenSequenceData_ : inData_.sequence_data;
+  }
   bool ThrewException() const { return threwException_; }
 
   const RenderSettings* Settings() const { return settings_; }
@@ -197,6 +205,7 @@ class Session {
   const RenderSettings* settings_;
   PF_InData inData_{};
   PF_OutData outData_{};
+  PF_Handle hiddenSequenceData_ = nullptr;  ///< while a command runs that does not see it
   std::string message_;
   bool threwException_ = false;
   std::atomic<bool> cancelled_{false};

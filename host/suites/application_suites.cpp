@@ -231,10 +231,10 @@ const void* Constant() {
 
 constexpr OfferedSuite kSuites[] = {
     {"PF AE App Suite", 6, &Constant<kApp4>},
-    {"PF AE App Suite", 7, &Constant<kApp6>},
-    {"PF AE App Suite", 1, &Constant<kApp6>},
+    {"PF AE App Suite", 7, &Constant<kApp6>, Age::kNewer},
+    {"PF AE App Suite", 1, &Constant<kApp6>, Age::kNewer},
     {"PF AE Adv App Suite", 1, &Constant<kAdvApp>},
-    {"PF AE Adv App Suite", 2, &Constant<kAdvApp>},
+    {"PF AE Adv App Suite", 2, &Constant<kAdvApp>, Age::kNewer},
     {"PF Effect UI Suite", 1, &Constant<kEffectUi>},
     {"PF Cache On Load Suite", 1, &Constant<kCacheOnLoad>},
 };

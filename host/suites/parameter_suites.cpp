@@ -474,7 +474,7 @@ const void* Constant() {
 
 constexpr OfferedSuite kSuites[] = {
     {"PF Param Utils Suite", 2, &Constant<kParamUtils2>},
-    {"PF Param Utils Suite", 3, &Constant<kParamUtils3>},
+    {"PF Param Utils Suite", 3, &Constant<kParamUtils3>, Age::kNewer},
     {"PF ColorParamSuite", 1, &Constant<kColorParam>},
     {"PF PointParamSuite", 1, &Constant<kPointParam>},
     {"PF AngleParamSuite", 1, &Constant<kAngleParam>},

@@ -394,15 +394,24 @@ const void* RefusingTable() {
 }
 
 constexpr OfferedSuite kSuites[] = {
-    {"AEGP Utility Suite", 7, &Utility7},         {"AEGP Utility Suite", 13, &Utility13},
-    {"AEGP PF Interface Suite", 1, &PfInterface}, {"AEGP Layer Suite", 11, &LayerTable<46>},
-    {"AEGP Layer Suite", 14, &LayerTable<50>},    {"AEGP Layer Suite", 15, &LayerTable<53>},
-    {"AEGP Comp Suite", 9, &CompTable<28, 6>},    {"AEGP Comp Suite", 21, &CompTable<43, 11>},
-    {"AEGP Comp Suite", 25, &CompTable<44, 11>},  {"AEGP Item Suite", 10, &ItemTable},
-    {"AEGP Stream Suite", 7, &RefusingTable<22>}, {"AEGP Light Suite", 2, &RefusingTable<2>},
-    {"AEGP Memory Suite", 1, &MemoryTable},       {"AEGP World Suite", 3, &RefusingTable<13>},
-    {"AEGP Mask Suite", 1, &RefusingTable<1>},    {"AEGP Layer Mask Suite", 6, &MaskTable<19>},
-    {"AEGP Layer Mask Suite", 7, &MaskTable<21>}, {"AEGP Hash Suite", 1, &HashTable},
+    {"AEGP Utility Suite", 7, &Utility7},
+    {"AEGP Utility Suite", 13, &Utility13, Age::kNewer},
+    {"AEGP PF Interface Suite", 1, &PfInterface},
+    {"AEGP Layer Suite", 11, &LayerTable<46>},
+    {"AEGP Layer Suite", 14, &LayerTable<50>, Age::kNewer},
+    {"AEGP Layer Suite", 15, &LayerTable<53>, Age::kNewer},
+    {"AEGP Comp Suite", 9, &CompTable<28, 6>},
+    {"AEGP Comp Suite", 21, &CompTable<43, 11>, Age::kNewer},
+    {"AEGP Comp Suite", 25, &CompTable<44, 11>, Age::kNewer},
+    {"AEGP Item Suite", 10, &ItemTable},
+    {"AEGP Stream Suite", 7, &RefusingTable<22>},
+    {"AEGP Light Suite", 2, &RefusingTable<2>},
+    {"AEGP Memory Suite", 1, &MemoryTable},
+    {"AEGP World Suite", 3, &RefusingTable<13>},
+    {"AEGP Mask Suite", 1, &RefusingTable<1>},
+    {"AEGP Layer Mask Suite", 6, &MaskTable<19>},
+    {"AEGP Layer Mask Suite", 7, &MaskTable<21>, Age::kNewer},
+    {"AEGP Hash Suite", 1, &HashTable},
 };
 
 }  // namespace

@@ -4,16 +4,21 @@
 #pragma once
 
 #include <span>
-#include <string>
+#include <vector>
 
+#include "host/session/host_profile.h"
 #include "host_api/types.h"
 
 namespace veltra::host {
+
+/// Whether an older host has a suite.
+enum class Age { kOld, kNewer };
 
 struct OfferedSuite {
   const char* name;
   A_long version;
   const void* (*table)();
+  Age age = Age::kOld;
 };
 
 // By file: what draws, what tells about parameters, what a host without a screen can say about its
@@ -23,7 +28,9 @@ std::span<const OfferedSuite> ParameterSuites();
 std::span<const OfferedSuite> ApplicationSuites();
 std::span<const OfferedSuite> ProjectSuites();
 
-/// The table of that name and version; null for what this host does not offer.
-const void* FindSuite(const char* name, A_long version);
+/// All that a host offers.
+std::vector<OfferedSuite> SuitesOf(const HostProfile& host);
+/// The table of that name and version; null for what the host does not offer.
+const void* FindSuite(const char* name, A_long version, const HostProfile& host);
 
 }  // namespace veltra::host

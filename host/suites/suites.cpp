@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The basic suite, and the function tables that draw.
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "host/suites/callback.h"
@@ -48,7 +51,7 @@ constexpr PF_PixelFormatSuite2 kPixelFormat{&AcceptFormat, &ClearFormats};
 PF_Err GetConstSequenceData(PF_ProgPtr ref, const void* const** data) noexcept {
   return Serve(ref, HostCall::kGetConstSequenceData, data != nullptr,
                [data](Session& session) -> PF_Err {
-                 *data = session.InData().sequence_data;
+                 *data = session.ConstSequenceData();
                  return PF_Err_NONE;
                });
 }
@@ -71,23 +74,24 @@ const void* AnsiTable() {
 constexpr OfferedSuite kSuites[] = {
     {"PF Handle Suite", 2, &TableOf<&HandleFunctions>},
     {"PF Iterate8 Suite", 1, &Constant<kIterate8>},
-    {"PF Iterate8 Suite", 2, &Constant<kIterate8>},
+    {"PF Iterate8 Suite", 2, &Constant<kIterate8>, Age::kNewer},
     {"PF iterate16 Suite", 1, &Constant<kIterate<PF_Iterate16Suite1, PF_Pixel16>>},
-    {"PF iterate16 Suite", 2, &Constant<kIterate<PF_Iterate16Suite1, PF_Pixel16>>},
+    {"PF iterate16 Suite", 2, &Constant<kIterate<PF_Iterate16Suite1, PF_Pixel16>>, Age::kNewer},
     {"PF iterateFloat Suite", 1, &Constant<kIterate<PF_iterateFloatSuite1, PF_PixelFloat>>},
-    {"PF iterateFloat Suite", 2, &Constant<kIterate<PF_iterateFloatSuite1, PF_PixelFloat>>},
+    {"PF iterateFloat Suite", 2, &Constant<kIterate<PF_iterateFloatSuite1, PF_PixelFloat>>,
+     Age::kNewer},
     {"PF ANSI Suite", 1, &AnsiTable},
     {"PF World Transform Suite", 1, &TableOf<&TransformFunctions>},
     {"PF Fill Matte Suite", 2, &TableOf<&MatteFunctions>},
     {"PF World Suite", 1, &TableOf<&WorldFunctions>},
     {"PF World Suite", 2, &TableOf<&FormatWorldFunctions>},
     {"PF Pixel Data Suite", 1, &TableOf<&PixelDataFunctions>},
-    {"PF Pixel Data Suite", 2, &TableOf<&PixelDataFunctions>},
+    {"PF Pixel Data Suite", 2, &TableOf<&PixelDataFunctions>, Age::kNewer},
     {"PF Pixel Format Suite", 2, &Constant<kPixelFormat>},
     {"PF Color Suite", 1, &TableOf<&ColorFunctions8>},
     {"PF Color16 Suite", 1, &TableOf<&ColorFunctions16>},
     {"PF ColorFloat Suite", 1, &TableOf<&ColorFunctionsFloat>},
-    {"PF Effect Sequence Data Suite", 1, &Constant<kSequenceData>},
+    {"PF Effect Sequence Data Suite", 1, &Constant<kSequenceData>, Age::kNewer},
     {"PF Sampling8 Suite", 1, &Constant<kSampling<PF_Sampling8Suite1, PF_Pixel8>>},
     {"PF Sampling16 Suite", 1, &Constant<kSampling<PF_Sampling16Suite1, PF_Pixel16>>},
     {"PF SamplingFloat Suite", 1, &Constant<kSampling<PF_SamplingFloatSuite1, PF_PixelFloat>>},
@@ -111,7 +115,8 @@ SPErr AcquireSuite(const char* name, A_long version, const void** suite) noexcep
         return PF_Err_NONE;
       }
     }
-    const void* found = FindSuite(name, version);
+    const void* found =
+        FindSuite(name, version, session != nullptr ? *session->Context().host : DefaultHost());
     if (found == nullptr) {
       if (session != nullptr) {
         session->accounts.Missing("the suite \"" + std::string(name) + "\" version " +
@@ -206,12 +211,37 @@ std::span<const OfferedSuite> PixelSuites() {
   return kSuites;
 }
 
-const void* FindSuite(const char* name, A_long version) {
-  for (const auto& suites :
-       {PixelSuites(), ParameterSuites(), ApplicationSuites(), ProjectSuites()}) {
+namespace {
+
+std::array<std::span<const OfferedSuite>, 4> SuiteLists(const HostProfile& host) {
+  std::array lists{PixelSuites(), ParameterSuites(), ApplicationSuites(), ProjectSuites()};
+  if (!host.hasProjectSuites) {
+    lists[2] = {};
+    lists[3] = {};
+  }
+  return lists;
+}
+
+bool Offers(const HostProfile& host, const OfferedSuite& suite) {
+  return host.hasNewerSuites || suite.age == Age::kOld;
+}
+
+}  // namespace
+
+std::vector<OfferedSuite> SuitesOf(const HostProfile& host) {
+  std::vector<OfferedSuite> offered;
+  for (const auto& suites : SuiteLists(host)) {
+    std::copy_if(suites.begin(), suites.end(), std::back_inserter(offered),
+                 [&host](const OfferedSuite& suite) { return Offers(host, suite); });
+  }
+  return offered;
+}
+
+const void* FindSuite(const char* name, A_long version, const HostProfile& host) {
+  for (const auto& suites : SuiteLists(host)) {
     for (const OfferedSuite& suite : suites) {
       if (suite.version == version && std::strcmp(suite.name, name) == 0) {
-        return suite.table();
+        return Offers(host, suite) ? suite.table() : nullptr;
       }
     }
   }

@@ -161,6 +161,57 @@ class Fixtures(unittest.TestCase):
         self.assertEqual(outcomes["regions"], "not run")
 
 
+class Hosts(unittest.TestCase):
+    """What the host claims to be, and what it lets its users see."""
+
+    def test_each_is_listed_and_our_own_effect_gets_on_with_it_or_declines(self):
+        hosts = [line.split()[0] for line in run_check("--host", "help").stdout.splitlines()]
+        self.assertEqual(hosts[0], "after-effects")
+        self.assertGreater(len(hosts), 3)
+        for host in hosts:
+            with self.subTest(host=host):
+                status, report = json_check(OPTIONS.effect, "--host", host)
+                self.assertEqual(failures(report), {})
+                self.assertEqual(status, 0)
+                self.assertEqual(report["host"], host)
+                declined = report["counts"]["not_run"] > 0
+                self.assertEqual(declined, host == "oldest-interface")
+        reasons = {test["name"]: test["messages"] for test in report["tests"]}
+        self.assertEqual(reasons["arbitrary-data"], ["the effect has no arbitrary data"])
+
+    def test_an_effect_may_decline_a_host_older_than_itself(self):
+        _, report = json_check(OPTIONS.effect, "--host", "oldest-interface")
+        tests = {test["name"]: test for test in report["tests"]}
+        self.assertEqual(tests["setup"]["outcome"], "not applicable")
+        self.assertEqual(tests["setup"]["messages"],
+                         ["declines a host with interface 12.0 (it is built for 13.28)"])
+        self.assertIn("built for interface 13.28, later than the host's", tests["load"]["notes"])
+
+    def test_the_report_says_what_a_host_shows_its_user(self):
+        for name, test, shown in (("kFailsRender", "render-defaults", "error dialog"),
+                                  ("kChatty", "silence", "error dialog"),
+                                  ("kThrows", "render-defaults", "crash"),
+                                  ("kFailsAtExtreme", "extreme-values", "crash"),
+                                  ("kIgnoresOrigin", "regions", "nothing"),
+                                  ("kKeepsSuite", "balance", "nothing")):
+            with self.subTest(fixture=name):
+                _, report = json_check(fixture(name), "--only", test)
+                findings = report["tests"][0]["findings"]
+                self.assertEqual({finding["shown"] for finding in findings}, {shown})
+                self.assertEqual([finding["text"] for finding in findings],
+                                 report["tests"][0]["messages"])
+        done = run_check("--only", "silence", "--only", "regions", fixture("kChatty"))
+        self.assertIn("[error dialog]", done.stdout)
+        self.assertIn("a host shows its user all of this\n", done.stdout)
+        done = run_check("--only", "regions", fixture("kIgnoresOrigin"))
+        self.assertIn("a host shows its user nothing of this\n", done.stdout)
+
+    def test_the_line_that_repeats_names_the_host(self):
+        done = run_check("--host", "no-project", "--only", "silence", fixture("kChatty"))
+        self.assertIn("host no-project", done.stdout.splitlines()[0])
+        self.assertIn(" --host no-project ", done.stdout.splitlines()[-1])
+
+
 class OwnEffect(unittest.TestCase):
     def test_it_passes_at_the_highest_strictness_with_several_seeds(self):
         for seed in (1, 2, 20260101):
@@ -317,6 +368,8 @@ class CommandLine(unittest.TestCase):
         self.assert_usage_error("there is no test nonsense", "--only", "nonsense", OPTIONS.effect)
         self.assert_usage_error("strictness", "--strictness", "11", OPTIONS.effect)
         self.assert_usage_error("timeout", "--timeout", "0", OPTIONS.effect)
+        self.assert_usage_error("there is no host nonsense .expected after-effects, ", "--host",
+                                "nonsense", OPTIONS.effect)
         self.assert_usage_error("unknown option", "--nonsense", OPTIONS.effect)
 
     def test_a_file_that_is_no_library_fails(self):

@@ -24,8 +24,9 @@ inline PF_Err RegisterLinked(void* hostPointer, PF_PluginDataCB callback, SPBasi
 }
 
 /// Sets the effect up; null, with a failed test, when it cannot be.
-inline std::unique_ptr<const Effect> LoadLinked(PF_MainEntryFn mainEntry) {
-  auto library = EffectLibrary::FromEntryPoints("linked", &RegisterLinked, mainEntry);
+inline std::unique_ptr<const Effect> LoadLinked(PF_MainEntryFn mainEntry,
+                                                const HostProfile& host = DefaultHost()) {
+  auto library = EffectLibrary::FromEntryPoints("linked", &RegisterLinked, mainEntry, host);
   if (!library) {
     ADD_FAILURE() << library.ErrorText();
     return nullptr;
@@ -52,9 +53,10 @@ inline PF_Err ScriptedEntry(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_Param
 }
 
 /// An effect that does what a test says, command by command.
-inline std::unique_ptr<const Effect> LoadScripted(Script what) {
+inline std::unique_ptr<const Effect> LoadScripted(Script what,
+                                                  const HostProfile& host = DefaultHost()) {
   script = std::move(what);
-  return LoadLinked(&ScriptedEntry);
+  return LoadLinked(&ScriptedEntry, host);
 }
 
 inline RenderSettings FrameOf(A_long width, A_long height, RenderMode mode = RenderMode::kSmart) {
