@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "check/effect_resource.h"
 #include "check/setup_session.h"
 #include "check/test_run.h"
 #include "host/effect_library.h"
+#include "host/effect_resource.h"
 
 namespace veltra::check {
 
 /// One line for each item in which resource, registration and GLOBAL_SETUP disagree.
-std::vector<std::string> IdentityDifferences(const EffectResource& resource,
+std::vector<std::string> IdentityDifferences(const host::EffectResource& resource,
                                              const host::Registration& registration,
                                              const GlobalAnswer& answer);
 

@@ -4,13 +4,15 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <set>
 #include <vector>
 
 #include "base/text.h"
-#include "check/effect_resource.h"
 #include "check/identity.h"
 #include "check/setup_session.h"
 #include "check/test_scene.h"
+#include "host/effect_resource.h"
 #include "system/dynamic_library.h"
 
 namespace veltra::check {
@@ -25,36 +27,27 @@ constexpr std::uint32_t kResourceOverridesFlags = 1U << 23;
 
 // ---- Registration ----
 
-struct RegistrationCalls {
-  int count = 0;
-  host::Registration identity;
-};
-
-std::string TextOrEmpty(const A_u_char* text) {
-  return text != nullptr ? reinterpret_cast<const char*>(text) : "";
-}
-
-PF_Err KeepRegistration(void* hostPointer, const A_u_char* name, const A_u_char* matchName,
-                        const A_u_char* category, const A_u_char* entryPoint, A_long kind,
-                        A_long apiMajor, A_long apiMinor, A_long reservedInfo,
-                        const A_u_char* supportUrl) {
-  auto& calls = *static_cast<RegistrationCalls*>(hostPointer);
-  ++calls.count;
-  calls.identity = {TextOrEmpty(name),
-                    TextOrEmpty(matchName),
-                    TextOrEmpty(category),
-                    TextOrEmpty(entryPoint),
-                    kind,
-                    apiMajor,
-                    apiMinor,
-                    reservedInfo,
-                    TextOrEmpty(supportUrl)};
-  return PF_Err_NONE;
-}
-
 PF_Err RefuseRegistration(void*, const A_u_char*, const A_u_char*, const A_u_char*, const A_u_char*,
                           A_long, A_long, A_long, A_long, const A_u_char*) {
   return PF_Err_OUT_OF_MEMORY;
+}
+
+PF_Err RefuseOlderRegistration(void*, const A_u_char*, const A_u_char*, const A_u_char*,
+                               const A_u_char*, A_long, A_long, A_long, A_long) {
+  return PF_Err_OUT_OF_MEMORY;
+}
+
+/// What the library answers to a host that refuses it; none where it does not register.
+std::optional<PF_Err> AnswerToRefusal(const DynamicLibrary& library) {
+  if (const auto entry =
+          reinterpret_cast<PF_PluginDataEntryFn>(library.Find(kRegistrationEntryName))) {
+    return entry(nullptr, &RefuseRegistration, &host::BasicSuite(), "Veltra", "1.0");
+  }
+  if (const auto entry =
+          reinterpret_cast<PF_OlderPluginDataEntryFn>(library.Find(kOlderRegistrationEntryName))) {
+    return entry(nullptr, &RefuseOlderRegistration, &host::BasicSuite(), "Veltra", "1.0");
+  }
+  return std::nullopt;
 }
 
 bool IsPrintable(const std::string& text) {
@@ -78,20 +71,16 @@ void CheckName(TestRun& run, const char* what, const std::string& name, bool may
   }
 }
 
-PF_PluginDataEntryFn RegistrationEntry(TestRun& run, const DynamicLibrary& library) {
-  const auto entry = reinterpret_cast<PF_PluginDataEntryFn>(library.Find(kRegistrationEntryName));
-  if (entry == nullptr) {
-    run.FailAndEnd(Text("it does not export ", kRegistrationEntryName));
+/// Several effects of one library must be told apart.
+void CheckMatchNames(TestRun& run) {
+  const auto effects =
+      host::EffectLibrary::EffectsIn(host::ReadEffectChoice(run.Settings().library).file);
+  std::set<std::string> known;
+  for (const host::Registration& effect : effects ? *effects : std::vector<host::Registration>()) {
+    if (!known.insert(effect.matchName).second) {
+      run.Fail(Text("two effects have the match name \"", effect.matchName, "\""));
+    }
   }
-  return entry;
-}
-
-std::unique_ptr<DynamicLibrary> OpenPlainly(TestRun& run) {
-  auto library = DynamicLibrary::Open(run.Settings().library);
-  if (!library) {
-    run.FailAndEnd(library.ErrorText());
-  }
-  return std::move(*library);
 }
 
 // ---- The resource ----
@@ -104,11 +93,12 @@ std::filesystem::path ResourceFile(const TestSettings& settings) {
   if (!settings.resource.empty()) {
     return settings.resource;
   }
-  return IsPortableExecutable(settings.library) ? settings.library : std::filesystem::path();
+  const std::filesystem::path file = host::ReadEffectChoice(settings.library).file;
+  return host::IsPortableExecutable(file) ? file : std::filesystem::path();
 }
 
-PortableExecutable ReadResourceFile(TestRun& run, const std::filesystem::path& file) {
-  auto read = ReadPortableExecutable(file);
+host::PortableExecutable ReadResourceFile(TestRun& run, const std::filesystem::path& file) {
+  auto read = host::ReadPortableExecutable(file);
   if (!read) {
     run.FailAndEnd(Text(file.string(), ": ", read.ErrorText()));
   }
@@ -133,14 +123,20 @@ void CheckFlagRules(TestRun& run, const GlobalAnswer& answer) {
   }
 }
 
-}  // namespace
-
 // ---- Comparing identities ----
 
-std::vector<std::string> IdentityDifferences(const EffectResource& resource,
-                                             const host::Registration& registration,
-                                             const GlobalAnswer& answer) {
-  std::vector<std::string> differences;
+void CompareNumber(const host::EffectResource& resource, const char* key, std::uint32_t declared,
+                   const char* where, std::vector<std::string>& differences) {
+  const auto in = resource.Number(key);
+  if (in != declared) {
+    differences.push_back(
+        Text("the resource's ", key, " is ", in.value_or(0), ", ", where, " says ", declared));
+  }
+}
+
+void CompareRegistration(const host::EffectResource& resource,
+                         const host::Registration& registration,
+                         std::vector<std::string>& differences) {
   const auto text = [&](const char* key, const std::optional<std::string>& in,
                         const std::string& registered) {
     if (in != registered) {
@@ -148,21 +144,30 @@ std::vector<std::string> IdentityDifferences(const EffectResource& resource,
                                  "\", registered is \"", registered, "\""));
     }
   };
-  const auto number = [&](const char* key, std::uint32_t declared, const char* where) {
-    const auto in = resource.Number(key);
-    if (in != declared) {
-      differences.push_back(
-          Text("the resource's ", key, " is ", in.value_or(0), ", ", where, " says ", declared));
-    }
-  };
   text("name", resource.PascalText("name"), registration.name);
   text("catg", resource.PascalText("catg"), registration.category);
   text("eMNA", resource.PascalText("eMNA"), registration.matchName);
   text("8664", resource.ZeroText("8664"), registration.entryPoint);
-  number("kind", static_cast<std::uint32_t>(registration.kind), "the registration");
+  CompareNumber(resource, "kind", static_cast<std::uint32_t>(registration.kind), "the registration",
+                differences);
   const auto half = [](A_long value) { return static_cast<std::uint32_t>(value) & 0xFFFFU; };
-  number("eSVR", half(registration.apiMajor) | half(registration.apiMinor) << 16,
-         "the registration");
+  CompareNumber(resource, "eSVR", half(registration.apiMajor) | half(registration.apiMinor) << 16,
+                "the registration", differences);
+}
+
+}  // namespace
+
+std::vector<std::string> IdentityDifferences(const host::EffectResource& resource,
+                                             const host::Registration& registration,
+                                             const GlobalAnswer& answer) {
+  std::vector<std::string> differences;
+  const auto number = [&](const char* key, std::uint32_t declared, const char* where) {
+    CompareNumber(resource, key, declared, where, differences);
+  };
+  if (registration.source == host::IdentitySource::kRegistration ||
+      registration.source == host::IdentitySource::kOlderRegistration) {
+    CompareRegistration(resource, registration, differences);
+  }
   number("eVER", answer.version, "GLOBAL_SETUP");
   if ((resource.Number("eGLO").value_or(0) & kResourceOverridesFlags) == 0) {
     number("eGLO", static_cast<std::uint32_t>(answer.outFlags), "GLOBAL_SETUP");
@@ -188,8 +193,8 @@ void TestResource(TestRun& run) {
   if (file.empty()) {
     run.Skip("not a Windows library, no resource");
   }
-  const PortableExecutable read = ReadResourceFile(run, file);
-  const EffectResource& resource = *read.resource;
+  const host::PortableExecutable read = ReadResourceFile(run, file);
+  const host::EffectResource& resource = *read.resource;
   for (const char* key : kRequiredProperties) {
     if (!resource.Has(key)) {
       run.Fail(Text("the resource has no property ", key));
@@ -214,17 +219,22 @@ void TestResource(TestRun& run) {
 
 void TestRegistration(TestRun& run) {
   run.Step("registering");
-  const auto library = OpenPlainly(run);
-  RegistrationCalls calls;
-  const PF_Err error =
-      RegistrationEntry(run, *library)(&calls, &KeepRegistration, nullptr, "Veltra", "1.0");
-  if (error != PF_Err_NONE) {
-    run.Fail(Text("the registration answers ", host::ErrorName(error)));
+  const auto library = OpenLibrary(run);
+  const host::Registration& identity = library->Identity();
+  switch (identity.source) {
+    case host::IdentitySource::kRegistration:
+      break;
+    case host::IdentitySource::kOlderRegistration:
+      run.Note(Text("registers through ", kOlderRegistrationEntryName));
+      break;
+    case host::IdentitySource::kResource:
+      run.Skip("does not register; its resource says what it is");
+    case host::IdentitySource::kFileName:
+      run.Skip(
+          "does not register, and has no resource that this system reads: it goes by its "
+          "file's name");
   }
-  if (calls.count != 1) {
-    run.FailAndEnd(Text("it registers ", calls.count, " effects (expected one)"));
-  }
-  const host::Registration& identity = calls.identity;
+  CheckMatchNames(run);
   CheckName(run, "name", identity.name, false);
   CheckName(run, "match name", identity.matchName, false);
   CheckName(run, "category", identity.category, true);
@@ -252,7 +262,7 @@ void TestFlags(TestRun& run) {
     return;
   }
   run.Step("comparing with the resource");
-  const PortableExecutable read = ReadResourceFile(run, file);
+  const host::PortableExecutable read = ReadResourceFile(run, file);
   for (const std::string& difference :
        IdentityDifferences(*read.resource, library->Identity(), first)) {
     run.Fail(difference);
@@ -286,10 +296,11 @@ void TestAbout(TestRun& run) {
 
 void RefuseToRegister(TestRun& run) {
   run.Step("refusing the registration");
-  const auto library = OpenPlainly(run);
-  const PF_Err error =
-      RegistrationEntry(run, *library)(nullptr, &RefuseRegistration, nullptr, "Veltra", "1.0");
-  if (error == PF_Err_NONE) {
+  const auto library = DynamicLibrary::Open(host::ReadEffectChoice(run.Settings().library).file);
+  if (!library) {
+    run.FailAndEnd(library.ErrorText());
+  }
+  if (AnswerToRefusal(**library) == PF_Err_NONE) {
     run.FailStep("it answers success although the host refused it");
   }
 }

@@ -114,17 +114,17 @@ struct Subject {
   bool keepsAnyway = false;  ///< does not give everything back even when nothing is refused
 };
 
-/// Frames in every way, each with defaults and with random values: the paths differ.
+/// Frames in every variant, each with defaults and with random values: the paths differ.
 void ForEachSubject(TestRun& run, const Effect& effect,
                     const std::function<void(const Subject&)>& visit) {
   constexpr SceneShape kSmall{.width = 14, .height = 9, .layout = {.guarded = true}};
-  for (const Way& way : WaysOf(effect)) {
+  for (const RenderVariant& variant : VariantsOf(effect)) {
     for (int round = 0; round < run.Rounds(3) && !run.HadEnough(); ++round) {
       Subject subject;
       SceneShape shape = kSmall;
-      shape.depth = way.depth;
+      shape.depth = variant.depth;
       subject.scene = MakeScene(effect, run.Rng(), shape);
-      subject.settings = SettingsFor(subject.scene, way);
+      subject.settings = SettingsFor(subject.scene, variant);
       if (round > 0) {
         SetRandomControls(subject.settings, effect, run.Rng(), Reach::kTame);
       }

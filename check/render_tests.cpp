@@ -18,14 +18,14 @@ using host::Effect;
 using host::RenderMode;
 using host::RenderSettings;
 
-/// Renders frames of random tame values in every way and shows each result to `look`.
+/// Renders frames of random tame values in every variant and shows each result to `look`.
 template <class Look>
-void RenderAllWays(TestRun& run, int rounds, Look look) {
+void RenderAllVariants(TestRun& run, int rounds, Look look) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
     for (int round = 0; round < rounds && !run.HadEnough(); ++round) {
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       if (round > 0) {
         SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       }
@@ -42,14 +42,14 @@ struct FrameSet {
 };
 
 FrameSet MakeFrames(TestRun& run, const Effect& effect) {
-  constexpr int kFramesPerWay = 3;
+  constexpr int kFramesPerVariant = 3;
   FrameSet set;
-  const std::vector<Way> ways = WaysOf(effect);
-  set.scenes.reserve(ways.size());
-  for (const Way& way : ways) {
-    set.scenes.push_back(MakeScene(effect, run.Rng(), {.depth = way.depth}));
-    for (int i = 0; i < kFramesPerWay; ++i) {
-      set.frames.push_back(SettingsFor(set.scenes.back(), way));
+  const std::vector<RenderVariant> variants = VariantsOf(effect);
+  set.scenes.reserve(variants.size());
+  for (const RenderVariant& variant : variants) {
+    set.scenes.push_back(MakeScene(effect, run.Rng(), {.depth = variant.depth}));
+    for (int i = 0; i < kFramesPerVariant; ++i) {
+      set.frames.push_back(SettingsFor(set.scenes.back(), variant));
       SetRandomControls(set.frames.back(), effect, run.Rng(), Reach::kTame);
     }
   }
@@ -68,23 +68,23 @@ void RenderFrames(const Effect& effect, const FrameSet& set, int times) {
 
 void TestRenderDefaults(TestRun& run) {
   const auto effect = LoadEffect(run);
-  std::vector<Way> ways = SmartWaysOf(*effect);
-  if (ways.empty()) {
-    ways = {{RenderMode::kClassic, Depth::k8}};
+  std::vector<RenderVariant> variants = SmartVariantsOf(*effect);
+  if (variants.empty()) {
+    variants = {{RenderMode::kClassic, Depth::k8}};
     if (effect->SupportsDepth(Depth::k16)) {
-      ways.push_back({RenderMode::kClassic, Depth::k16});
+      variants.push_back({RenderMode::kClassic, Depth::k16});
     }
   }
   std::string names;
-  for (const Way& way : ways) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
-    RenderSettings settings = SettingsFor(scene, way);
+  for (const RenderVariant& variant : variants) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
+    RenderSettings settings = SettingsFor(scene, variant);
     run.Step(Describe(settings));
     RenderChecked(run, *effect, settings);
     settings.layers.clear();
     run.Step(Text(Describe(settings), ", no layer chosen"));
     RenderChecked(run, *effect, settings);
-    names += Text(names.empty() ? "" : "; ", WayName(way));
+    names += Text(names.empty() ? "" : "; ", VariantName(variant));
   }
   if (!run.Failed()) {
     run.Note(names);
@@ -92,7 +92,7 @@ void TestRenderDefaults(TestRun& run) {
 }
 
 void TestRules(TestRun& run) {
-  RenderAllWays(run, run.Rounds(5), [&](const host::RenderResult& result) {
+  RenderAllVariants(run, run.Rounds(5), [&](const host::RenderResult& result) {
     for (const host::Violation& broken : BrokenRules(result)) {
       run.Fail(broken.text);
     }
@@ -100,7 +100,7 @@ void TestRules(TestRun& run) {
 }
 
 void TestBalance(TestRun& run) {
-  RenderAllWays(run, run.Rounds(5), [&](const host::RenderResult& result) {
+  RenderAllVariants(run, run.Rounds(5), [&](const host::RenderResult& result) {
     for (const std::string& imbalance : Imbalances(result)) {
       run.FailStep(imbalance);
     }
@@ -108,7 +108,7 @@ void TestBalance(TestRun& run) {
 }
 
 void TestSilence(TestRun& run) {
-  RenderAllWays(run, run.Rounds(2), [&](const host::RenderResult& result) {
+  RenderAllVariants(run, run.Rounds(2), [&](const host::RenderResult& result) {
     if (result.Ok() && !result.effectMessage.empty()) {
       run.FailStep(Text("it shows a message with a good frame: ", result.effectMessage),
                    Shown::kDialog);
@@ -118,9 +118,9 @@ void TestSilence(TestRun& run) {
 
 void TestRepeatable(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
-    const RenderSettings settings = SettingsFor(scene, way);
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
+    const RenderSettings settings = SettingsFor(scene, variant);
     run.Step(Describe(settings));
     const host::World first = RenderChecked(run, *effect, settings).output;
     for (int i = run.Rounds(6); i > 0; --i) {

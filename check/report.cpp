@@ -207,7 +207,9 @@ void PrintSummary(std::ostream& out, const Report& report) {
   }
 }
 
-void PrintJson(std::ostream& out, const Report& report) {
+namespace {
+
+Json ToJson(const Report& report) {
   Json json{{"library", report.settings.library.string()},
             {"strictness", report.settings.strictness},
             {"seed", report.settings.seed},
@@ -221,6 +223,24 @@ void PrintJson(std::ostream& out, const Report& report) {
   Json& tests = json["tests"] = Json::array();
   for (const TestResult& result : report.results) {
     tests.push_back(ToJson(result));
+  }
+  return json;
+}
+
+}  // namespace
+
+void PrintJson(std::ostream& out, const std::filesystem::path& library,
+               const std::vector<Report>& reports) {
+  if (reports.size() == 1) {
+    Write(out, ToJson(reports.front()));
+    return;
+  }
+  const bool passed = std::all_of(reports.begin(), reports.end(),
+                                  [](const Report& report) { return report.Passed(); });
+  Json json{{"library", library.string()}, {"passed", passed}};
+  Json& effects = json["effects"] = Json::array();
+  for (const Report& report : reports) {
+    effects.push_back(ToJson(report));
   }
   Write(out, json);
 }

@@ -3,6 +3,7 @@
 // What a validation found, as a table for people and as JSON for programs.
 #pragma once
 
+#include <filesystem>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -58,8 +59,10 @@ void PrintResult(std::ostream& out, const TestResult& result, bool verbose);
 /// The last lines: how many of each, and the command that repeats what failed.
 void PrintSummary(std::ostream& out, const Report& report);
 
-/// The whole report; bytes of a library's texts that are no UTF-8 are replaced.
-void PrintJson(std::ostream& out, const Report& report);
+/// The whole report, or those of each effect of a library; bytes of a library's texts that are no
+/// UTF-8 are replaced.
+void PrintJson(std::ostream& out, const std::filesystem::path& library,
+               const std::vector<Report>& reports);
 
 /// The tests by themselves, with the strictness from which each one runs.
 void PrintTestList(std::ostream& out, bool json);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Tests of what the host asks for: nothing, parts, less resolution, and then no render at all.
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -26,12 +27,12 @@ bool SameRect(const PF_LRect& a, const PF_LRect& b) {
   return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
 }
 
-std::vector<Way> SmartWaysOrSkip(TestRun& run, const Effect& effect) {
-  std::vector<Way> ways = SmartWaysOf(effect);
-  if (ways.empty()) {
+std::vector<RenderVariant> SmartVariantsOrSkip(TestRun& run, const Effect& effect) {
+  std::vector<RenderVariant> variants = SmartVariantsOf(effect);
+  if (variants.empty()) {
     run.Skip("the effect does not render smartly");
   }
-  return ways;
+  return variants;
 }
 
 /// A part of the frame: any, one row, one column or one pixel.
@@ -61,7 +62,7 @@ void CheckEmptyRequest(TestRun& run, const Effect& effect, RenderSettings settin
                        const PF_LRect& largest) {
   settings.region = PF_LRect{0, 0, 0, 0};
   settings.preRenderOnly = true;
-  run.Step(Text(WayName({settings.mode, settings.depth}), ", empty request"));
+  run.Step(Text(VariantName({settings.mode, settings.depth}), ", empty request"));
   const host::RenderResult result = host::RenderFrame(effect, settings);
   if (result.Ok() && !SameRect(result.maxResultRect, largest)) {
     run.FailStep(Text("the largest result is ", RectText(result.maxResultRect), " instead of ",
@@ -164,13 +165,102 @@ void ComparePartsWithWhole(TestRun& run, const Effect& effect, RenderSettings se
   }
 }
 
+// ---- The output's size ----
+
+A_long Width(const PF_LRect& rect) {
+  return rect.right - rect.left;
+}
+
+A_long Height(const PF_LRect& rect) {
+  return rect.bottom - rect.top;
+}
+
+/// Growing and shrinking want a flag in classic render; hosts take both without.
+void NoteSize(TestRun& run, const Effect& effect, const PF_LRect& frame, const PF_LRect& output) {
+  const auto note = [&](const char* does, A_long flag, const char* name) {
+    if ((effect.OutFlags() & flag) == 0) {
+      run.Note(Text("its output ", does, " without ", name));
+    }
+  };
+  if (output.left < frame.left || output.top < frame.top || output.right > frame.right ||
+      output.bottom > frame.bottom) {
+    note("grows", PF_OutFlag_I_EXPAND_BUFFER, "I_EXPAND_BUFFER");
+  }
+  if (output.left > frame.left || output.top > frame.top || output.right < frame.right ||
+      output.bottom < frame.bottom) {
+    note("shrinks", PF_OutFlag_I_SHRINK_BUFFER, "I_SHRINK_BUFFER");
+  }
+}
+
+/// Asks for the rectangles alone. Hosts do so before they render, and need not render at all.
+PF_LRect AskedSize(TestRun& run, const Effect& effect, RenderSettings settings) {
+  settings.preRenderOnly = true;
+  run.Step(Text(Describe(settings), ", asked for its size alone"));
+  const int handles = effect.Holdings()->handles;
+  const int worlds = effect.Holdings()->worlds;
+  const PF_LRect rect = RenderChecked(run, effect, settings).maxResultRect;
+  if (effect.Holdings()->handles > handles || effect.Holdings()->worlds > worlds) {
+    run.FailStep("a frame that is set up and not rendered leaves handles or worlds behind");
+  }
+  return rect;
+}
+
+/// The whole of the output must hold the frame's picture where the frame is.
+void CompareWithWholeOutput(TestRun& run, const Effect& effect, RenderSettings settings,
+                            const PF_LRect& output, bool& noted) {
+  const PF_LRect inside{std::max<A_long>(output.left, 0), std::max<A_long>(output.top, 0),
+                        std::min(output.right, settings.width),
+                        std::min(output.bottom, settings.height)};
+  if (Width(inside) <= 0 || Height(inside) <= 0) {
+    return;
+  }
+  settings.region = output;
+  run.Step(Text(Describe(settings), ", all of its output"));
+  const host::RenderResult whole = RenderChecked(run, effect, settings);
+  if (whole.Ok() && !SameRect(whole.maxResultRect, output)) {
+    run.FailStep(Text("its output is now ", RectText(whole.maxResultRect), " instead of ",
+                      RectText(output)));
+  }
+  settings.region = inside;
+  run.Step(Describe(settings));
+  ComparePart(run, effect, settings, whole.output, noted);
+}
+
 }  // namespace
+
+void TestOutputSize(TestRun& run) {
+  const auto effect = LoadEffect(run);
+  bool noted = false;
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
+    const PF_LRect frame{0, 0, scene.width, scene.height};
+    for (int round = 0; round < run.Rounds(4) && !run.HadEnough(); ++round) {
+      RenderSettings settings = SettingsFor(scene, variant);
+      if (round > 0) {
+        SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
+      }
+      const PF_LRect output = AskedSize(run, *effect, settings);
+      run.Step(Text(Describe(settings), ", its output"));
+      const std::int64_t width = std::int64_t{output.right} - output.left;
+      const std::int64_t height = std::int64_t{output.bottom} - output.top;
+      if (std::max(width, height) > kHostMaxWorldSide) {
+        run.FailStep(Text("it can become ", width, " x ", height, " pixels (at most ",
+                          kHostMaxWorldSide, " x ", kHostMaxWorldSide, ")"));
+      } else if (width > 0 && height > 0 && !run.Failed()) {
+        if (round == 0 && variant.mode == host::RenderMode::kClassic) {
+          NoteSize(run, *effect, frame, output);
+        }
+        CompareWithWholeOutput(run, *effect, settings, output, noted);
+      }
+    }
+  }
+}
 
 void TestPreRenderOnly(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : SmartWaysOrSkip(run, *effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
-    const RenderSettings settings = SettingsFor(scene, way);
+  for (const RenderVariant& variant : SmartVariantsOrSkip(run, *effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
+    const RenderSettings settings = SettingsFor(scene, variant);
     run.Step(Describe(settings));
     const host::World before = RenderChecked(run, *effect, settings).output;
     PreRenderManyTimes(run, *effect, settings);
@@ -184,11 +274,11 @@ void TestPreRenderOnly(TestRun& run) {
 
 void TestPreRenderRects(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : SmartWaysOrSkip(run, *effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+  for (const RenderVariant& variant : SmartVariantsOrSkip(run, *effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
     std::optional<PF_LRect> largest;
     for (const PF_LRect& request : RequestsOf(scene.width, scene.height)) {
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       settings.region = request;
       run.Step(Describe(settings));
       const host::RenderResult result = RenderChecked(run, *effect, settings);
@@ -208,15 +298,15 @@ void TestPreRenderRects(TestRun& run) {
                           RectText(result.maxResultRect), " instead of ", RectText(*largest)));
       }
     }
-    CheckEmptyRequest(run, *effect, SettingsFor(scene, way), *largest);
+    CheckEmptyRequest(run, *effect, SettingsFor(scene, variant), *largest);
   }
 }
 
 void TestRegions(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
-    RenderSettings settings = SettingsFor(scene, way);
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
+    RenderSettings settings = SettingsFor(scene, variant);
     ComparePartsWithWhole(run, *effect, settings);
     for (const host::ControlDeclaration& control : effect->Controls()) {
       if (control.type == PF_Param_CHECKBOX && !run.HadEnough()) {
@@ -232,14 +322,14 @@ void TestEmptyRequests(TestRun& run) {
   constexpr std::array<PF_LRect, 4> kEmpty{
       PF_LRect{0, 0, 0, 0}, {5, 5, 5, 9}, {9, 3, 2, 1}, {-4, -4, -4, -4}};
   const auto effect = LoadEffect(run);
-  for (const Way& way : SmartWaysOrSkip(run, *effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
-    RenderSettings settings = SettingsFor(scene, way);
+  for (const RenderVariant& variant : SmartVariantsOrSkip(run, *effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
+    RenderSettings settings = SettingsFor(scene, variant);
     for (const PF_LRect& request : kEmpty) {
       settings.region = request;
       for (const bool preRenderOnly : {true, false}) {
         settings.preRenderOnly = preRenderOnly;
-        run.Step(Text(WayName(way), ", request ", RectText(request)));
+        run.Step(Text(VariantName(variant), ", request ", RectText(request)));
         RenderChecked(run, *effect, settings);
       }
     }
@@ -250,13 +340,13 @@ void TestReducedResolution(TestRun& run) {
   constexpr A_long kWidth = 63;
   constexpr A_long kHeight = 35;
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
     std::optional<PF_LRect> full;
     for (const int factor : {1, 2, 3, 4, 7}) {
-      const Scene scene =
-          MakeScene(*effect, run.Rng(),
-                    {.width = kWidth, .height = kHeight, .depth = way.depth, .downsample = factor});
-      RenderSettings settings = SettingsFor(scene, way);
+      const Scene scene = MakeScene(
+          *effect, run.Rng(),
+          {.width = kWidth, .height = kHeight, .depth = variant.depth, .downsample = factor});
+      RenderSettings settings = SettingsFor(scene, variant);
       run.Step(Describe(settings));
       const PF_LRect rect = RenderChecked(run, *effect, settings).maxResultRect;
       full = full.value_or(rect);

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/text.h"
+#include "host/effect_library.h"
 #include "system/process.h"
 
 namespace veltra::check {
@@ -140,6 +141,11 @@ const Test* MissingGroundwork(const Test& test, const Report& report) {
                                                                              : found->test;
 }
 
+/// So that no path can be taken for an option.
+std::string AbsoluteLibrary(const TestSettings& settings) {
+  return std::filesystem::absolute(settings.library).string();
+}
+
 bool Wanted(const Test& test, const RunnerSettings& settings) {
   if (settings.only.empty()) {
     return test.strictness <= settings.tests.strictness;
@@ -163,8 +169,7 @@ std::vector<std::string> ChildArguments(const Test& test, const TestSettings& se
   if (!settings.resource.empty()) {
     arguments.insert(arguments.end(), {"--resource", settings.resource.string()});
   }
-  // Absolute, so that no path can be taken for an option.
-  arguments.push_back(std::filesystem::absolute(settings.library).string());
+  arguments.push_back(AbsoluteLibrary(settings));
   return arguments;
 }
 
@@ -188,6 +193,22 @@ Report RunTests(const RunnerSettings& settings,
     onResult(report.results.back());
   }
   return report;
+}
+
+std::vector<std::string> EffectsOf(const RunnerSettings& settings) {
+  std::vector<std::string> names;
+  RunChild(settings.program, {"check", "--child-effects", AbsoluteLibrary(settings.tests)},
+           settings.timeout, [&names](std::string_view line) { names.emplace_back(line); });
+  return names;
+}
+
+int ListEffects(const TestSettings& settings) {
+  PrepareChild();
+  const auto effects = host::EffectLibrary::EffectsIn(settings.library);
+  for (const host::Registration& effect : effects ? *effects : std::vector<host::Registration>()) {
+    ReportLine(effect.matchName);
+  }
+  return 0;
 }
 
 int RunOneTest(const Test& test, const TestSettings& settings) {

@@ -24,6 +24,13 @@ struct RunnerSettings {
 Report RunTests(const RunnerSettings& settings,
                 const std::function<void(const TestResult&)>& onResult);
 
+/// The match names of the library's effects, asked for in a process of its own; empty where it
+/// cannot tell, which its tests then report.
+std::vector<std::string> EffectsOf(const RunnerSettings& settings);
+
+/// The child's part: reports the match names.
+int ListEffects(const TestSettings& settings);
+
 /// The child's part: runs one test in this process and reports to the parent. Returns the exit
 /// status.
 int RunOneTest(const Test& test, const TestSettings& settings);

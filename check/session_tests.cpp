@@ -76,9 +76,9 @@ void CheckComparison(TestRun& run, const Effect& effect, PF_ParamIndex index,
 
 /// The default, stored and given back, is the default.
 void CheckPicture(TestRun& run, const Effect& effect, PF_ParamIndex index, const FlatValue& value) {
-  for (const Way& way : WaysOf(effect)) {
-    const Scene scene = MakeScene(effect, run.Rng(), {.depth = way.depth});
-    RenderSettings settings = SettingsFor(scene, way);
+  for (const RenderVariant& variant : VariantsOf(effect)) {
+    const Scene scene = MakeScene(effect, run.Rng(), {.depth = variant.depth});
+    RenderSettings settings = SettingsFor(scene, variant);
     const World expected = RenderChecked(run, effect, settings).output;
     ControlValue set;
     set.flat = std::make_shared<const FlatValue>(value);
@@ -97,11 +97,11 @@ struct Moving {
   std::array<std::map<PF_ParamIndex, ControlValue>, 2> values;
 };
 
-Moving MakeMoving(TestRun& run, const Effect& effect, const Way& way) {
+Moving MakeMoving(TestRun& run, const Effect& effect, const RenderVariant& variant) {
   Moving moving;
   for (std::size_t i = 0; i < moving.images.size(); ++i) {
-    Scene scene = MakeScene(effect, run.Rng(), {.depth = way.depth});
-    RenderSettings settings = SettingsFor(scene, way);
+    Scene scene = MakeScene(effect, run.Rng(), {.depth = variant.depth});
+    RenderSettings settings = SettingsFor(scene, variant);
     SetRandomControls(settings, effect, run.Rng(), Reach::kTame);
     moving.values[i] = settings.controls;
     moving.images[i][0] = std::make_shared<const World>(std::move(scene.input));
@@ -112,10 +112,10 @@ Moving MakeMoving(TestRun& run, const Effect& effect, const Way& way) {
   return moving;
 }
 
-void CheckTimes(TestRun& run, const Effect& effect, const Way& way) {
-  const Moving moving = MakeMoving(run, effect, way);
-  const Scene scene = MakeScene(effect, run.Rng(), {.depth = way.depth});
-  RenderSettings settings = SettingsFor(scene, way);
+void CheckTimes(TestRun& run, const Effect& effect, const RenderVariant& variant) {
+  const Moving moving = MakeMoving(run, effect, variant);
+  const Scene scene = MakeScene(effect, run.Rng(), {.depth = variant.depth});
+  RenderSettings settings = SettingsFor(scene, variant);
   settings.totalTime = 100;
   settings.layerAt = [&](PF_ParamIndex index, A_long time,
                          A_u_long) -> Expected<std::shared_ptr<const World>> {
@@ -146,12 +146,12 @@ void CheckTimes(TestRun& run, const Effect& effect, const Way& way) {
 
 void TestSequences(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
     for (int round = run.Rounds(2); round > 0 && !run.HadEnough(); --round) {
       const int handles = effect->Holdings()->handles;
       const int worlds = effect->Holdings()->worlds;
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       CheckSequence(run, *effect, settings);
       if (round == 1 && effect->Holdings()->handles > handles) {
@@ -195,8 +195,8 @@ void TestArbitraryData(TestRun& run) {
 
 void TestOtherTimes(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    CheckTimes(run, *effect, way);
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    CheckTimes(run, *effect, variant);
   }
 }
 

@@ -153,9 +153,9 @@ void TwoAtOnce(TestRun& run, const std::shared_ptr<const host::EffectLibrary>& l
   }
   one->reset();
   const Scene scene = MakeScene(**other, run.Rng(), {});
-  const auto ways = WaysOf(**other);
-  if (!ways.empty()) {
-    RenderChecked(run, **other, SettingsFor(scene, {ways[0].mode, host::Depth::k8}));
+  const auto variants = VariantsOf(**other);
+  if (!variants.empty()) {
+    RenderChecked(run, **other, SettingsFor(scene, {variants[0].mode, host::Depth::k8}));
   }
 }
 
@@ -284,10 +284,10 @@ void TestReload(TestRun& run) {
     {
       const auto effect = LoadEffect(run);
       const Scene scene = MakeScene(*effect, run.Rng(), {});
-      const Way way{
+      const RenderVariant variant{
           effect->SupportsSmartRender() ? host::RenderMode::kSmart : host::RenderMode::kClassic,
           host::Depth::k8};
-      host::RenderFrame(*effect, SettingsFor(scene, way));
+      host::RenderFrame(*effect, SettingsFor(scene, variant));
     }
     if (round == 0) {
       // What the first load leaves for good, the loader's own books for instance, is no leak.

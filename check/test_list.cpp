@@ -44,6 +44,8 @@ constexpr std::array kTests{
          &TestPreRenderOnly},
     Test{"pre-render-rects", 4, kRenders, "result rectangles keep to the request and the maximum",
          &TestPreRenderRects},
+    Test{"output-size", 4, kRenders, "an output of another size has possible sides and the frame",
+         &TestOutputSize},
     Test{"reduced-resolution", 4, kRenders, "reduced resolution and draft quality render",
          &TestReducedResolution},
     Test{"arbitrary-data", 4, kRenders, "values of arbitrary data outlive storing and their text",

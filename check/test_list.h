@@ -55,6 +55,7 @@ void TestSoak(TestRun& run);
 // request_tests.cpp
 void TestPreRenderOnly(TestRun& run);
 void TestPreRenderRects(TestRun& run);
+void TestOutputSize(TestRun& run);
 void TestRegions(TestRun& run);
 void TestEmptyRequests(TestRun& run);
 void TestReducedResolution(TestRun& run);

@@ -23,7 +23,7 @@ inline constexpr std::uint64_t kDefaultSeed = 1;
 
 /// What every test is told.
 struct TestSettings {
-  std::filesystem::path library;
+  std::filesystem::path library;   ///< may name one of its effects, as FILE::MATCH NAME
   std::filesystem::path resource;  ///< library whose resource describes the effect; may be empty
   const host::HostProfile* host = &host::DefaultHost();
   int strictness = kDefaultStrictness;

@@ -303,11 +303,11 @@ Scene MakeScene(const Effect& effect, Random& random, const SceneShape& shape) {
   return scene;
 }
 
-// ---- Ways to render ----
+// ---- Variants ----
 
-std::string WayName(const Way& way) {
-  return Text(way.mode == RenderMode::kSmart ? "smart" : "classic", ", ",
-              host::DepthName(way.depth), way.depth == Depth::kFloat ? "" : " bit");
+std::string VariantName(const RenderVariant& variant) {
+  return Text(variant.mode == RenderMode::kSmart ? "smart" : "classic", ", ",
+              host::DepthName(variant.depth), variant.depth == Depth::kFloat ? "" : " bit");
 }
 
 bool RendersClassic(const Effect& effect) {
@@ -321,36 +321,36 @@ bool RendersClassic(const Effect& effect) {
   return result.Ok() && !IsTransparent(result.output);
 }
 
-std::vector<Way> SmartWaysOf(const Effect& effect) {
-  std::vector<Way> ways;
+std::vector<RenderVariant> SmartVariantsOf(const Effect& effect) {
+  std::vector<RenderVariant> variants;
   for (const Depth depth : host::kAllDepths) {
     if (effect.SupportsSmartRender() && effect.SupportsDepth(depth)) {
-      ways.push_back({RenderMode::kSmart, depth});
+      variants.push_back({RenderMode::kSmart, depth});
     }
   }
-  return ways;
+  return variants;
 }
 
-std::vector<Way> WaysOf(const Effect& effect) {
-  std::vector<Way> ways = SmartWaysOf(effect);
+std::vector<RenderVariant> VariantsOf(const Effect& effect) {
+  std::vector<RenderVariant> variants = SmartVariantsOf(effect);
   if (!RendersClassic(effect)) {
-    return ways;
+    return variants;
   }
-  ways.push_back({RenderMode::kClassic, Depth::k8});
+  variants.push_back({RenderMode::kClassic, Depth::k8});
   // Hosts ask deeper pictures of an effect with smart render through smart render only.
   if (!effect.SupportsSmartRender() && effect.SupportsDepth(Depth::k16)) {
-    ways.push_back({RenderMode::kClassic, Depth::k16});
+    variants.push_back({RenderMode::kClassic, Depth::k16});
   }
-  return ways;
+  return variants;
 }
 
-RenderSettings SettingsFor(const Scene& scene, const Way& way) {
+RenderSettings SettingsFor(const Scene& scene, const RenderVariant& variant) {
   RenderSettings settings;
   settings.width = scene.width;
   settings.height = scene.height;
   settings.depth = scene.depth;
   settings.downsample = scene.downsample;
-  settings.mode = way.mode;
+  settings.mode = variant.mode;
   settings.input = &scene.input;
   for (const auto& [index, layer] : scene.layers) {
     settings.layers[index] = &layer;
@@ -359,8 +359,8 @@ RenderSettings SettingsFor(const Scene& scene, const Way& way) {
 }
 
 std::string Describe(const RenderSettings& settings) {
-  std::string text =
-      Text(WayName({settings.mode, settings.depth}), ", ", settings.width, " x ", settings.height);
+  std::string text = Text(VariantName({settings.mode, settings.depth}), ", ", settings.width, " x ",
+                          settings.height);
   if (settings.downsample != 1) {
     text += Text(", 1/", settings.downsample);
   }

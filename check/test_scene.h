@@ -52,27 +52,27 @@ struct SceneShape {
 
 Scene MakeScene(const host::Effect& effect, Random& random, const SceneShape& shape);
 
-// ---- Ways to render ----
+// ---- Variants ----
 
-/// A protocol and a depth.
-struct Way {
+/// How a frame is asked for: the protocol, smart or classic, and the depth.
+struct RenderVariant {
   host::RenderMode mode = host::RenderMode::kSmart;
   host::Depth depth = host::Depth::k8;
 };
 
 /// "smart, 16 bit".
-std::string WayName(const Way& way);
+std::string VariantName(const RenderVariant& variant);
 
 /// Whether a classic render of the effect gives a picture. One that renders smartly need not
 /// answer the classic command.
 bool RendersClassic(const host::Effect& effect);
 
-/// Every way in which the effect renders.
-std::vector<Way> WaysOf(const host::Effect& effect);
-std::vector<Way> SmartWaysOf(const host::Effect& effect);
+/// Every variant that the effect renders.
+std::vector<RenderVariant> VariantsOf(const host::Effect& effect);
+std::vector<RenderVariant> SmartVariantsOf(const host::Effect& effect);
 
-/// All of the scene, rendered that way, controls at their defaults, layers chosen.
-host::RenderSettings SettingsFor(const Scene& scene, const Way& way);
+/// All of the scene, rendered as that variant, controls at their defaults, layers chosen.
+host::RenderSettings SettingsFor(const Scene& scene, const RenderVariant& variant);
 
 /// "smart, 16 bit, 40 x 24, 1/2, region 3,4 5 x 6".
 std::string Describe(const host::RenderSettings& settings);

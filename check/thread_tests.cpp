@@ -57,11 +57,11 @@ std::vector<std::string> RenderAtOnce(const Effect& effect, const std::vector<Fr
 void TestOneThreadMany(TestRun& run) {
   const auto effect = LoadEffect(run);
   host::ThreadPool pool(kThreads);
-  for (const Way& way : WaysOf(*effect)) {
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
     const Scene scene =
-        MakeScene(*effect, run.Rng(), {.width = 120, .height = 90, .depth = way.depth});
+        MakeScene(*effect, run.Rng(), {.width = 120, .height = 90, .depth = variant.depth});
     for (int round = run.Rounds(3); round > 0 && !run.HadEnough(); --round) {
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       if (round > 1) {
         SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       }
@@ -80,17 +80,17 @@ void TestConcurrentRenders(TestRun& run) {
   if (!effect->SupportsThreadedRendering()) {
     run.Skip("the effect does not declare threaded rendering");
   }
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
     std::vector<FrameAlone> frames;
     for (int i = 0; i < kFrames; ++i) {
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       run.Step(Describe(settings));
       host::World picture = RenderChecked(run, *effect, settings).output;
       frames.push_back({std::move(settings), std::move(picture)});
     }
-    run.Step(Text(WayName(way), ", ", kThreads, " frames at once"));
+    run.Step(Text(VariantName(variant), ", ", kThreads, " frames at once"));
     for (const std::string& trouble :
          RenderAtOnce(*effect, frames, run.Rounds(2), !run.PicturesVary())) {
       run.FailStep(trouble);

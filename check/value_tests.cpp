@@ -74,17 +74,17 @@ std::string DescribeControls(const Effect& effect, const RenderSettings& setting
 constexpr std::array<PF_RationalScale, 5> kAspects{
     PF_RationalScale{1, 1}, {2, 1}, {1, 2}, {10, 11}, {4, 3}};
 
-SceneShape RandomShape(Random& random, const Way& way) {
+SceneShape RandomShape(Random& random, const RenderVariant& variant) {
   SceneShape shape;
   shape.width = random.Int(2, 60);
   shape.height = random.Int(2, 60);
-  shape.depth = way.depth;
+  shape.depth = variant.depth;
   shape.downsample = random.OneIn(2) ? 1 : random.Int(2, 5);
   shape.layerWidth = random.Int(1, 60);
   shape.layerHeight = random.Int(1, 60);
   shape.layout.guarded = true;
-  shape.layout.extraRowBytes = random.Int(0, 10) * host::BytesPerPixel(way.depth);
-  shape.layout.misalignBytes = random.Int(0, 3) * host::BytesPerPixel(way.depth);
+  shape.layout.extraRowBytes = random.Int(0, 10) * host::BytesPerPixel(variant.depth);
+  shape.layout.misalignBytes = random.Int(0, 3) * host::BytesPerPixel(variant.depth);
   return shape;
 }
 
@@ -104,9 +104,9 @@ void RandomiseFrame(RenderSettings& settings, Random& random) {
 
 void TestExtremeValues(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
-    const RenderSettings base = SettingsFor(scene, way);
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
+    const RenderSettings base = SettingsFor(scene, variant);
     const Extremes extremes = ExtremesOf(*effect, scene.width, scene.height);
     OneByOne(run, *effect, base, extremes);
     for (int round = run.Rounds(20); round > 0 && !run.HadEnough(); --round) {
@@ -117,10 +117,10 @@ void TestExtremeValues(TestRun& run) {
 
 void TestRandomValues(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
     for (int round = run.Rounds(40); round > 0 && !run.HadEnough(); --round) {
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       SetRandomControls(settings, *effect, run.Rng(), Reach::kWild);
       run.Step(DescribeControls(*effect, settings));
       RenderChecked(run, *effect, settings);
@@ -130,12 +130,12 @@ void TestRandomValues(TestRun& run) {
 
 void TestMixed(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
     for (int round = run.Rounds(20); round > 0 && !run.HadEnough(); --round) {
-      const SceneShape shape = RandomShape(run.Rng(), way);
+      const SceneShape shape = RandomShape(run.Rng(), variant);
       const Scene scene = MakeScene(*effect, run.Rng(), shape);
       GuardedHooks hooks(shape.layout);
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       settings.hooks = &hooks;
       SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       RandomiseFrame(settings, run.Rng());

@@ -40,10 +40,10 @@ std::map<PF_ParamIndex, std::uint64_t> HashesOf(const Scene& scene) {
 
 /// Renders random values into a guarded output and looks at every guard. The scene's worlds must
 /// have been made with guards.
-void RenderGuarded(TestRun& run, const host::Effect& effect, const Scene& scene, const Way& way,
-                   const WorldLayout& layout) {
+void RenderGuarded(TestRun& run, const host::Effect& effect, const Scene& scene,
+                   const RenderVariant& variant, const WorldLayout& layout) {
   GuardedHooks hooks(layout);
-  RenderSettings settings = SettingsFor(scene, way);
+  RenderSettings settings = SettingsFor(scene, variant);
   settings.hooks = &hooks;
   SetRandomControls(settings, effect, run.Rng(), Reach::kTame);
   run.Step(Describe(settings));
@@ -56,16 +56,16 @@ void TestCanaries(TestRun& run) {
   constexpr std::array<Size, 7> kSizes{Size{40, 24}, {3, 5},   {17, 2}, {2, 17},
                                        {33, 31},     {64, 16}, {65, 3}};
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
     for (const auto& [width, height] : kSizes) {
       for (int round = run.Rounds(2); round > 0 && !run.HadEnough(); --round) {
         WorldLayout layout =
-            run.Rng().OneIn(2) ? WorldLayout{} : run.Rng().Pick(OddLayouts(way.depth));
+            run.Rng().OneIn(2) ? WorldLayout{} : run.Rng().Pick(OddLayouts(variant.depth));
         layout.guarded = true;
         const Scene scene =
             MakeScene(*effect, run.Rng(),
-                      {.width = width, .height = height, .depth = way.depth, .layout = layout});
-        RenderGuarded(run, *effect, scene, way, layout);
+                      {.width = width, .height = height, .depth = variant.depth, .layout = layout});
+        RenderGuarded(run, *effect, scene, variant, layout);
       }
     }
   }
@@ -73,19 +73,19 @@ void TestCanaries(TestRun& run) {
 
 void TestStrides(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
     // The same pixels for every layout.
     const Random pixels = run.Rng();
     Random random = pixels;
-    const Scene plain = MakeScene(*effect, random, {.depth = way.depth});
-    const RenderSettings settings = SettingsFor(plain, way);
+    const Scene plain = MakeScene(*effect, random, {.depth = variant.depth});
+    const RenderSettings settings = SettingsFor(plain, variant);
     run.Step(Describe(settings));
     const host::World expected = RenderChecked(run, *effect, settings).output;
-    for (const WorldLayout& layout : OddLayouts(way.depth)) {
+    for (const WorldLayout& layout : OddLayouts(variant.depth)) {
       random = pixels;
-      const Scene scene = MakeScene(*effect, random, {.depth = way.depth, .layout = layout});
+      const Scene scene = MakeScene(*effect, random, {.depth = variant.depth, .layout = layout});
       GuardedHooks hooks(layout);
-      RenderSettings odd = SettingsFor(scene, way);
+      RenderSettings odd = SettingsFor(scene, variant);
       odd.hooks = &hooks;
       run.Step(Text(Describe(odd), ", rows ", layout.extraRowBytes, " bytes longer, ",
                     layout.misalignBytes, " bytes off"));
@@ -97,11 +97,11 @@ void TestStrides(TestRun& run) {
 
 void TestSourcesUntouched(TestRun& run) {
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
-    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = way.depth});
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
+    const Scene scene = MakeScene(*effect, run.Rng(), {.depth = variant.depth});
     const auto before = HashesOf(scene);
     for (int round = run.Rounds(4); round > 0; --round) {
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       run.Step(Describe(settings));
       RenderChecked(run, *effect, settings);
@@ -121,13 +121,13 @@ void TestOddSizes(TestRun& run) {
                                         {3, 3},     {7, 5}, {13, 29}, {127, 3}, {257, 2}};
   constexpr WorldLayout kGuarded{.guarded = true};
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
     for (const auto& [width, height] : kSizes) {
       const Scene scene =
           MakeScene(*effect, run.Rng(),
-                    {.width = width, .height = height, .depth = way.depth, .layout = kGuarded});
+                    {.width = width, .height = height, .depth = variant.depth, .layout = kGuarded});
       for (int round = run.Rounds(2); round > 0 && !run.HadEnough(); --round) {
-        RenderGuarded(run, *effect, scene, way, kGuarded);
+        RenderGuarded(run, *effect, scene, variant, kGuarded);
       }
     }
   }
@@ -137,10 +137,10 @@ void TestLayers(TestRun& run) {
   constexpr std::array<Size, 9> kSizes{Size{1, 1}, {1, 2},   {2, 1},  {1, 40},   {40, 1},
                                        {300, 2},   {3, 257}, {13, 7}, {128, 128}};
   const auto effect = LoadEffect(run);
-  for (const Way& way : WaysOf(*effect)) {
+  for (const RenderVariant& variant : VariantsOf(*effect)) {
     for (const auto& [width, height] : kSizes) {
       Scene scene = MakeScene(*effect, run.Rng(),
-                              {.depth = way.depth, .layerWidth = width, .layerHeight = height});
+                              {.depth = variant.depth, .layerWidth = width, .layerHeight = height});
       if (scene.layers.empty()) {
         run.Skip("the effect has no layer control");
       }
@@ -148,7 +148,7 @@ void TestLayers(TestRun& run) {
         layer.SetPixelAspect(run.Rng().OneIn(2) ? PF_RationalScale{1, 1}
                                                 : PF_RationalScale{10, 11});
       }
-      RenderSettings settings = SettingsFor(scene, way);
+      RenderSettings settings = SettingsFor(scene, variant);
       SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       run.Step(Text(Describe(settings), ", layers of ", width, " x ", height));
       RenderChecked(run, *effect, settings);

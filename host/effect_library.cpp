@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/base/error_names.h"
+#include "host/effect_resource.h"
 #include "host/suites/tables.h"
 #include "system/dynamic_library.h"
 
@@ -22,11 +23,12 @@ struct RegistrationCalls {
   int others = 0;  ///< project plug-ins and the like, which are not for this host
 };
 
+namespace fs = std::filesystem;
+
 /// Between a library's file and the match name of one of its effects.
 constexpr std::string_view kChoiceMark = "::";
 
-/// What libraries without registration call their command entry. Their resource tells the name,
-/// and only Windows libraries have one.
+/// What libraries without registration and resource call their command entry.
 constexpr std::array<const char*, 2> kUsualEntryNames = {"EffectMain", kMainEntryName};
 
 std::string Text(const A_u_char* text) {
@@ -47,7 +49,8 @@ PF_Err KeepRegistration(void* hostPointer, const A_u_char* name, const A_u_char*
   }
   try {
     calls->effects.push_back({Text(name), Text(matchName), Text(category), Text(entryPoint), kind,
-                              apiMajor, apiMinor, reservedInfo, Text(supportUrl)});
+                              apiMajor, apiMinor, reservedInfo, Text(supportUrl),
+                              IdentitySource::kRegistration});
   } catch (...) {
     return PF_Err_OUT_OF_MEMORY;
   }
@@ -57,8 +60,13 @@ PF_Err KeepRegistration(void* hostPointer, const A_u_char* name, const A_u_char*
 PF_Err KeepOlderRegistration(void* hostPointer, const A_u_char* name, const A_u_char* matchName,
                              const A_u_char* category, const A_u_char* entryPoint, A_long kind,
                              A_long apiMajor, A_long apiMinor, A_long reservedInfo) noexcept {
-  return KeepRegistration(hostPointer, name, matchName, category, entryPoint, kind, apiMajor,
-                          apiMinor, reservedInfo, nullptr);
+  const PF_Err error = KeepRegistration(hostPointer, name, matchName, category, entryPoint, kind,
+                                        apiMajor, apiMinor, reservedInfo, nullptr);
+  if (error == PF_Err_NONE && kind == kEffectPluginKind) {
+    static_cast<RegistrationCalls*>(hostPointer)->effects.back().source =
+        IdentitySource::kOlderRegistration;
+  }
+  return error;
 }
 
 /// The effect of that match name, or the only one where none is named.
@@ -85,7 +93,7 @@ Expected<Registration> ChooseEffect(const RegistrationCalls& calls, const std::s
 /// Runs a registration entry of either form with the callback of its form; any exception is the
 /// library's fault and reads as a failure.
 template <class Entry, class Callback>
-Expected<Registration> Register(Entry entry, Callback callback, const std::string& wanted) {
+Expected<RegistrationCalls> Register(Entry entry, Callback callback) {
   RegistrationCalls calls;
   PF_Err error = PF_Err_NONE;
   try {
@@ -96,28 +104,73 @@ Expected<Registration> Register(Entry entry, Callback callback, const std::strin
   if (error != PF_Err_NONE) {
     return Failure{"refuses to be registered: " + ErrorName(error)};
   }
-  return ChooseEffect(calls, wanted);
+  return calls;
 }
 
-/// Registers through the newer entry or, without it, the older one. A library without either is
-/// known by its file's name and the usual name of a command entry.
-Expected<Registration> RegisterLibrary(const DynamicLibrary& library, const std::string& fileName,
-                                       const std::string& wanted) {
+/// A library without registration: what its resource says, which only Windows libraries have, or
+/// its file's name and the usual name of a command entry.
+Expected<RegistrationCalls> Unregistered(const DynamicLibrary& library, const fs::path& file) {
+  RegistrationCalls calls;
+  const auto read = IsPortableExecutable(file) ? ReadPortableExecutable(file)
+                                               : Expected<PortableExecutable>(PortableExecutable{});
+  if (read && read->resource) {
+    calls.effects.push_back(RegistrationOf(*read->resource));
+    return calls;
+  }
+  const std::string name = file.stem().string();
+  for (const char* entry : kUsualEntryNames) {
+    if (library.Find(entry) != nullptr) {
+      calls.effects.push_back(
+          {name, name, {}, entry, kEffectPluginKind, 13, 28, 0, {}, IdentitySource::kFileName});
+      return calls;
+    }
+  }
+  return Failure{std::string("not an effect library (it exports neither ") +
+                 kRegistrationEntryName + " nor " + kOlderRegistrationEntryName +
+                 ", and has no command entry under a usual name)"};
+}
+
+/// Registers through the newer entry or, without it, the older one.
+Expected<RegistrationCalls> RegisterLibrary(const DynamicLibrary& library, const fs::path& file) {
   if (const auto entry =
           reinterpret_cast<PF_PluginDataEntryFn>(library.Find(kRegistrationEntryName))) {
-    return Register(entry, &KeepRegistration, wanted);
+    return Register(entry, &KeepRegistration);
   }
   if (const auto entry =
           reinterpret_cast<PF_OlderPluginDataEntryFn>(library.Find(kOlderRegistrationEntryName))) {
-    return Register(entry, &KeepOlderRegistration, wanted);
+    return Register(entry, &KeepOlderRegistration);
   }
-  for (const char* name : kUsualEntryNames) {
-    if (library.Find(name) != nullptr && wanted.empty()) {
-      return Registration{fileName, fileName, {}, name, kEffectPluginKind, 13, 28, 0, {}};
+  return Unregistered(library, file);
+}
+
+/// Why a file cannot be loaded; of Windows libraries also what they hold, which their resource
+/// tells anywhere.
+std::string LoadTrouble(const fs::path& file, const std::string& reason) {
+  std::string text = "not a library this system can load (" + reason + ")";
+  if (IsPortableExecutable(file)) {
+    if (const auto read = ReadPortableExecutable(file); read && read->resource) {
+      const Registration effect = RegistrationOf(*read->resource);
+      text += "; a Windows library with the effect \"" + effect.name + "\" (match name " +
+              effect.matchName + ")";
     }
   }
-  return Failure{std::string("not an effect library (it does not export ") +
-                 kRegistrationEntryName + ")"};
+  return text;
+}
+
+Expected<std::unique_ptr<DynamicLibrary>> OpenFile(const fs::path& file) {
+  std::error_code code;
+  const auto status = fs::status(file, code);
+  if (!fs::exists(status)) {
+    return Failure{"no such file"};
+  }
+  if (fs::is_directory(status)) {
+    return Failure{"is a directory (expected an effect library)"};
+  }
+  auto opened = DynamicLibrary::Open(file);
+  if (!opened) {
+    return Failure{LoadTrouble(file, opened.ErrorText())};
+  }
+  return opened;
 }
 
 }  // namespace
@@ -128,7 +181,11 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::FromEntryPoints(
   if (registration == nullptr || mainEntry == nullptr) {
     return Failure{name + ": an entry point is missing (expected registration and command entry)"};
   }
-  auto identity = Register(registration, &KeepRegistration, {});
+  const auto calls = Register(registration, &KeepRegistration);
+  if (!calls) {
+    return Failure{name + ": " + calls.ErrorText()};
+  }
+  auto identity = ChooseEffect(*calls, {});
   if (!identity) {
     return Failure{name + ": " + identity.ErrorText()};
   }
@@ -147,44 +204,69 @@ void* EffectLibrary::Module() const {
   return library_ != nullptr ? library_->Handle() : nullptr;
 }
 
+EffectChoice ReadEffectChoice(const std::filesystem::path& text) {
+  std::error_code code;
+  const std::string both = text.string();
+  const std::size_t mark = both.rfind(kChoiceMark);
+  if (mark == std::string::npos || fs::exists(text, code)) {
+    return {text, {}};
+  }
+  return {both.substr(0, mark), both.substr(mark + kChoiceMark.size())};
+}
+
+Registration RegistrationOf(const EffectResource& resource) {
+  const std::uint32_t version = resource.Number("eSVR").value_or(0);
+  return {resource.PascalText("name").value_or(""),
+          resource.PascalText("eMNA").value_or(""),
+          resource.PascalText("catg").value_or(""),
+          resource.ZeroText("8664").value_or(""),
+          static_cast<A_long>(resource.Number("kind").value_or(0)),
+          static_cast<A_long>(version & 0xFFFFU),
+          static_cast<A_long>(version >> 16),
+          0,
+          resource.PascalText("eURL").value_or(""),
+          IdentitySource::kResource};
+}
+
 bool EffectLibrary::IsNewerThanHost() const {
   return std::pair{identity_.apiMajor, identity_.apiMinor} >
          std::pair{A_long{host_->version.major}, A_long{host_->version.minor}};
 }
 
+Expected<std::vector<Registration>> EffectLibrary::EffectsIn(const std::filesystem::path& file) {
+  const auto opened = OpenFile(file);
+  if (!opened) {
+    return Failure{file.string() + ": " + opened.ErrorText()};
+  }
+  auto calls = RegisterLibrary(**opened, file);
+  if (!calls) {
+    return Failure{file.string() + ": " + calls.ErrorText()};
+  }
+  return std::move(calls->effects);
+}
+
 Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
     const std::filesystem::path& pathAndChoice, const HostProfile& host) {
-  std::error_code code;
-  std::filesystem::path path = pathAndChoice;
-  std::string wanted;
-  const std::string text = pathAndChoice.string();
-  const std::size_t mark = text.rfind(kChoiceMark);
-  if (mark != std::string::npos && !std::filesystem::exists(pathAndChoice, code)) {
-    path = text.substr(0, mark);
-    wanted = text.substr(mark + kChoiceMark.size());
-  }
-  const auto fail = [&path](const std::string& reason) {
+  const auto [path, wanted] = ReadEffectChoice(pathAndChoice);
+  const auto fail = [&path = path](const std::string& reason) {
     return Failure{path.string() + ": " + reason};
   };
-  const auto status = std::filesystem::status(path, code);
-  if (!std::filesystem::exists(status)) {
-    return fail("no such file");
-  }
-  if (std::filesystem::is_directory(status)) {
-    return fail("is a directory (expected an effect library)");
-  }
-  auto opened = DynamicLibrary::Open(path);
+  auto opened = OpenFile(path);
   if (!opened) {
-    return fail("not a library this system can load (" + opened.ErrorText() + ")");
+    return fail(opened.ErrorText());
+  }
+  const auto calls = RegisterLibrary(**opened, path);
+  if (!calls) {
+    return fail(calls.ErrorText());
+  }
+  auto identity = ChooseEffect(*calls, wanted);
+  if (!identity) {
+    return fail(identity.ErrorText());
   }
   std::shared_ptr<EffectLibrary> library(new EffectLibrary);
   library->path_ = path;
   library->host_ = &host;
   library->library_ = std::move(*opened);
-  auto identity = RegisterLibrary(*library->library_, path.stem().string(), wanted);
-  if (!identity) {
-    return fail(identity.ErrorText());
-  }
   library->identity_ = std::move(*identity);
   // The name is the library's to choose; most say kMainEntryName.
   const std::string& entryPoint = library->identity_.entryPoint;

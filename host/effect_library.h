@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/expected.h"
 #include "host/session/host_profile.h"
@@ -16,8 +17,20 @@ class DynamicLibrary;
 }
 
 namespace veltra::host {
+struct EffectResource;
+}
 
-/// What the library told the registration callback.
+namespace veltra::host {
+
+/// Where a library's identity comes from.
+enum class IdentitySource {
+  kRegistration,
+  kOlderRegistration,  ///< the function without a support address
+  kResource,           ///< a Windows library without registration
+  kFileName,           ///< without a resource either
+};
+
+/// What the library told the registration callback, or what stands for it.
 struct Registration {
   std::string name;
   std::string matchName;
@@ -28,7 +41,21 @@ struct Registration {
   A_long apiMinor = 0;
   A_long reservedInfo = 0;
   std::string supportUrl;
+  IdentitySource source = IdentitySource::kRegistration;
 };
+
+/// A library's file, and the match name of the one of its effects that is meant; empty for none in
+/// particular.
+struct EffectChoice {
+  std::filesystem::path file;
+  std::string matchName;
+};
+
+/// Takes FILE::MATCH NAME apart, unless there is a file of that whole name.
+EffectChoice ReadEffectChoice(const std::filesystem::path& text);
+
+/// The identity that a resource gives; texts and numbers that it lacks are empty and 0.
+Registration RegistrationOf(const EffectResource& resource);
 
 /// Stays loaded as long as anybody holds it. Reading it is safe from any thread.
 class EffectLibrary {
@@ -39,6 +66,9 @@ class EffectLibrary {
   /// `host` is what this host is to everything in the library.
   static Expected<std::shared_ptr<const EffectLibrary>> Open(
       const std::filesystem::path& path, const HostProfile& host = DefaultHost());
+
+  /// Loads and registers the file, and tells of all effects in it. Errors as in Open.
+  static Expected<std::vector<Registration>> EffectsIn(const std::filesystem::path& file);
 
   /// An effect that is linked into this program: its two entry points instead of a file, for tests
   /// and for builds that cannot load code. `name` stands where a file's path would, in Path() and

@@ -410,15 +410,31 @@ class FrameRender {
     const bool done = Send(PF_Cmd_SMART_PRE_RENDER, "SMART_PRE_RENDER", nullptr, nullptr, &extra);
     session_.phase = SmartPhase::kNone;
     session_.accounts.TakeBackParameters();
-    if (done) {
-      TakeRectangles(answer);
-    }
-    return done;
+    return done && TakeRectangles(answer);
   }
 
-  /// Keeps the rectangles that the effect answered, held to the rules.
-  void TakeRectangles(const PF_PreRenderOutput& answer) {
+  /// Whether an answered rectangle, in 64 bits, is one that a world can have; reports it otherwise.
+  bool IsPossible(std::int64_t width, std::int64_t height, const char* what) {
+    const bool possible = width >= 0 && height >= 0 &&
+                          (width == 0 || height == 0 || WorldSizeError(width, height).empty());
+    if (!possible) {
+      Fail(PF_Err_BAD_CALLBACK_PARAM, std::string("the effect answers ") + what + " of " +
+                                          std::to_string(width) + " x " + std::to_string(height) +
+                                          " pixels (expected at most 30000 x 30000)");
+    }
+    return possible;
+  }
+
+  /// Keeps the rectangles that the effect answered, held to the rules; false for those that no
+  /// world can have. The largest result may be as large as the effect likes: it is not made.
+  bool TakeRectangles(const PF_PreRenderOutput& answer) {
     result_.maxResultRect = answer.max_result_rect;
+    const PF_LRect& answered = answer.result_rect;
+    if (!IsEmpty(answered) &&
+        (!IsPossible(std::int64_t{answered.right} - answered.left,
+                     std::int64_t{answered.bottom} - answered.top, "a result"))) {
+      return false;
+    }
     PF_LRect rect = IsEmpty(answer.result_rect) ? PF_LRect{0, 0, 0, 0} : answer.result_rect;
     if (!Contains(answer.max_result_rect, rect)) {
       session_.accounts.Broke(Rule::kResultBeyondMaximum);
@@ -429,6 +445,7 @@ class FrameRender {
       rect = Intersection(rect, region_);
     }
     result_.resultRect = rect;
+    return true;
   }
 
   void SmartRender(const PF_PreRenderOutput& answer) {
@@ -492,15 +509,20 @@ class FrameRender {
     const PF_LRect frame = session_.FrameRect();
     result_.maxResultRect = frame;
     result_.resultRect = Intersection(region_, frame);
-    if (IsEmpty(region_) || settings_.preRenderOnly || !ReadInput() || !MakeParams()) {
+    if (IsEmpty(region_) || !ReadInput() || !MakeParams()) {
       return;
     }
     World canvas;
     if (SendFrameSetup()) {
-      RenderClassicCanvas(canvas);
+      if (TakeAnsweredSize() && !settings_.preRenderOnly) {
+        RenderClassicCanvas(canvas);
+      }
       session_.InData().output_origin_x = answeredOrigin_.h;
       session_.InData().output_origin_y = answeredOrigin_.v;
       Send(PF_Cmd_FRAME_SETDOWN, "FRAME_SETDOWN", paramPointers_.data());
+    }
+    if (settings_.preRenderOnly) {
+      return;
     }
     if (settings_.wholeOutput && !settings_.region && !canvas.Empty()) {
       region_ = CanvasRect(canvas);
@@ -549,27 +571,31 @@ class FrameRender {
     return (effect_.OutFlags() & PF_OutFlag_USE_OUTPUT_EXTENT) != 0;
   }
 
-  void RenderClassicCanvas(World& canvas) {
-    if (answeredWidth_ <= 0 || answeredHeight_ <= 0) {
-      return;
+  /// Keeps the rectangle that FRAME_SETUP answered; false where nothing is to be rendered.
+  bool TakeAnsweredSize() {
+    if (!IsPossible(answeredWidth_, answeredHeight_, "an output")) {
+      return false;
     }
     const std::int64_t left = -std::int64_t{answeredOrigin_.h};
     const std::int64_t top = -std::int64_t{answeredOrigin_.v};
-    if (!WorldSizeError(answeredWidth_, answeredHeight_).empty() ||
-        std::max(std::abs(left), std::abs(top)) > kHostMaxWorldSide) {
-      Fail(PF_Err_BAD_CALLBACK_PARAM, "the effect answers an output of " +
-                                          SizeText(answeredWidth_, answeredHeight_) +
-                                          " pixels (expected at most 30000 x 30000)");
-      return;
+    if (std::max(std::abs(left), std::abs(top)) > kHostMaxWorldSide) {
+      Fail(PF_Err_BAD_CALLBACK_PARAM,
+           "the effect answers an origin of " + std::to_string(answeredOrigin_.h) + "," +
+               std::to_string(answeredOrigin_.v) + " (expected at most 30000 from the frame's)");
+      return false;
     }
-    const PF_LRect rect{static_cast<A_long>(left), static_cast<A_long>(top),
-                        static_cast<A_long>(left) + answeredWidth_,
-                        static_cast<A_long>(top) + answeredHeight_};
+    result_.maxResultRect = {static_cast<A_long>(left), static_cast<A_long>(top),
+                             static_cast<A_long>(left) + answeredWidth_,
+                             static_cast<A_long>(top) + answeredHeight_};
+    result_.resultRect = Intersection(region_, result_.maxResultRect);
+    return !IsEmpty(result_.maxResultRect);
+  }
+
+  void RenderClassicCanvas(World& canvas) {
+    const PF_LRect& rect = result_.maxResultRect;
     if (!MakeCanvas(rect, canvas)) {
       return;
     }
-    result_.maxResultRect = rect;
-    result_.resultRect = Intersection(region_, rect);
     PF_EffectWorld output = WriteableView(canvas, rect);
     output.origin_x = 0;
     output.origin_y = 0;

@@ -15,6 +15,7 @@
 #include "check/runner.h"
 #include "cli/commands/commands.h"
 #include "cli/settings/values.h"
+#include "host/effect_library.h"
 #include "system/process.h"
 #include "system/program_file.h"
 
@@ -34,6 +35,7 @@ struct CheckOptions {
   double timeoutSeconds = kDefaultTimeoutSeconds;
   std::vector<std::string> only;
   std::string childTest;
+  bool childEffects = false;
   bool json = false;
   bool list = false;
   bool verbose = false;
@@ -87,7 +89,9 @@ void PrintHosts() {
 }
 
 void DeclareOptions(CLI::App& app, CheckOptions& options) {
-  app.add_option("library", options.library, "the effect library to check")->type_name("LIBRARY");
+  app.add_option("library", options.library,
+                 "the effect library to check, every effect in it, or FILE::MATCH NAME")
+      ->type_name("LIBRARY");
   AddNumber(app, "--strictness", "N",
             Text("how much is asked for, from ", check::kLowestStrictness, " to ",
                  check::kHighestStrictness, " (default ", check::kDefaultStrictness, ")"),
@@ -123,6 +127,7 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
   app.add_flag("--list", options.list, "show the tests and end");
   app.add_flag("--verbose", options.verbose, "show what the library prints in failed tests");
   app.add_option("--child-test", options.childTest)->group("");
+  app.add_flag("--child-effects", options.childEffects)->group("");
   app.footer(
       "Every test runs in a process of its own. Exit code 0: all passed; 1: something failed;\n"
       "2: the command line is wrong.\n\n"
@@ -130,6 +135,7 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
       "  veltra check libveltra.so\n"
       "  veltra check --strictness 10 --seed 42 libveltra.so\n"
       "  veltra check --only regions --only abort libveltra.so\n"
+      "  veltra check 'Several.aex::Match Name'\n"
       "  veltra check --host older-suites libveltra.so\n"
       "  veltra check --json libveltra.so > report.json\n");
 }
@@ -158,10 +164,24 @@ void CheckOptionValues(CheckOptions& options) {
   if (options.library.empty()) {
     throw UsageError("no library to check (try veltra check --help)");
   }
-  options.tests.library = ExistingFile(options.library);
+  ExistingFile(host::ReadEffectChoice(options.library).file.string());
+  options.tests.library = options.library;
   if (!options.resource.empty()) {
     options.tests.resource = ExistingFile(options.resource);
   }
+}
+
+/// Runs the tests on one effect; all but JSON is printed as it comes.
+check::Report RunTestsOn(const check::RunnerSettings& settings, const CheckOptions& options) {
+  if (options.json) {
+    return RunTests(settings, [](const check::TestResult&) {});
+  }
+  check::PrintHeading(std::cout, settings.tests);
+  const check::Report report = RunTests(settings, [&](const check::TestResult& result) {
+    check::PrintResult(std::cout, result, options.verbose);
+  });
+  check::PrintSummary(std::cout, report);
+  return report;
 }
 
 int RunTestsAndReport(const CheckOptions& options) {
@@ -173,20 +193,27 @@ int RunTestsAndReport(const CheckOptions& options) {
   for (const std::string& name : options.only) {
     settings.only.push_back(&KnownTest(name));
   }
-  if (!options.json) {
-    check::PrintHeading(std::cout, options.tests);
+  std::vector<std::string> effects;
+  if (host::ReadEffectChoice(settings.tests.library).matchName.empty()) {
+    effects = EffectsOf(settings);
   }
-  const check::Report report = RunTests(settings, [&](const check::TestResult& result) {
-    if (!options.json) {
-      check::PrintResult(std::cout, result, options.verbose);
+  std::vector<check::Report> reports;
+  if (effects.size() < 2) {
+    reports.push_back(RunTestsOn(settings, options));
+  }
+  for (std::size_t i = 0; effects.size() > 1 && i < effects.size(); ++i) {
+    settings.tests.library = Text(options.library, "::", effects[i]);
+    if (i > 0 && !options.json) {
+      std::cout << '\n';
     }
-  });
-  if (options.json) {
-    check::PrintJson(std::cout, report);
-  } else {
-    check::PrintSummary(std::cout, report);
+    reports.push_back(RunTestsOn(settings, options));
   }
-  return report.Passed() ? kExitDone : kExitFailed;
+  if (options.json) {
+    check::PrintJson(std::cout, options.tests.library, reports);
+  }
+  const bool passed = std::all_of(reports.begin(), reports.end(),
+                                  [](const check::Report& report) { return report.Passed(); });
+  return passed ? kExitDone : kExitFailed;
 }
 
 }  // namespace
@@ -208,6 +235,9 @@ int RunCheck(const Arguments& arguments) {
     return kExitDone;
   }
   CheckOptionValues(options);
+  if (options.childEffects) {
+    return check::ListEffects(options.tests);
+  }
   if (!options.childTest.empty()) {
     return check::RunOneTest(KnownTest(options.childTest), options.tests);
   }

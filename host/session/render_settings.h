@@ -87,7 +87,8 @@ struct RenderSettings {
   /// The sequence is flattened and set up again before the frame, as by saving and opening a
   /// project; the picture must be the same.
   bool reopenSequence = false;
-  /// Ends after the pre-render, as a host does that only wants to learn the rectangles.
+  /// Ends after the pre-render, or sends FRAME_SETUP and FRAME_SETDOWN alone, as a host does that
+  /// only wants to learn the rectangles.
   bool preRenderOnly = false;
 };
 

@@ -212,6 +212,70 @@ class Hosts(unittest.TestCase):
         self.assertIn(" --host no-project ", done.stdout.splitlines()[-1])
 
 
+class Libraries(unittest.TestCase):
+    """Libraries of several effects, and those that register in other ways."""
+
+    def test_every_effect_of_a_library_is_checked(self):
+        status, report = json_check(OPTIONS.several, "--strictness", 3)
+        self.assertEqual(status, 0)
+        self.assertTrue(report["passed"])
+        self.assertEqual([effect["library"] for effect in report["effects"]],
+                         [OPTIONS.several + "::Test One", OPTIONS.several + "::Test Two"])
+        for effect, name in zip(report["effects"], ("Test One", "Test Two")):
+            self.assertEqual(failures(effect), {})
+            self.assertEqual(effect["tests"][0]["notes"], [name])
+        done = run_check("--strictness", 1, OPTIONS.several)
+        self.assertEqual(done.returncode, 0)
+        self.assertEqual(done.stdout.count(" passed, 0 failed"), 2)
+
+    def test_one_effect_of_a_library_is_checked_by_its_match_name(self):
+        chosen = OPTIONS.several + "::Test Two"
+        status, report = json_check(chosen, "--strictness", 9)
+        self.assertEqual(failures(report), {})
+        self.assertEqual(status, 0)
+        self.assertEqual(report["library"], chosen)
+        self.assertEqual(report["tests"][0]["notes"], ["Test Two"])
+        status, report = json_check(OPTIONS.several + "::Test Three", "--strictness", 1)
+        self.assertEqual(status, 1)
+        self.assertIn('has no effect "Test Three" (expected Test One, Test Two)',
+                      failures(report)["load"][0])
+
+    def test_the_older_registration_is_registration_too(self):
+        status, report = json_check(OPTIONS.older, "--strictness", 9)
+        self.assertEqual(failures(report), {})
+        self.assertEqual(status, 0)
+        tests = {test["name"]: test for test in report["tests"]}
+        self.assertEqual(tests["registration"]["notes"],
+                         ["registers through PluginDataEntryFunction"])
+
+    def test_a_library_without_registration_goes_by_its_file_and_is_not_blamed(self):
+        status, report = json_check(OPTIONS.unregistered, "--strictness", 9)
+        self.assertEqual(failures(report), {})
+        self.assertEqual(status, 0)
+        tests = {test["name"]: test for test in report["tests"]}
+        self.assertEqual(tests["registration"]["outcome"], "not applicable")
+        self.assertIn("does not register", tests["registration"]["messages"][0])
+
+    def test_its_numbers_are_compared_with_a_resource_that_is_given(self):
+        with tempfile.TemporaryDirectory() as folder:
+            library = pathlib.Path(folder) / "effect.aex"
+            plain = {**OWN_PROPERTIES, "eGLO": number(0), "eGL2": number(0)}
+            for version, status in ((0x00080600, 0), (0x00080601, 1)):
+                library.write_bytes(windows_library({**plain, "eVER": number(version)}))
+                found, report = json_check(OPTIONS.unregistered, "--only", "flags", "--resource",
+                                           library)
+                self.assertEqual(found, status, failures(report))
+
+    def test_a_library_of_another_system_is_told_by_its_resource(self):
+        with tempfile.TemporaryDirectory() as folder:
+            library = pathlib.Path(folder) / "effect.aex"
+            library.write_bytes(windows_library(OWN_PROPERTIES))
+            status, report = json_check(library, "--strictness", 1)
+            self.assertEqual(status, 1)
+            self.assertIn('a Windows library with the effect "NVT Veltra" (match name NSVeltra)',
+                          failures(report)["load"][0])
+
+
 class OwnEffect(unittest.TestCase):
     def test_it_passes_at_the_highest_strictness_with_several_seeds(self):
         for seed in (1, 2, 20260101):
@@ -418,6 +482,8 @@ def main():
     parser.add_argument("--program", required=True)
     parser.add_argument("--effect", required=True)
     parser.add_argument("--fixtures", required=True)
+    for library in ("several", "older", "unregistered"):
+        parser.add_argument("--" + library, required=True)
     parser.add_argument("--sanitized", action="store_true")
     parser.add_argument("--hang-seconds", type=float, default=2.0)
     OPTIONS, rest = parser.parse_known_args()

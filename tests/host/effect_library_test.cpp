@@ -9,6 +9,7 @@
 #include <string>
 
 #include "host/effect.h"
+#include "host/effect_resource.h"
 
 namespace veltra::host {
 namespace {
@@ -42,6 +43,36 @@ TEST(EffectLibraryTest, FindsTheUsualEntryOfALibraryWithoutRegistration) {
   const auto library = EffectLibrary::Open(VELTRA_UNREGISTERED_EFFECT);
   ASSERT_TRUE(library) << library.ErrorText();
   EXPECT_EQ((*library)->Identity().matchName, "host_unregistered_effect");
+}
+
+TEST(EffectLibraryTest, TellsOfEveryEffectInAFile) {
+  const auto effects = EffectLibrary::EffectsIn(VELTRA_SEVERAL_EFFECTS);
+  ASSERT_TRUE(effects) << effects.ErrorText();
+  ASSERT_EQ(effects->size(), 2U);
+  EXPECT_EQ((*effects)[1].matchName, "Test Two");
+  EXPECT_FALSE(EffectLibrary::EffectsIn(VELTRA_NOT_AN_EFFECT));
+}
+
+TEST(EffectLibraryTest, TakesItsIdentityFromAResourceWhereItDoesNotRegister) {
+  EffectResource resource;
+  const auto set = [&resource](const char* key, std::string_view bytes) {
+    for (const char byte : bytes) {
+      resource.properties[key].push_back(static_cast<std::byte>(byte));
+    }
+  };
+  set("name", "\x03One");
+  set("eMNA", "\x05Match");
+  set("8664", {"Entry\0", 6});
+  set("eSVR", {"\x0c\0\x05\0", 4});
+  set("kind", "TKFe");
+  const Registration identity = RegistrationOf(resource);
+  EXPECT_EQ(identity.name, "One");
+  EXPECT_EQ(identity.matchName, "Match");
+  EXPECT_EQ(identity.entryPoint, "Entry");
+  EXPECT_EQ(identity.apiMajor, 12);
+  EXPECT_EQ(identity.apiMinor, 5);
+  EXPECT_EQ(identity.kind, kEffectPluginKind);
+  EXPECT_EQ(identity.source, IdentitySource::kResource);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// A library of two effects and something else; or, without registration, of one.
+// A library of two effects and something else; or of one, without registration or with the older
+// one.
 
 #include <cstring>
 
@@ -14,6 +15,8 @@ using namespace veltra;  // NOLINT(google-build-using-namespace): the interface'
 PF_Err Answer(PF_Cmd cmd, PF_OutData* out, const char* about) {
   if (cmd == PF_Cmd_ABOUT) {
     std::strcpy(out->return_msg, about);
+  } else if (cmd == PF_Cmd_GLOBAL_SETUP) {
+    out->my_version = PF_VERSION(1, 0, 0, PF_Stage_RELEASE, 0);
   } else if (cmd == PF_Cmd_PARAMS_SETUP) {
     out->num_params = 1;
   }
@@ -27,6 +30,20 @@ PF_Err Answer(PF_Cmd cmd, PF_OutData* out, const char* about) {
 extern "C" VELTRA_EXPORT PF_Err EffectMain(PF_Cmd cmd, PF_InData*, PF_OutData* out, PF_ParamDef**,
                                            PF_LayerDef*, void*) {
   return Answer(cmd, out, "unregistered");
+}
+
+#elif defined(VELTRA_OLDER)
+
+extern "C" VELTRA_EXPORT PF_Err MainEntry(PF_Cmd cmd, PF_InData*, PF_OutData* out, PF_ParamDef**,
+                                          PF_LayerDef*, void*) {
+  return Answer(cmd, out, "older");
+}
+
+extern "C" VELTRA_EXPORT PF_Err PluginDataEntryFunction(void* host, PF_OlderPluginDataCB callback,
+                                                        SPBasicSuite*, const char*, const char*) {
+  const auto text = [](const char* bytes) { return reinterpret_cast<const A_u_char*>(bytes); };
+  return callback(host, text("Test Older"), text("Test Older"), text("Tests"), text(kMainEntryName),
+                  kEffectPluginKind, 12, 12, 8);
 }
 
 #else

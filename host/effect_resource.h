@@ -13,7 +13,7 @@
 
 #include "base/expected.h"
 
-namespace veltra::check {
+namespace veltra::host {
 
 /// The properties of a resource of type "PIPL", by their four-character keys in reading order
 /// ("eGLO", "8664").
@@ -41,4 +41,4 @@ bool IsPortableExecutable(const std::filesystem::path& path);
 /// Reads the file; the error says what is wrong with it, without the path.
 Expected<PortableExecutable> ReadPortableExecutable(const std::filesystem::path& path);
 
-}  // namespace veltra::check
+}  // namespace veltra::host

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Reading the 64-bit Portable Executable format as far as effects need it.
 
-#include "check/effect_resource.h"
+#include "host/effect_resource.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 #include "base/text.h"
 
-namespace veltra::check {
+namespace veltra::host {
 namespace {
 
 using Bytes = std::span<const std::byte>;
@@ -278,4 +278,4 @@ Expected<PortableExecutable> ReadPortableExecutable(const std::filesystem::path&
   }
 }
 
-}  // namespace veltra::check
+}  // namespace veltra::host
