@@ -17,7 +17,7 @@ void WriteAndReadBack(const cli::Scene& scene) {
   std::string text;
   try {
     text = cli::SceneText(scene);
-  } catch (const cli::UsageError&) {
+  } catch (const UsageError&) {
     return;  // A flag whose text is no switch, which the checks of the values report.
   }
   Expect(cli::SceneText(cli::ParseScene(text)) == text, "a written scene reads back differently");
@@ -31,7 +31,7 @@ void Apply(const cli::Scene& scene) {
     Expect(spec != nullptr && spec->inScene, "a setting that is no option was accepted");
     try {
       spec->apply(options, value);
-    } catch (const cli::UsageError&) {
+    } catch (const UsageError&) {
     }
   }
 }
@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   cli::Scene scene;
   try {
     scene = cli::ParseScene(text);
-  } catch (const cli::UsageError& error) {
+  } catch (const UsageError& error) {
     fuzz::Expect(std::strchr(error.what(), '\n') == nullptr || text.find("\\n") != text.npos,
                  "an error of more than one line");
     return 0;

@@ -50,7 +50,7 @@ void TryPoint(std::string_view text) {
     try {
       point.ColumnOf(side);
       point.RowOf(side);
-    } catch (const cli::UsageError&) {
+    } catch (const UsageError&) {
     }
   }
 }
@@ -110,7 +110,7 @@ void TryControl(std::string_view text) {
         Expect(setting.value >= declaration.validMin && setting.value <= declaration.validMax,
                "a slider value out of range was accepted");
       }
-    } catch (const cli::UsageError&) {
+    } catch (const UsageError&) {
     }
   }
 }
@@ -120,7 +120,7 @@ void TryOptions(std::string_view text) {
     cli::RenderOptions options;
     try {
       spec.apply(options, text);
-    } catch (const cli::UsageError&) {
+    } catch (const UsageError&) {
     }
   }
 }
@@ -141,7 +141,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(data + 1, data + size);
   try {
     fuzz::kReaders[data[0] % std::size(fuzz::kReaders)](text);
-  } catch (const cli::UsageError&) {
+  } catch (const UsageError&) {
   }
   return 0;
 }

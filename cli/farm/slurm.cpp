@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <sstream>
 
 #include "base/error.h"
@@ -46,13 +45,15 @@ std::size_t TasksOf(const std::string& id) {
   std::istringstream runs(id.substr(open + 1, id.find_first_of("%]", open) - open - 1));
   std::size_t count = 0;
   for (std::string run; std::getline(runs, run, ',');) {
-    int first = 0;
-    int last = 0;
-    int step = 1;
-    const int read = std::sscanf(run.c_str(), "%d-%d:%d", &first, &last, &step);
-    count += read >= 2 && step > 0 && last >= first
-                 ? static_cast<std::size_t>((last - first) / step + 1)
-                 : 1;
+    std::istringstream numbers(run);
+    char dash = 0;
+    std::size_t first = 0;
+    std::size_t last = 0;
+    const bool isRun = numbers >> first >> dash >> last && dash == '-' && last >= first;
+    char colon = 0;
+    std::size_t step = 1;
+    const bool hasStep = numbers >> colon >> step && colon == ':' && step > 0;
+    count += isRun ? (last - first) / (hasStep ? step : 1) + 1 : 1;
   }
   return count;
 }
@@ -83,8 +84,11 @@ std::string QueueText() {
 std::size_t LargestArray() {
   std::istringstream lines(OutputOf({"scontrol", "show", "config"}, "scontrol"));
   for (std::string line; std::getline(lines, line);) {
-    unsigned size = 0;
-    if (std::sscanf(line.c_str(), "MaxArraySize = %u", &size) == 1 && size > 1) {
+    std::istringstream words(line);
+    std::string name;
+    char equals = 0;
+    std::size_t size = 0;
+    if (words >> name >> equals >> size && name == "MaxArraySize" && size > 1) {
       return size - 1;  // it is the first index that is too large
     }
   }
@@ -99,9 +103,10 @@ NodeSize SmallestNode(const std::string& partition) {
   std::istringstream lines(OutputOf(command, "sinfo"));
   NodeSize smallest;
   for (std::string line; std::getline(lines, line);) {
+    std::istringstream numbers(line);
     int cpus = 0;
     int megabytes = 0;
-    if (std::sscanf(line.c_str(), "%d %d", &cpus, &megabytes) == 2) {
+    if (numbers >> cpus >> megabytes) {
       smallest.cpus = smallest.cpus == 0 ? cpus : std::min(smallest.cpus, cpus);
       smallest.knowsMemory = smallest.knowsMemory || megabytes > 1;  // 1 is Slurm's default
     }

@@ -7,7 +7,6 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -217,11 +216,17 @@ std::vector<SubmissionFolder> FindSubmissions(const std::string& scene) {
 }
 
 std::string NewSubmissionId() {
-  const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  const std::tm utc = *std::gmtime(&now);  // NOLINT(concurrency-mt-unsafe): before other threads
-  std::array<char, 32> time{};
-  std::strftime(time.data(), time.size(), "%Y%m%d-%H%M%S-", &utc);
-  std::string id = time.data();
+  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  const auto day = std::chrono::floor<std::chrono::days>(now);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss time(now - day);
+  std::array<char, 32> text{};
+  static_cast<void>(std::snprintf(
+      text.data(), text.size(), "%04d%02u%02u-%02d%02d%02d-", static_cast<int>(date.year()),
+      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+      static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+      static_cast<int>(time.seconds().count())));
+  std::string id = text.data();
   std::random_device random;
   for (int i = 0; i < 6; ++i) {
     id += static_cast<char>('a' + random() % 26);
@@ -244,7 +249,8 @@ PinnedFile Pin(const std::string& path) {
     throw RenderError(Text(path, ": cannot be read"));
   }
   std::array<char, 17> digits{};
-  std::snprintf(digits.data(), digits.size(), "%016llx", static_cast<unsigned long long>(hash));
+  static_cast<void>(std::snprintf(digits.data(), digits.size(), "%016llx",
+                                  static_cast<unsigned long long>(hash)));
   return {path, digits.data()};
 }
 

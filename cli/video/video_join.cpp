@@ -31,7 +31,7 @@ double SecondsOf(std::int64_t frames, PF_RationalScale rate) {
 
 std::string SecondsText(double seconds) {
   std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%.6f", seconds);
+  static_cast<void>(std::snprintf(text.data(), text.size(), "%.6f", seconds));
   return text.data();
 }
 
@@ -128,7 +128,7 @@ void CheckWhole(const std::string& file, const std::string& path, std::int64_t f
       FfmpegOutput({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
                     "format=duration", "-of", "default=nokey=1:noprint_wrappers=1", FileUrl(file)},
                    path);
-  const double told = std::atof(text.c_str());
+  const double told = std::strtod(text.c_str(), nullptr);
   const double expected = SecondsOf(frames, rate);
   // The sound may end a little later than the picture.
   constexpr double kSoundBlock = 0.1;
