@@ -11,13 +11,10 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/video/ffmpeg.h"
 
 namespace veltra::cli {
 namespace {
-
-using Words = std::vector<std::string>;
-
-constexpr const char* kConversion = "accurate_rnd+full_chroma_int+full_chroma_inp";
 
 Words Split(std::string_view text) {
   std::istringstream stream{std::string(text)};
@@ -26,10 +23,6 @@ Words Split(std::string_view text) {
     words.push_back(word);
   }
   return words;
-}
-
-void Append(Words& words, const Words& more) {
-  words.insert(words.end(), more.begin(), more.end());
 }
 
 // ---- Encoders ----

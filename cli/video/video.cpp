@@ -19,13 +19,6 @@ namespace veltra::cli {
 namespace {
 
 using Json = nlohmann::json;
-using Words = std::vector<std::string>;
-
-constexpr const char* kConversion = "accurate_rnd+full_chroma_int+full_chroma_inp";
-
-void Append(Words& words, std::initializer_list<std::string> more) {
-  words.insert(words.end(), more.begin(), more.end());
-}
 
 // ---- What a file tells ----
 

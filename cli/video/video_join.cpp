@@ -19,12 +19,6 @@
 namespace veltra::cli {
 namespace {
 
-using Words = std::vector<std::string>;
-
-void Append(Words& words, const Words& more) {
-  words.insert(words.end(), more.begin(), more.end());
-}
-
 double SecondsOf(std::int64_t frames, PF_RationalScale rate) {
   return static_cast<double>(frames) * rate.den / rate.num;
 }

@@ -15,12 +15,6 @@
 namespace veltra::cli {
 namespace {
 
-using Words = std::vector<std::string>;
-
-void Append(Words& words, const Words& more) {
-  words.insert(words.end(), more.begin(), more.end());
-}
-
 /// Whether the container has a place for the projection.
 bool HoldsProjection(const std::string& path) {
   const std::string extension = LowerExtension(path);
