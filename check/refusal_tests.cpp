@@ -183,12 +183,14 @@ bool IsUserCall(HostCall call) {
 }
 
 /// Whether there is no right picture without this call, so that one picture is as good an answer
-/// as an error. A parameter that cannot be read has no right value, and a sample that failed may
-/// count as transparent. A host without the world suite is one from before float: in a float frame
-/// nothing is left to tell the depth by.
+/// as an error. A parameter, a colour or a sound that cannot be read has no right value, and a
+/// sample that failed may count as transparent. A host without the world suite is one from before
+/// float: in a float frame nothing is left to tell the depth by.
 bool LeavesNoRightPicture(const CallKey& key, host::Depth depth) {
   return key.call == HostCall::kCheckoutParam || key.call == HostCall::kSubpixelSample ||
          key.call == HostCall::kAreaSample || key.call == HostCall::kNearestSample ||
+         key.call == HostCall::kQueryParameters || key.call == HostCall::kConvertColor ||
+         key.call == HostCall::kCheckoutLayerAudio ||
          (key.call == HostCall::kAcquireSuite && key.suite == "PF World Suite" &&
           depth == host::Depth::kFloat);
 }

@@ -65,12 +65,34 @@ void CheckComparison(TestRun& run, const Effect& effect, PF_ParamIndex index,
   if (same && !*same) {
     run.FailStep("it finds a value different from itself");
   }
-  const auto between = effect.DataBetween(index, value, value, 0.5);
-  if (same && between) {
-    const auto stays = effect.SameData(index, *between, value);
-    if (stays && !*stays) {
+  for (const double t : {0.0, 0.5, 1.0}) {
+    const auto between = effect.DataBetween(index, value, value, t);
+    const auto stays =
+        between ? effect.SameData(index, *between, value) : Expected<bool>(Failure{""});
+    if (same && stays && !*stays) {
       run.FailStep("between a value and itself it finds another");
     }
+  }
+}
+
+/// A copy is the same value, and its own.
+void CheckCopy(TestRun& run, const Effect& effect, PF_ParamIndex index, const FlatValue& value) {
+  const auto copy = effect.DataCopied(index, value);
+  if (!copy) {
+    run.Note(Text("control ", index, " is not copied: ", copy.ErrorText()));
+    return;
+  }
+  const auto same = effect.SameData(index, *copy, value);
+  if (same ? !*same : *copy != value) {
+    run.FailStep("its copy is another value");
+  }
+}
+
+/// What the host was given it gives back for disposal; what then is left over is the effect's leak.
+void CheckHoldings(TestRun& run, const Effect& effect, int handles, std::string_view what) {
+  const int left = effect.Holdings()->handles - handles;
+  if (left > 0) {
+    run.FailStep(Text(what, " left ", Count(static_cast<std::size_t>(left), "handle"), " behind"));
   }
 }
 
@@ -154,11 +176,8 @@ void TestSequences(TestRun& run) {
       RenderSettings settings = SettingsFor(scene, variant);
       SetRandomControls(settings, *effect, run.Rng(), Reach::kTame);
       CheckSequence(run, *effect, settings);
-      if (round == 1 && effect->Holdings()->handles > handles) {
-        run.FailStep(
-            Text("its sequences left ",
-                 Count(static_cast<std::size_t>(effect->Holdings()->handles - handles), "handle"),
-                 " behind"));
+      if (round == 1) {
+        CheckHoldings(run, *effect, handles, "its sequences");
       }
       if (round == 1 && effect->Holdings()->worlds > worlds) {
         run.FailStep(
@@ -179,14 +198,20 @@ void TestArbitraryData(TestRun& run) {
     }
     any = true;
     run.Step(Text("control ", control.index));
+    const int handles = effect->Holdings()->handles;
     const auto value = effect->DefaultData(control.index);
     if (!value) {
       run.Note(Text("control ", control.index, " cannot be stored: ", value.ErrorText()));
       continue;
     }
     CheckText(run, *effect, control.index, *value);
+    CheckHoldings(run, *effect, handles, "writing and reading its text");
     CheckComparison(run, *effect, control.index, *value);
+    CheckHoldings(run, *effect, handles, "comparing its values and finding one between");
+    CheckCopy(run, *effect, control.index, *value);
+    CheckHoldings(run, *effect, handles, "copying its values");
     CheckPicture(run, *effect, control.index, *value);
+    CheckHoldings(run, *effect, handles, "rendering with its values");
   }
   if (!any) {
     run.Skip("the effect has no arbitrary data");

@@ -203,6 +203,19 @@ Expected<FlatValue> Effect::DataBetween(PF_ParamIndex index, const FlatValue& le
   });
 }
 
+Expected<FlatValue> Effect::DataCopied(PF_ParamIndex index, const FlatValue& value) const {
+  return AboutData<FlatValue>(
+      index, [&](const ArbitraryCalls& calls, PF_Handle) -> Expected<FlatValue> {
+        const auto made = calls.Unflatten(value);
+        if (!made) {
+          return Failure{made.ErrorText()};
+        }
+        const auto copy = calls.Copy(*made);
+        calls.Dispose(*made);  // first, so that a copy which leans on it does not survive
+        return FlattenAndDispose(calls, copy);
+      });
+}
+
 Expected<bool> Effect::SameData(PF_ParamIndex index, const FlatValue& a, const FlatValue& b) const {
   return AboutData<bool>(index, [&](const ArbitraryCalls& calls, PF_Handle) {
     return WithBoth<bool>(calls, a, b, [&](PF_Handle x, PF_Handle y) -> Expected<bool> {

@@ -77,6 +77,8 @@ class Effect {
   /// Between two values, t from 0 to 1.
   Expected<FlatValue> DataBetween(PF_ParamIndex index, const FlatValue& left,
                                   const FlatValue& right, double t) const;
+  /// What the effect's own copy of the value is.
+  Expected<FlatValue> DataCopied(PF_ParamIndex index, const FlatValue& value) const;
   Expected<bool> SameData(PF_ParamIndex index, const FlatValue& a, const FlatValue& b) const;
 
   /// Held around Send, and around whole frames of an effect that does not declare threaded

@@ -80,6 +80,16 @@ const char* HostCallName(HostCall call) {
       return "PF_GetConstSequenceData";
     case HostCall::kRegisterUi:
       return "register_ui";
+    case HostCall::kConvertColor:
+      return "RGBtoHLS and its like";
+    case HostCall::kGaussianKernel:
+      return "gaussian_kernel";
+    case HostCall::kGetPlatformData:
+      return "get_platform_data";
+    case HostCall::kQueryParameters:
+      return "PF_GetCurrentState and its like";
+    case HostCall::kCheckoutLayerAudio:
+      return "checkout_layer_audio";
   }
   return "unknown call";
 }

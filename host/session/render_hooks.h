@@ -46,13 +46,18 @@ enum class HostCall {
   kGetPixelData,
   kGetConstSequenceData,
   kRegisterUi,
+  kConvertColor,
+  kGaussianKernel,
+  kGetPlatformData,
+  kQueryParameters,  ///< states, keyframes and values in floating point
+  kCheckoutLayerAudio,
 };
 
-/// For messages: the name of the call as the interface spells it.
+/// For messages: the name of the call as the interface spells it, or of one of several.
 const char* HostCallName(HostCall call);
 
 /// All of them, for whoever refuses each in turn.
-inline constexpr HostCall kLastHostCall = HostCall::kRegisterUi;
+inline constexpr HostCall kLastHostCall = HostCall::kCheckoutLayerAudio;
 
 struct HostCallDetails {
   HostCall call = HostCall::kAbort;

@@ -32,4 +32,10 @@ inline PF_Err AskCurrent(HostCall call) {
   return session != nullptr ? session->Ask(call) : PF_Err_NONE;
 }
 
+/// What the hooks say to a call that needs no session; PF_Err_NONE without one.
+inline PF_Err AskOf(PF_ProgPtr ref, HostCall call) noexcept {
+  Session* session = Session::From(ref);
+  return session == nullptr ? PF_Err_NONE : Guarded([&]() -> PF_Err { return session->Ask(call); });
+}
+
 }  // namespace veltra::host

@@ -103,6 +103,10 @@ PF_Err CheckoutLayerAudio(PF_ProgPtr ref, PF_ParamIndex, A_long, A_long, A_u_lon
   if (Session::From(ref) == nullptr || audio == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
+  *audio = nullptr;
+  if (const PF_Err refused = AskOf(ref, HostCall::kCheckoutLayerAudio)) {
+    return refused;
+  }
   *audio = &silence;
   return PF_Err_NONE;
 }

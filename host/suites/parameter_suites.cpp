@@ -108,6 +108,9 @@ PF_Err GetCurrentState(PF_ProgPtr ref, PF_ParamIndex index, const A_Time* start,
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kQueryParameters)) {
+      return refused;
+    }
     *state = session->Settings() != nullptr ? StateOver(*session, index, start, duration)
                                             : StateHash().Get();
     return PF_Err_NONE;
@@ -162,6 +165,9 @@ PF_Err IsIdenticalCheckout(PF_ProgPtr ref, PF_ParamIndex index, A_long time1, A_
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kQueryParameters)) {
+      return refused;
+    }
     if (index < 0 || index >= session->ParamCount()) {
       return PF_Err_INVALID_INDEX;
     }
@@ -234,6 +240,9 @@ PF_Err FindKeyframeTime(PF_ProgPtr ref, PF_ParamIndex index, A_long time, A_u_lo
   }
   *found = 0;
   return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kQueryParameters)) {
+      return refused;
+    }
     const std::vector<A_Time> keys = KeyframesOf(*session, index);
     const A_long at = FindKeyframe(keys, {time, scale}, direction);
     if (at >= 0) {
@@ -254,6 +263,9 @@ PF_Err GetKeyframeCount(PF_ProgPtr ref, PF_ParamIndex index, A_long* count) noex
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kQueryParameters)) {
+      return refused;
+    }
     const std::size_t keys = KeyframesOf(*session, index).size();
     *count = keys == 0 ? -1 : static_cast<A_long>(keys);
     return PF_Err_NONE;
@@ -267,6 +279,9 @@ PF_Err CheckoutKeyframe(PF_ProgPtr ref, PF_ParamIndex index, A_long key, A_long*
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kQueryParameters)) {
+      return refused;
+    }
     const std::vector<A_Time> keys = KeyframesOf(*session, index);
     if (key < 0 || static_cast<std::size_t>(key) >= keys.size()) {
       return PF_Err_INVALID_INDEX;
@@ -300,9 +315,12 @@ constexpr PF_ParamUtilsSuite2 kParamUtils2{
 
 // ---- Values in floating point ----
 
-PF_Err FloatColor(PF_ProgPtr, const PF_ParamDef* param, PF_PixelFloat* color) noexcept {
+PF_Err FloatColor(PF_ProgPtr ref, const PF_ParamDef* param, PF_PixelFloat* color) noexcept {
   if (param == nullptr || color == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  if (const PF_Err refused = AskOf(ref, HostCall::kQueryParameters)) {
+    return refused;
   }
   const PF_Pixel8& value = param->u.cd.value;
   const auto unit = [](A_u_char channel) { return static_cast<float>(channel) / 255.0F; };
@@ -310,18 +328,24 @@ PF_Err FloatColor(PF_ProgPtr, const PF_ParamDef* param, PF_PixelFloat* color) no
   return PF_Err_NONE;
 }
 
-PF_Err FloatPoint(PF_ProgPtr, const PF_ParamDef* param, A_FpLong (*point)[2]) noexcept {
+PF_Err FloatPoint(PF_ProgPtr ref, const PF_ParamDef* param, A_FpLong (*point)[2]) noexcept {
   if (param == nullptr || point == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  if (const PF_Err refused = AskOf(ref, HostCall::kQueryParameters)) {
+    return refused;
   }
   (*point)[0] = param->u.td.x_value / kFixedOne;
   (*point)[1] = param->u.td.y_value / kFixedOne;
   return PF_Err_NONE;
 }
 
-PF_Err FloatAngle(PF_ProgPtr, const PF_ParamDef* param, A_FpLong* degrees) noexcept {
+PF_Err FloatAngle(PF_ProgPtr ref, const PF_ParamDef* param, A_FpLong* degrees) noexcept {
   if (param == nullptr || degrees == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  if (const PF_Err refused = AskOf(ref, HostCall::kQueryParameters)) {
+    return refused;
   }
   *degrees = param->u.ad.value / kFixedOne;
   return PF_Err_NONE;

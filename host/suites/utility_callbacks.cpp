@@ -35,6 +35,9 @@ PF_Err GaussianKernel(PF_ProgPtr ref, A_FpLong radius, A_u_long flags, A_FpLong 
   if (Session::From(ref) == nullptr || diameter == nullptr || kernel == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
+  if (const PF_Err refused = AskOf(ref, HostCall::kGaussianKernel)) {
+    return refused;
+  }
   *diameter = GaussianDiameter(radius);
   FillGaussian(radius, flags, multiplier, *diameter, static_cast<A_long*>(kernel));
   return PF_Err_NONE;
@@ -78,6 +81,9 @@ PF_Err GetPlatformData(PF_ProgPtr ref, A_long which, void* out) noexcept {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   return Guarded([&]() -> PF_Err {
+    if (const PF_Err refused = session->Ask(HostCall::kGetPlatformData)) {
+      return refused;
+    }
     void* pointer = nullptr;
     const auto data = static_cast<PlatformData>(which);
     if (data == PlatformData::kEffectPath || data == PlatformData::kResourcePath) {

@@ -86,7 +86,9 @@ TEST_F(Refusals, OfSuitesEndTheProcessOfAnEffectThatTrustsThem) {
 /// Without these there is no right picture, so that any will do.
 bool MayPaintAnything(HostCall call) {
   return call == HostCall::kCheckoutParam || call == HostCall::kSubpixelSample ||
-         call == HostCall::kAreaSample || call == HostCall::kNearestSample;
+         call == HostCall::kAreaSample || call == HostCall::kNearestSample ||
+         call == HostCall::kQueryParameters || call == HostCall::kConvertColor ||
+         call == HostCall::kCheckoutLayerAudio;
 }
 
 /// The user's, whom another test asks for, and those that are refused with the suites.
