@@ -15,10 +15,10 @@
 
 namespace veltra::pictures {
 
-/// "PNG", "TIFF", "JPEG", "OpenEXR", "Radiance HDR" or "WebP".
+/// "PNG", "TIFF", "JPEG", "OpenEXR", "Radiance HDR", "WebP" or "PAM".
 std::string_view FormatName(PictureFormat format);
 
-/// "PNG, TIFF, JPEG, EXR, HDR or WebP".
+/// "PNG, TIFF, JPEG, EXR, HDR, WebP or PAM".
 std::string ReadableFormats();
 
 /// Recognises the format by the first bytes and reads the header; sizes are checked before

@@ -54,6 +54,10 @@ constexpr auto kNoTypes = std::array<SampleType, 0>{};
 constexpr auto kWebpSignatures = List("RIFF"sv);
 constexpr auto kWebpEndings = List(".webp"sv);
 
+constexpr auto kPamSignatures = List("P7\n"sv);
+constexpr auto kPamEndings = List(".pam"sv);
+constexpr auto kPamTypes = std::array{kUint8, kUint16};
+
 /// Opens a file of a format that has nothing to select from.
 template <auto kOpen>
 std::unique_ptr<PictureReader> Plain(const ByteSource& source, const PictureSelection& selection) {
@@ -82,6 +86,8 @@ constexpr std::array kFormats = {
               kNoTexts, kNoAlpha, kStraight, Plain<OpenHdr>, nullptr},
     FormatRow{PictureFormat::kWebp, "WebP", "WebP", kWebpSignatures, kWebpEndings, kNoTypes,
               kNoTexts, kAlpha, kStraight, Plain<OpenWebp>, nullptr},
+    FormatRow{PictureFormat::kPam, "PAM", "PAM", kPamSignatures, kPamEndings, kPamTypes,
+              kNoTexts, kAlpha, kStraight, Plain<OpenPam>, CreatePam},
 };
 // clang-format on
 

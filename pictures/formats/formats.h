@@ -21,6 +21,7 @@ std::unique_ptr<PictureReader> OpenJpeg(const ByteSource& source);
 std::unique_ptr<PictureReader> OpenExr(const ByteSource& source, const PictureSelection& selection);
 std::unique_ptr<PictureReader> OpenHdr(const ByteSource& source);
 std::unique_ptr<PictureReader> OpenWebp(const ByteSource& source);
+std::unique_ptr<PictureReader> OpenPam(const ByteSource& source);
 
 // Each writes the header of a picture of width x height. Throws RenderError with the reason.
 std::unique_ptr<PictureWriter> CreatePng(ByteSink& sink, int width, int height,
@@ -30,6 +31,8 @@ std::unique_ptr<PictureWriter> CreateTiff(ByteSink& sink, int width, int height,
 std::unique_ptr<PictureWriter> CreateJpeg(ByteSink& sink, int width, int height,
                                           const PictureOptions& options);
 std::unique_ptr<PictureWriter> CreateExr(ByteSink& sink, int width, int height,
+                                         const PictureOptions& options);
+std::unique_ptr<PictureWriter> CreatePam(ByteSink& sink, int width, int height,
                                          const PictureOptions& options);
 
 /// How many threads OpenEXR may start for files that are opened from now on.

@@ -27,8 +27,8 @@ constexpr bool IsFloat(SampleType type) {
   return type == SampleType::kHalf || type == SampleType::kFloat;
 }
 
-enum class PictureFormat { kPng, kTiff, kJpeg, kExr, kHdr, kWebp };
-inline constexpr std::size_t kPictureFormatCount = 6;
+enum class PictureFormat { kPng, kTiff, kJpeg, kExr, kHdr, kWebp, kPam };
+inline constexpr std::size_t kPictureFormatCount = 7;
 
 /// Something a header says, in its format's own bytes.
 struct NamedAttribute {

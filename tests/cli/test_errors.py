@@ -128,8 +128,8 @@ class Errors(ProgramTest):
         self.refuse(FAILED, "folder.png: is a directory", frame="folder.png")
         for content in (b"x", b"hello, this is text", bytes(range(256))):
             (self.folder / "bad.png").write_bytes(content)
-            self.refuse(FAILED, "bad.png: not a readable image (expected PNG, TIFF, JPEG, EXR, HDR "
-                        "or WebP)", frame="bad.png")
+            self.refuse(FAILED, "bad.png: not a readable image (expected PNG, TIFF, JPEG, EXR, HDR, "
+                        "WebP or PAM)", frame="bad.png")
         (self.folder / "bad.png").write_bytes(b"")
         self.refuse(FAILED, "bad.png: empty file", frame="bad.png")
 

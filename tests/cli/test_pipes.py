@@ -61,6 +61,39 @@ class Pipes(ProgramTest):
         self.assert_fails(2, "standard output needs a format", "render", "-f", "in.png", "-o", "-")
         self.assertEqual(self.files(), ["file.exr", "file.png", "file.tif", "in.png"])
 
+    def test_raw_frames_go_through_pipes(self):
+        def pam(pixels, kind):
+            height, width, channels = pixels.shape
+            most = np.iinfo(pixels.dtype).max
+            return (f"P7\nWIDTH {width}\nHEIGHT {height}\nDEPTH {channels}\nMAXVAL {most}\n"
+                    f"TUPLTYPE {kind}\nENDHDR\n").encode() + pixels.astype(
+                        pixels.dtype.newbyteorder(">")).tobytes()
+
+        def through(data, *arguments):
+            return self.run_program("render", "-f", "-", "-o", "-", "--format", "pam", *arguments,
+                                    text=False, input=data)
+
+        for sample in (np.uint8, np.uint16):
+            # Values that 16 bits of After Effects, 0 to 32768, can hold.
+            pictures.write_png(self.path("in.png"), gradient(33, 17, 4, sample))
+            self.run_well("render", "-f", "in.png", "-o", "held.png")
+            frame = pictures.read_png(self.path("held.png"))
+            process = through(pam(frame, "RGB_ALPHA"))
+            self.assertEqual(process.stdout, pam(frame, "RGB_ALPHA"), process.stderr)
+            opaque = pam(frame[..., :3], "RGB")
+            self.assertEqual(through(opaque, "--no-alpha").stdout, opaque)
+            grey = through(pam(frame[..., :1], "GRAYSCALE"), "--no-alpha").stdout
+            self.assertEqual(grey, pam(np.repeat(frame[..., :1], 3, axis=2), "RGB"))
+        whole = pam(gradient(33, 17, 4, np.uint8), "RGB_ALPHA")
+        for data, message in ((whole[:-1], b"-: damaged or cut short PAM file (the file ends early)"),
+                              (whole + whole, b"-: more follows the PAM frame (expected one frame)"),
+                              (whole[:30], b"-: damaged or cut short PAM file (no usable header)"),
+                              (whole.replace(b"L 255", b"L 100"),
+                               b"-: a PAM file with MAXVAL 100 (expected 255 or 65535)")):
+            process = through(data)
+            self.assertEqual((process.returncode, process.stdout), (1, b""))
+            self.assertIn(message, process.stderr)
+
     def test_nothing_of_a_failed_picture_goes_into_a_pipe(self):
         pictures.write_png(self.path("in.png"), gradient(33, 17, 4, np.uint8))
         data = pathlib.Path(self.path("in.png")).read_bytes()
