@@ -2,15 +2,15 @@
 # SPDX-License-Identifier: BSD-3-Clause
 # Toolchain for Windows x64 from a Debian machine.
 
-set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR AMD64)
-set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
-set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64-compiler.cmake)
+
+# The libraries that scripts/build-windows-libraries makes.
+if(NOT DEFINED VELTRA_WINDOWS_LIBRARIES)
+  execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../scripts/build-windows-libraries --where
+                  OUTPUT_VARIABLE VELTRA_WINDOWS_LIBRARIES OUTPUT_STRIP_TRAILING_WHITESPACE)
+endif()
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VELTRA_WINDOWS_LIBRARIES)
+list(PREPEND CMAKE_FIND_ROOT_PATH ${VELTRA_WINDOWS_LIBRARIES})
 
 # Test programs run under Wine; one that stands alone needs no library path.
 find_program(VELTRA_WINE NAMES wine64 wine wine64-stable HINTS /usr/lib/wine)

@@ -230,6 +230,7 @@ int WaitMilliseconds(Clock::time_point deadline) {
 bool Listen(const Child& child, File& report, File& output, Clock::time_point deadline,
             ProcessEnd& end, const std::function<void(std::string_view)>& onLine) {
   std::string lines;
+  bool ended = false;
   while (report.Valid() || output.Valid()) {
     std::array<pollfd, 2> waits{pollfd{report.Number(), POLLIN, 0},
                                 pollfd{output.Number(), POLLIN, 0}};
@@ -239,7 +240,8 @@ bool Listen(const Child& child, File& report, File& output, Clock::time_point de
       return false;
     }
     if (ready <= 0) {
-      if (child.HasEnded()) {
+      // What it said last may have come in after this wait: only the next one tells.
+      if (std::exchange(ended, child.HasEnded())) {
         return true;
       }
       continue;

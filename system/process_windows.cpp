@@ -384,6 +384,7 @@ class Inlet {
 bool Listen(const Child& child, Inlet& report, Inlet& output, Clock::time_point deadline,
             ProcessEnd& end, const std::function<void(std::string_view)>& onLine) {
   std::string lines;
+  bool ended = false;
   while (report.Open() || output.Open()) {
     std::vector<HANDLE> events;
     std::vector<std::pair<Inlet*, std::string*>> inlets;
@@ -401,7 +402,8 @@ bool Listen(const Child& child, Inlet& report, Inlet& output, Clock::time_point 
       return false;
     }
     if (ready >= WAIT_OBJECT_0 + events.size()) {
-      if (child.HasEnded()) {
+      // What it said last may have come in after this wait: only the next one tells.
+      if (std::exchange(ended, child.HasEnded())) {
         return true;
       }
       continue;

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
 #include "cli/commands/commands.h"
@@ -142,7 +143,7 @@ SubmissionFolder Chosen(const CommandLine& line) {
     return all.back();
   }
   for (const SubmissionFolder& folder : all) {
-    if (folder.Path().filename() == line.id) {
+    if (folder.Path().filename() == PathOf(line.id)) {
       return folder;
     }
   }

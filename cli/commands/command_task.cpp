@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "base/error.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "cli/commands/commands.h"
 #include "cli/farm/task.h"
@@ -73,7 +74,7 @@ int RunTask(const Arguments& arguments) {
     throw UsageError("--finish: has no range");
   }
   CatchInterrupts();
-  const SubmissionFolder submission(folder);
+  const SubmissionFolder submission(PathOf(folder));
   return finish ? RunFinish(submission)
                 : RunRange(submission, static_cast<std::size_t>(RangeNumber(range)));
 }

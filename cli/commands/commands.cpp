@@ -178,6 +178,7 @@ void RefuseShortEquals(const CLI::App& app, const Arguments& arguments) {
 }  // namespace
 
 bool ParseArguments(CLI::App& app, const Arguments& arguments) {
+  app.allow_windows_style_options(false);  // "/folder/in.png" is a file on every system
   if (arguments == Arguments{kManualSection}) {
     Print(stdout, ManualSection(app));
     return false;

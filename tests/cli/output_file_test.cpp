@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "base/error.h"
+#include "system/files.h"
 
 namespace veltra::pictures {
 namespace {
@@ -33,6 +34,10 @@ class OutputFiles : public testing::Test {
   std::size_t FileCount() const {
     const std::filesystem::directory_iterator files(folder_);
     return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+  }
+  std::string OnlyFile() const {
+    EXPECT_EQ(FileCount(), 1U);
+    return std::filesystem::directory_iterator(folder_)->path().string();
   }
 
  private:
@@ -74,9 +79,11 @@ TEST_F(OutputFiles, PlacesCanBeWrittenAgainAndReadBack) {
 
 TEST_F(OutputFiles, InterruptedProgramsRemoveWhatIsTemporary) {
   OutputFile file(Path("a"));
-  EXPECT_EQ(FileCount(), 1U);
+  const std::string temporary = OnlyFile();
+  EXPECT_TRUE(OpenForReading(temporary));
   RemoveTemporaryFiles();
-  EXPECT_EQ(FileCount(), 0U);
+  // Where an open file keeps its name until it is closed nobody can open it any more.
+  EXPECT_FALSE(OpenForReading(temporary));
 }
 
 TEST_F(OutputFiles, FailureSticksAndIsTold) {

@@ -12,6 +12,10 @@ import unittest
 import numpy as np
 
 PROGRAM = os.path.abspath(os.environ["VELTRA"])
+WINDOWS = os.environ.get("VELTRA_SYSTEM") == "Windows"
+
+# For what Windows does not have, such as links and limits for one process.
+posix_only = unittest.skipIf(WINDOWS, "Windows does not have it")
 
 
 class ProgramTest(unittest.TestCase):

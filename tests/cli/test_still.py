@@ -5,7 +5,7 @@
 import numpy as np
 
 import pictures
-from support import ProgramTest, gradient
+from support import ProgramTest, gradient, posix_only
 
 LINE = ("--start", "30%,50%", "--end", "70%,50%", "--degrees", "40")
 
@@ -157,12 +157,14 @@ class Still(ProgramTest):
         self.render()
         self.assertEqual(self.files(), ["frame.png", "layer.png", "out.png"])
 
+    @posix_only
     def test_output_replaces_what_was_there_and_keeps_its_rights(self):
         (self.folder / "out.png").write_text("old")
         (self.folder / "out.png").chmod(0o600)
         self.render()
         self.assertEqual((self.folder / "out.png").stat().st_mode & 0o777, 0o600)
 
+    @posix_only
     def test_output_through_a_link_replaces_the_file_and_not_the_link(self):
         (self.folder / "real.png").write_text("old")
         (self.folder / "out.png").symlink_to("real.png")
@@ -174,6 +176,7 @@ class Still(ProgramTest):
         out = self.render(output="frame.png")
         np.testing.assert_array_equal(out[32, 45], [255, 0, 0, 255])
 
+    @posix_only
     def test_picture_comes_through_a_pipe(self):
         data = (self.folder / "frame.png").read_bytes()
         self.run_well("render", "-f", "/dev/stdin", "-o", "out.png", text=False, input=data)

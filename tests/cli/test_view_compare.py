@@ -9,7 +9,7 @@ import unittest
 import numpy as np
 
 import pictures
-from support import ProgramTest, gradient
+from support import WINDOWS, ProgramTest, gradient
 
 
 def sphere(width, height):
@@ -94,6 +94,7 @@ class View(ProgramTest):
                                           np.full((4, 6, 4), 40 * number))
 
     @unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg")
+    @unittest.skipIf(WINDOWS, "there is no ffmpeg for Windows here")
     def test_videos_come_out_flat(self):
         subprocess.run(["ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=128x64:d=0.2",
                         self.path("in.mp4")], check=True)
