@@ -3,9 +3,10 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Writes the bill of materials (CycloneDX 1.4): what is linked into the files for Windows.
 
-usage: bill_of_materials.py --version 1.2.3 --epoch SECONDS --output FILE.json
+usage: bill_of_materials.py --version 1.2.3 --epoch SECONDS --licences FOLDER --output FILE.json
 
-The files for Linux hold no libraries of others: theirs are the system's.
+FOLDER has NAME.version for each library, as scripts/build-windows-libraries leaves it. The files
+for Linux hold none of them: their libraries are the system's.
 """
 
 import argparse
@@ -30,8 +31,11 @@ def component(name, version, licence):
             "licenses": [{"expression": licence}]}
 
 
-def components():
+def components(folder):
     found = []
+    for path in sorted(folder.glob("*.version")):
+        version, licence = path.read_text().strip().split("|")
+        found.append(component(path.stem, version, licence))
     for name, (package, licence) in RUN_TIME.items():
         version = subprocess.run(["dpkg-query", "-W", "-f", "${Version}", package], check=True,
                                  capture_output=True, text=True).stdout
@@ -39,8 +43,8 @@ def components():
     return found
 
 
-def document(version, epoch):
-    parts = components()
+def document(version, epoch, folder):
+    parts = components(folder)
     moment = datetime.datetime.fromtimestamp(epoch, datetime.timezone.utc)
     text = json.dumps([version, epoch, parts])
     return {
@@ -63,7 +67,8 @@ if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     parser.add_argument("--version", required=True)
     parser.add_argument("--epoch", required=True, type=int)
+    parser.add_argument("--licences", required=True, type=pathlib.Path)
     parser.add_argument("--output", required=True, type=pathlib.Path)
     options = parser.parse_args()
-    bill = document(options.version, options.epoch)
+    bill = document(options.version, options.epoch, options.licences)
     options.output.write_text(json.dumps(bill, indent=2) + "\n", encoding="utf-8")

@@ -5,7 +5,7 @@
 
 usage: make_msi.py --version 1.2.3 --files FOLDER --epoch SECONDS --output FILE.msi
 
-FOLDER holds documents/ (go to Program Files) and effect/ (goes to the plug-in folder). Needs wixl,
+FOLDER holds program/ (goes to Program Files) and effect/ (goes to the plug-in folder). Needs wixl,
 msibuild and faketime.
 """
 
@@ -77,8 +77,8 @@ def references(names):
 
 
 def document(files, version, near):
-    documents, effect = [], []
-    documents_xml = folder_xml(files / "documents", files, near, documents)
+    program, effect = [], []
+    program_xml = folder_xml(files / "program", files, near, program)
     effect_xml = folder_xml(files / "effect", files, near, effect)
     icon = os.path.relpath(pathlib.Path(__file__).resolve().parent / "veltra.ico", near)
     levels = range(len(PLUGIN_LEVELS))
@@ -106,7 +106,8 @@ def document(files, version, near):
 {searches}<Directory Id="TARGETDIR" Name="SourceDir">
 <Directory Id="ProgramFiles64Folder">
 <Directory Id="INSTALLFOLDER" Name="Veltra">
-{documents_xml}
+{program_xml}
+{value_xml("PathValue", "[INSTALLFOLDER]")}
 </Directory>
 {plugins}
 </Directory>
@@ -114,8 +115,11 @@ def document(files, version, near):
 <Feature Id="Effect" Title="Effect for After Effects" Level="1" Absent="disallow">
 {references(effect + ["OwnFolder"] + [f"Level{level}" for level in levels])}
 </Feature>
-<Feature Id="Documents" Title="Documents" Level="1">
-{references(documents)}
+<Feature Id="Program" Title="Program and guide" Level="1">
+{references(program)}
+</Feature>
+<Feature Id="Path" Title="veltra on the PATH" Level="1000">
+{references(["PathValue"])}
 </Feature>
 </Product>
 </Wix>
@@ -124,6 +128,16 @@ def document(files, version, near):
 
 def queries():
     """What wixl knows no elements for."""
+    # The PATH.
+    yield ("CREATE TABLE `Environment` (`Environment` CHAR(72) NOT NULL, `Name` CHAR(255) NOT NULL "
+           "LOCALIZABLE, `Value` CHAR(255) LOCALIZABLE, `Component_` CHAR(72) NOT NULL "
+           "PRIMARY KEY `Environment`)")
+    # = sets at installation, - removes, * of the machine; [~] keeps what is there before it.
+    yield ("INSERT INTO `Environment` (`Environment`, `Name`, `Value`, `Component_`) VALUES "
+           "('Path', '=-*PATH', '[~];[INSTALLFOLDER]', 'PathValue')")
+    for action, sequence in (("RemoveEnvironmentStrings", 3300), ("WriteEnvironmentStrings", 5200)):
+        yield ("INSERT INTO `InstallExecuteSequence` (`Action`, `Condition`, `Sequence`) VALUES "
+               f"('{action}', '', {sequence})")
     # The folder that an earlier installation was told, unless this one is told another.
     yield ("INSERT INTO `CustomAction` (`Action`, `Type`, `Source`, `Target`) VALUES "
            "('UseSavedFolder', 51, 'PLUGINFOLDER', '[SAVEDFOLDER]')")

@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 # Copyright 2026 The Veltra Authors
 # SPDX-License-Identifier: BSD-3-Clause
-"""Installs and removes the Windows packages under Wine, and looks at everything in dist/.
+"""Installs, uses and removes the Windows packages under Wine, and looks at everything in dist/.
 
-usage: test_windows_packages.py --dist DIR --effect VELTRA.aex [Files | Installer]
+usage: test_windows_packages.py --dist DIR --effect VELTRA.aex --program LINUX_VELTRA [Files | Installer | Zip]
 
-What is installed has to be the effect of the build, which the conformance tests have run under Wine.
+What is installed has to be the effect of the build, which the conformance tests have run under Wine,
+and render what the program for Linux renders.
 """
 
 import argparse
@@ -56,6 +57,8 @@ class WineTest(unittest.TestCase):
         cls.drive = cls.folder / "wine/drive_c"
         cls.addClassCleanup(subprocess.run, [WINESERVER, "-k"], check=False,
                             env=cls.environment)
+        run_well(OPTIONS.program, "sample", cls.folder / "s", "--size", "512x256")
+
     @classmethod
     def wine(cls, *arguments, expected=0, **options):
         """Runs a Windows program; answers what it printed."""
@@ -83,6 +86,20 @@ class WineTest(unittest.TestCase):
                                    *(self.drive / "Program Files" / top).rglob("*")]
                       if path.exists())
 
+    def assert_renders(self, program):
+        """The program with the effect that it finds, against the program for Linux."""
+        render = ("render", "scene.json", "--frames", "1-2", "--quiet")
+        sample = self.folder / "s"
+        results = []
+        for run in (lambda: self.wine(program, *render, cwd=sample),
+                    lambda: run_well(OPTIONS.program, *render, cwd=sample)):
+            for old in sample.glob("travel.*"):
+                old.unlink()
+            run()
+            results.append([path.read_bytes() for path in sorted(sample.glob("travel.*"))])
+        self.assertEqual(len(results[0]), 2)
+        self.assertEqual(*results)
+
     def other_version(self, version, folder):
         """An installer of another version, of the files of this one."""
         with zipfile.ZipFile(package("*-windows-x64.zip")) as archive:
@@ -91,7 +108,7 @@ class WineTest(unittest.TestCase):
         files = self.folder / ("files" + version)
         (files / "effect").mkdir(parents=True)
         (unpacked / "Veltra.aex").rename(files / "effect/Veltra.aex")
-        unpacked.rename(files / "documents")
+        unpacked.rename(files / "program")
         msi = self.folder / f"{version}.msi"
         run_well(sys.executable, REPOSITORY / "packaging/windows/make_msi.py", "--version", version,
                  "--files", files, "--epoch", "1700000000", "--output", msi)
@@ -104,18 +121,22 @@ class Installer(WineTest):
 
     def test_a_life_from_installation_to_removal(self):
         msi = package("*.msi")
-        documents = self.drive / "Program Files/Veltra"
+        installed = self.drive / "Program Files/Veltra"
+        program = installed / "veltra.exe"
         effect = self.drive / PLUGINS / "Veltra/Veltra.aex"
         self.assertEqual(self.ours(), [])
         self.install(msi)
         self.assert_effect(effect)
-        whole = (documents / "README.md").read_bytes()
+        self.assertIn("MediaCore\\Veltra\\Veltra.aex", self.wine(program, "about"))
+        self.assert_renders(program)
+        whole = (installed / "README.md").read_bytes()
         before = self.ours()
 
-        (documents / "README.md").unlink()
+        (installed / "README.md").unlink()
+        program.unlink()
         effect.write_bytes(b"damaged")
         self.install(msi, "REINSTALL=ALL", "REINSTALLMODE=amus")
-        self.assertEqual((documents / "README.md").read_bytes(), whole)
+        self.assertEqual((installed / "README.md").read_bytes(), whole)
         self.assert_effect(effect)
         self.assertEqual(self.ours(), before)
 
@@ -125,6 +146,7 @@ class Installer(WineTest):
         self.install(msi, expected=REFUSED)
         self.assertEqual(self.ours(), before)
         self.assert_effect(effect)
+        self.assert_renders(program)
         self.remove(newer)
         self.assertEqual(self.ours(), [])
 
@@ -146,8 +168,26 @@ class Installer(WineTest):
         self.install(newer, "ADDLOCAL=Effect")
         self.assert_effect(place / "Veltra.aex")
         self.assertEqual(self.ours(), [])
+        # The program finds the effect there, and goes onto the path where that is asked for.
+        self.install(newer, "ADDLOCAL=Program,Path")
+        program = self.drive / "Program Files/Veltra/veltra.exe"
+        self.assertIn("My Plug-ins\\V\\Veltra.aex", self.wine(program, "about"))
+        query = ("reg", "query",
+                 "HKLM\\System\\CurrentControlSet\\Control\\Session Manager\\Environment",
+                 "/v", "PATH")
+        self.assertIn("C:\\Program Files\\Veltra\\", self.wine(*query))
         self.remove(newer)
         self.assertFalse(place.exists())
+        self.assertEqual(self.ours(), [])
+        self.assertNotIn("Veltra", self.wine(*query))
+
+
+class Zip(WineTest):
+    def test_it_renders_where_it_is_unpacked(self):
+        with zipfile.ZipFile(package("*-windows-x64.zip")) as archive:
+            archive.extractall(self.folder)
+        folder, = self.folder.glob("Veltra-*-windows-x64")
+        self.assert_renders(folder / "veltra.exe")
 
 
 class Files(unittest.TestCase):
@@ -171,6 +211,10 @@ class Files(unittest.TestCase):
 
     def test_the_bill_tells_versions_and_licences(self):
         bill = json.loads(package("*.cdx.json").read_text())
+        told = {part["name"] for part in bill["components"]}
+        for line in (REPOSITORY / "packaging/windows-libraries.txt").read_text().splitlines():
+            if line and not line.startswith("#"):
+                self.assertIn(line.split("|")[0], told)
         self.assertEqual((bill["bomFormat"], bill["specVersion"]), ("CycloneDX", "1.4"))
         self.assertTrue(bill["components"])
         for part in bill["components"]:
@@ -186,7 +230,7 @@ class Files(unittest.TestCase):
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
-    for name in ("dist", "effect"):
+    for name in ("dist", "effect", "program"):
         parser.add_argument(f"--{name}", required=True,
                             type=lambda text: pathlib.Path(text).resolve())
     OPTIONS, rest = parser.parse_known_args()
