@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Installs, uses and removes the Windows packages under Wine, and looks at everything in dist/.
 
-usage: test_windows_packages.py --dist DIR --effect VELTRA.aex --program LINUX_VELTRA [Files | Installer | Zip]
+usage: test_windows_packages.py --dist DIR --effect VELTRA.aex --program LINUX_VELTRA [Files | Installer | Trial | Zip]
 
 What is installed has to be the effect of the build, which the conformance tests have run under Wine,
 and render what the program for Linux renders.
@@ -105,6 +105,7 @@ class WineTest(unittest.TestCase):
         with zipfile.ZipFile(package("*-windows-x64.zip")) as archive:
             archive.extractall(folder)
         unpacked, = folder.iterdir()
+        shutil.rmtree(unpacked / "trial")
         files = self.folder / ("files" + version)
         (files / "effect").mkdir(parents=True)
         (unpacked / "Veltra.aex").rename(files / "effect/Veltra.aex")
@@ -190,6 +191,41 @@ class Zip(WineTest):
         self.assert_renders(folder / "veltra.exe")
 
 
+class Trial(WineTest):
+    """The trial kit, with the pictures of the program for Linux in the place of After Effects'."""
+
+    def setUp(self):
+        with zipfile.ZipFile(package("*-windows-x64.zip")) as archive:
+            archive.extractall(self.folder / "my tries")
+        self.kit, = self.folder.glob("my tries/*/trial")
+        self.addCleanup(shutil.rmtree, self.folder / "my tries")
+
+    def compare(self, expected):
+        return self.wine("cmd", "/c", "compare.bat", "quiet", cwd=self.kit, expected=expected)
+
+    def test_the_report_tells_what_differs(self):
+        self.assertIn("run veltra-trial.jsx in After Effects first", self.compare(1))
+        (self.kit / "headless").mkdir()
+        for scene in (self.kit / "scenes").iterdir():
+            run_well(OPTIONS.program, "render", scene, "--quiet")
+        theirs = self.kit / "after-effects"
+        (self.kit / "headless").rename(theirs)
+        self.compare(0)
+        report = (self.kit / "report.html").read_text()
+        self.assertIn("<p>20 of 20 settings pass.</p>", report)
+        self.assertEqual(report.count("<h2 class='pass'>pass: "), 20)
+
+        shutil.copy(theirs / "03-solo.0000.png", theirs / "02-tile.0000.png")
+        (theirs / "20-moving.0005.png").unlink()
+        self.compare(1)
+        report = (self.kit / "report.html").read_text()
+        self.assertIn("<p>18 of 20 settings pass.</p>", report)
+        self.assertIn("<h2 class='FAIL'>FAIL: 02-tile, ", report)
+        self.assertRegex(report, r"02-tile\.0000\.png: worst 0\.\d+ at \d+,\d+")
+        self.assertIn("has no frame 5", report)
+        self.assertTrue((self.kit / "report/02-tile.0000.png").exists())
+
+
 class Files(unittest.TestCase):
     def test_the_sums_are_those_of_every_file(self):
         lines = (OPTIONS.dist / "SHA256SUMS").read_text().splitlines()
@@ -208,6 +244,15 @@ class Files(unittest.TestCase):
             for part in bill["components"]:
                 text = archive.read(f"{folder}licences/{part['name']}.txt")
                 self.assertGreater(len(text), 300)
+
+    def test_the_zip_has_the_trial_kit(self):
+        with zipfile.ZipFile(package("*-windows-x64.zip")) as archive:
+            names = archive.namelist()
+        kit = {name[len(names[0] + "trial/"):] for name in names
+               if name.startswith(names[0] + "trial/")}
+        self.assertLessEqual({"README.txt", "compare.bat", "frame.png", "layer.png",
+                              "veltra-settings.jsxinc", "veltra-trial.jsx"}, kit)
+        self.assertEqual(sum(name.endswith(".json") for name in kit), 20)
 
     def test_the_bill_tells_versions_and_licences(self):
         bill = json.loads(package("*.cdx.json").read_text())
