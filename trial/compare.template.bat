@@ -6,7 +6,8 @@ rem writes report.html. "compare.bat quiet" neither waits for a key nor opens th
 rem Ends with 0 when every setting passes and with 1 otherwise.
 setlocal
 set "QUIET=%~1"
-cd /d "%~dp0" || exit /b 1
+cd /d "%~dp0"
+if not exist scenes\ goto nowhere
 set "VELTRA=%~dp0..\veltra.exe"
 if not exist "%VELTRA%" set "VELTRA=veltra.exe"
 if not exist after-effects\ goto nothing
@@ -14,14 +15,20 @@ if exist report rmdir /s /q report
 if exist headless rmdir /s /q headless
 mkdir report
 mkdir headless
->report\program.txt 2>&1 "%VELTRA%" --version || goto missing
->>report\program.txt 2>&1 "%VELTRA%" about
+"%VELTRA%" --version >report\program.txt 2>&1
+if not %ERRORLEVEL%==0 goto missing
+"%VELTRA%" about >>report\program.txt 2>&1
 set PASSED=0
 @CALLS@
 @PAGE@
 echo %PASSED% of @COUNT@ settings pass: report.html
 if not "%QUIET%"=="quiet" start "" report.html
 if %PASSED%==@COUNT@ exit /b 0
+exit /b 1
+
+:nowhere
+echo This folder cannot be worked in: unpack the zip onto a drive that has a letter.
+if not "%QUIET%"=="quiet" pause
 exit /b 1
 
 :nothing
@@ -38,8 +45,10 @@ rem compare NAME ENDING TOLERANCE
 :compare
 echo %1
 set "VERDICT_%1=FAIL"
->report\%1.txt 2>&1 "%VELTRA%" @RENDER@ || goto :eof
->>report\%1.txt 2>&1 "%VELTRA%" @COMPARE@ || goto :eof
+"%VELTRA%" @RENDER@ >report\%1.txt 2>&1
+if not %ERRORLEVEL%==0 goto :eof
+"%VELTRA%" @COMPARE@ >>report\%1.txt 2>&1
+if not %ERRORLEVEL%==0 goto :eof
 set "VERDICT_%1=pass"
 set /a PASSED+=1
 goto :eof

@@ -158,7 +158,7 @@ def batch_page(table):
             line = line.replace("{}", "%PASSED%")
         elif kind == "file":
             name = rest[0].replace("/", "\\")
-            line = f"if exist {name} >>report.html type {name}"
+            line = f"if exist {name} type {name} >>report.html"
         yield line
 
 

@@ -228,7 +228,7 @@ class Report(KitTest):
 
     def test_a_missing_one_fails_and_says_so(self):
         self.assertIn("FAIL: 20-moving, ", self.section("20-moving"))
-        self.assertIn("has no frame 5", self.section("20-moving"))
+        self.assertIn("veltra: after-effects/20-moving.0005.png: ", self.section("20-moving"))
 
     def test_it_shows_pictures_that_are_there(self):
         missing = {source for source in self.page.pictures if not (self.kit / source).exists()}
