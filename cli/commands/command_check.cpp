@@ -149,7 +149,7 @@ const check::Test& KnownTest(const std::string& name) {
 }
 
 fs::path ExistingFile(const std::string& text) {
-  const fs::path path = PathOf(text);
+  fs::path path = PathOf(text);
   std::error_code error;
   if (!fs::exists(path, error)) {
     throw UsageError(Text(text, ": no such file"));
@@ -177,7 +177,7 @@ check::Report RunTestsOn(const check::RunnerSettings& settings, const CheckOptio
     return RunTests(settings, [](const check::TestResult&) {});
   }
   check::PrintHeading(std::cout, settings.tests);
-  const check::Report report = RunTests(settings, [&](const check::TestResult& result) {
+  check::Report report = RunTests(settings, [&](const check::TestResult& result) {
     check::PrintResult(std::cout, result, options.verbose);
   });
   check::PrintSummary(std::cout, report);
