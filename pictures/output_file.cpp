@@ -163,7 +163,13 @@ void OutputFile::Create(const FileStatus& before) {
     Expected<File> file = CreateNewFile(temporary, before);
     if (file) {
       file_ = std::move(*file);
-      temporary_ = std::make_unique<TemporaryFile>(temporary);
+      try {
+        temporary_ = std::make_unique<TemporaryFile>(temporary);
+      } catch (...) {  // no memory to remember it by
+        file_.Close();
+        RemoveFile(temporary.c_str());
+        throw;
+      }
       return;
     }
     if (!file.ErrorText().empty()) {

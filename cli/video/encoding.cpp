@@ -29,18 +29,19 @@ Words Split(std::string_view text) {
 
 struct Encoder {
   std::string_view name;
+  std::string_view rate;  ///< only where no other is asked for: encoders do not take the later one
   std::string_view options;
 };
 
 /// The rates are those at which a grid of fine lines shows no difference at normal size.
 constexpr std::array<Encoder, 7> kEncoders = {{
-    {"libx264", "-crf 17 -preset medium"},
-    {"libx265", "-crf 17 -preset medium"},
-    {"libvpx-vp9", "-crf 20 -b:v 0 -row-mt 1"},
-    {"prores_ks", ""},
-    {"dnxhd", ""},
-    {"mpeg2video", "-q:v 2 -bf 2"},
-    {"ffv1", "-level 3"},
+    {"libx264", "-crf 17", "-preset medium"},
+    {"libx265", "-crf 17", "-preset medium"},
+    {"libvpx-vp9", "-crf 20", "-b:v 0 -row-mt 1"},
+    {"prores_ks", "", ""},
+    {"dnxhd", "", ""},
+    {"mpeg2video", "-q:v 2", "-bf 2"},
+    {"ffv1", "", "-level 3"},
 }};
 
 struct Row {
@@ -195,6 +196,17 @@ void ChooseSound(const Container& container, const std::vector<SoundStream>& str
   }
 }
 
+/// Whether an option of ffmpeg tells the bits or the quality of a picture.
+bool ChoosesRate(std::string_view option) {
+  constexpr std::array kOptions = {"-crf", "-qp", "-cqp",    "-b",
+                                   "-vb",  "-q",  "-qscale", "-lossless"};
+  const std::string_view name = option.substr(0, option.find(':'));
+  const std::string_view stream = option.substr(name.size());
+  return !stream.starts_with(":a") &&
+         std::any_of(kOptions.begin(), kOptions.end(),
+                     [name](std::string_view known) { return name == known; });
+}
+
 }  // namespace
 
 bool KeepsAlpha(std::string_view extension) {
@@ -219,6 +231,7 @@ EncoderWish ReadEncoderWish(const std::string& text) {
     if (word == "-pix_fmt" || word == "-pix_fmt:v") {
       wish.pixelFormat = value;
     }
+    wish.ownRate = wish.ownRate || ChoosesRate(word);
     wish.ownFormat = wish.ownFormat || word == "-f";
     wish.ownSound = wish.ownSound || word == "-an" || word == "-acodec" ||
                     word.starts_with("-c:a") || word.starts_with("-codec:a") || word == "-c" ||
@@ -256,6 +269,9 @@ Encoding ChooseEncoding(const EncodingRequest& request, const EncoderWish& wish)
   encoding.impliesBt709 = name == "dnxhd";
   for (const Encoder& encoder : kEncoders) {
     if (encoder.name == name) {
+      if (!wish.ownRate) {
+        Append(encoding.video, Split(encoder.rate));
+      }
       Append(encoding.video, Split(encoder.options));
     }
   }

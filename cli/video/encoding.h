@@ -36,6 +36,7 @@ struct EncoderWish {
   std::string encoder;             ///< of the picture; empty where the container's is fine
   std::string filter;              ///< runs before our conversion
   std::string pixelFormat;         ///< empty where ours is fine
+  bool ownRate = false;            ///< bits or quality of the picture
   bool ownSound = false;
   bool ownFormat = false;  ///< the container
   ColourTags colours;

@@ -106,6 +106,21 @@ class Encodings(ProgramTest):
                 planes.append(np.fromfile(self.path("raw"), np.uint8).astype(int))
             np.testing.assert_allclose(planes[0], planes[1], atol=2)
 
+    def test_the_rate_that_is_asked_for_is_the_only_one(self):
+        """An encoder that is told two ways to choose a rate takes one, and not the later one."""
+        self.ffmpeg("-f", "lavfi", "-i", "testsrc2=s=256x128:d=0.2", "-pix_fmt", "yuv420p",
+                    "in.mp4")
+        planes = []
+        for output, options in (("out.mkv", "-c:v ffv1"), ("out.mp4", "-qp 0")):
+            self.run_well("render", "-f", "in.mp4", "-o", output, "--video-options", options)
+            self.ffmpeg("-i", output, "-f", "rawvideo", "-pix_fmt", "yuv420p", "raw")
+            planes.append(np.fromfile(self.path("raw"), np.uint8))
+        np.testing.assert_array_equal(planes[0], planes[1])
+        self.run_well("render", "-f", "in.mp4", "-o", "small.mp4", "--video-options", "-b:v 50k")
+        self.run_well("render", "-f", "in.mp4", "-o", "large.mp4")
+        self.assertLess(2 * os.path.getsize(self.path("small.mp4")),
+                        os.path.getsize(self.path("large.mp4")))
+
     def test_pictures_become_bt709_in_limited_range_and_say_so(self):
         self.make_pictures((200, 60, 30))
         for kind in (".mp4", ".mov", ".webm", ".avi", ".mpg", ".mxf"):

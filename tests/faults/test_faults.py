@@ -63,6 +63,8 @@ class Faults(ProgramTest):
     def try_all(self, arguments, may_differ=()):
         self.run_well(*arguments)
         straight = self.outputs()
+        for kind in ("malloc", "open", "write", "rename"):
+            self.assertGreater(self.calls(kind, arguments), 0, f"no {kind} was seen to fail it")
         tried = 0
         for kind in KINDS:
             self.clear()
