@@ -152,6 +152,9 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
     accounts.Broke(Rule::kExceptionEscaped);
     error = PF_Err_INTERNAL_STRUCT_DAMAGED;
   }
+  if (error == PF_Err_NONE && outOfMemory_) {
+    error = PF_Err_OUT_OF_MEMORY;
+  }
   inData_.global_data = outData_.global_data;
   inData_.sequence_data =
       hides ? std::exchange(hiddenSequenceData_, nullptr) : outData_.sequence_data;

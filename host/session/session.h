@@ -89,6 +89,9 @@ class Session {
     return hiddenSequenceData_ != nullptr ? hiddenSequenceData_ : inData_.sequence_data;
   }
   bool ThrewException() const { return threwException_; }
+  /// Memory ran out while the host answered. An effect may go on without what it asked for, to a
+  /// picture that is not the right one, so Send fails however the effect takes it.
+  void NoteOutOfMemory() { outOfMemory_ = true; }
 
   const RenderSettings* Settings() const { return settings_; }
   bool Draft() const { return settings_ != nullptr && settings_->draft; }
@@ -208,6 +211,7 @@ class Session {
   PF_Handle hiddenSequenceData_ = nullptr;  ///< while a command runs that does not see it
   std::string message_;
   bool threwException_ = false;
+  std::atomic<bool> outOfMemory_{false};
   std::atomic<bool> cancelled_{false};
   std::mutex progressMutex_;
 

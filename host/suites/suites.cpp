@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <string>
 
 #include "host/suites/callback.h"
@@ -99,36 +100,42 @@ constexpr OfferedSuite kSuites[] = {
 
 // ---- The basic suite ----
 
+SPErr Acquire(Session& session, const char* name, A_long version, const void** suite) {
+  if (const PF_Err refused = session.Ask(HostCall::kAcquireSuite, version, name)) {
+    return refused;
+  }
+  RenderHooks* hooks = session.Settings() != nullptr ? session.Settings()->hooks : nullptr;
+  if (hooks != nullptr && hooks->GiveNullSuite(name, version)) {
+    return PF_Err_NONE;
+  }
+  const void* found = FindSuite(name, version, *session.Context().host);
+  if (found == nullptr) {
+    session.accounts.Missing("the suite \"" + std::string(name) + "\" version " +
+                             std::to_string(version));
+    return kSPSuiteNotFoundError;
+  }
+  session.accounts.CountSuite(name, version, true);
+  *suite = found;
+  return PF_Err_NONE;
+}
+
 SPErr AcquireSuite(const char* name, A_long version, const void** suite) noexcept {
   if (name == nullptr || suite == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   *suite = nullptr;
+  Session* session = Session::Current();
+  if (session == nullptr) {
+    *suite = FindSuite(name, version, DefaultHost());
+    return *suite != nullptr ? PF_Err_NONE : kSPSuiteNotFoundError;
+  }
   return Guarded([&]() -> PF_Err {
-    Session* session = Session::Current();
-    if (session != nullptr) {
-      if (const PF_Err refused = session->Ask(HostCall::kAcquireSuite, version, name)) {
-        return refused;
-      }
-      RenderHooks* hooks = session->Settings() != nullptr ? session->Settings()->hooks : nullptr;
-      if (hooks != nullptr && hooks->GiveNullSuite(name, version)) {
-        return PF_Err_NONE;
-      }
+    try {
+      return Acquire(*session, name, version, suite);
+    } catch (const std::bad_alloc&) {
+      session->NoteOutOfMemory();
+      throw;
     }
-    const void* found =
-        FindSuite(name, version, session != nullptr ? *session->Context().host : DefaultHost());
-    if (found == nullptr) {
-      if (session != nullptr) {
-        session->accounts.Missing("the suite \"" + std::string(name) + "\" version " +
-                                  std::to_string(version));
-      }
-      return kSPSuiteNotFoundError;
-    }
-    if (session != nullptr) {
-      session->accounts.CountSuite(name, version, true);
-    }
-    *suite = found;
-    return PF_Err_NONE;
   });
 }
 

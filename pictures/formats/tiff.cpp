@@ -548,31 +548,46 @@ class TiffWriter : public PictureWriter {
     }
   }
 
+  /// A tag that cannot be kept would be missing from the file without a word.
+  template <class... Values>
+  void SetTag(std::uint32_t tag, Values... values) {
+    Check(TIFFSetField(tiff_.get(), tag, values...) == 1);
+  }
+
+  /// The same of several values, whose copy libtiff does without when there is no memory for it.
+  template <class Count, class Value>
+  void SetTagArray(std::uint32_t tag, Count count, const Value* values) {
+    SetTag(tag, count, values);
+    Count kept = 0;
+    const void* copy = nullptr;
+    if (TIFFGetField(tiff_.get(), tag, &kept, &copy) != 1 || kept != count || copy == nullptr) {
+      throw RenderError("out of memory");
+    }
+  }
+
   void WriteHeader(int width, int height, const PictureOptions& options) {
-    TIFF* tiff = tiff_.get();
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(width));
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(height));
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, static_cast<int>(BytesPerSample(options.stored) * 8));
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, options.alpha ? 4 : 3);
-    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT,
-                 IsFloat(options.stored) ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rowsPerStrip_));
+    SetTag(TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(width));
+    SetTag(TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(height));
+    SetTag(TIFFTAG_BITSPERSAMPLE, static_cast<int>(BytesPerSample(options.stored) * 8));
+    SetTag(TIFFTAG_SAMPLESPERPIXEL, options.alpha ? 4 : 3);
+    SetTag(TIFFTAG_SAMPLEFORMAT, IsFloat(options.stored) ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
+    SetTag(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
+    SetTag(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    SetTag(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    SetTag(TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rowsPerStrip_));
     if (options.alpha) {
       const std::uint16_t straight = EXTRASAMPLE_UNASSALPHA;
-      TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &straight);
+      SetTagArray(TIFFTAG_EXTRASAMPLES, std::uint16_t{1}, &straight);
     }
     SetCompression(options);
     if (!options.metadata.iccProfile.empty()) {
-      TIFFSetField(tiff, TIFFTAG_ICCPROFILE,
-                   static_cast<std::uint32_t>(options.metadata.iccProfile.size()),
-                   options.metadata.iccProfile.data());
+      SetTagArray(TIFFTAG_ICCPROFILE,
+                  static_cast<std::uint32_t>(options.metadata.iccProfile.size()),
+                  options.metadata.iccProfile.data());
     }
     if (!options.metadata.xmp.empty()) {
-      TIFFSetField(tiff, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(options.metadata.xmp.size()),
-                   options.metadata.xmp.data());
+      SetTagArray(TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(options.metadata.xmp.size()),
+                  options.metadata.xmp.data());
     }
   }
 
@@ -583,14 +598,14 @@ class TiffWriter : public PictureWriter {
                        : name == "packbits"           ? COMPRESSION_PACKBITS
                        : deflate                      ? COMPRESSION_ADOBE_DEFLATE
                                                       : COMPRESSION_LZW;
-    TIFFSetField(tiff_.get(), TIFFTAG_COMPRESSION, scheme);
+    SetTag(TIFFTAG_COMPRESSION, scheme);
     if (scheme == COMPRESSION_LZW || scheme == COMPRESSION_ADOBE_DEFLATE) {
-      TIFFSetField(tiff_.get(), TIFFTAG_PREDICTOR,
-                   IsFloat(options.stored) ? PREDICTOR_FLOATINGPOINT : PREDICTOR_HORIZONTAL);
+      SetTag(TIFFTAG_PREDICTOR,
+             IsFloat(options.stored) ? PREDICTOR_FLOATINGPOINT : PREDICTOR_HORIZONTAL);
     }
     if (name == "best") {
       constexpr int kBest = 9;
-      TIFFSetField(tiff_.get(), TIFFTAG_ZIPQUALITY, kBest);
+      SetTag(TIFFTAG_ZIPQUALITY, kBest);
     }
   }
 

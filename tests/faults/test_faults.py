@@ -60,7 +60,7 @@ class Faults(ProgramTest):
         if process.returncode == 1:
             self.assertRegex(process.stderr, r"(?:\A|\n)veltra: [^\n]*\n\Z", what)
 
-    def try_all(self, arguments, may_differ=()):
+    def try_all(self, arguments, may_differ=(), most=MOST):
         self.run_well(*arguments)
         straight = self.outputs()
         for kind in ("malloc", "open", "write", "rename"):
@@ -70,8 +70,8 @@ class Faults(ProgramTest):
             self.clear()
             count = self.calls(kind, arguments)
             numbers = range(1, count + 1)
-            if count > MOST:
-                numbers = sorted({1 + i * (count - 1) // (MOST - 1) for i in range(MOST)})
+            if count > most:
+                numbers = sorted({1 + i * (count - 1) // (most - 1) for i in range(most)})
             for number in numbers:
                 what = f"{kind} {number} of {count}"
                 self.clear()
@@ -90,6 +90,11 @@ class Faults(ProgramTest):
 
     def test_still(self):
         self.try_all(("render", "-f", "in.1.png", *self.layer, "-o", "out.png", "--quiet"))
+
+    def test_every_call_of_a_still_in_float(self):
+        """The effect asks for a suite to tell float frames: without it, it takes them for others."""
+        self.try_all(("render", "-f", "in.1.png", *self.layer, "--depth", "float", "-o", "out.tif",
+                      "--quiet"), most=1000)
 
     def test_still_as_openexr(self):
         self.try_all(("render", "-f", "in.1.png", *self.layer, "--depth", "float", "-o", "out.exr",
