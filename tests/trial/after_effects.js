@@ -38,6 +38,11 @@ function strict(kind, object) {
   });
 }
 
+// A list as the script knows it: without the methods that came after ECMAScript 3.
+function list(...items) {
+  return Object.assign(Object.create(null), { ...items, length: items.length });
+}
+
 // ---- Files ----
 
 function fileAt(name) {
@@ -60,7 +65,7 @@ function folderAt(name) {
     create() { return missing !== 'folder'; },
     // One picture of an earlier run lies there.
     getFiles(mask) {
-      return mask === '02-tile.*' ? [fileAt(`${name}/02-tile.0000.png`)] : [];
+      return mask === '02-tile.*' ? list(fileAt(`${name}/02-tile.0000.png`)) : list();
     },
   });
 }
@@ -168,13 +173,13 @@ function snapshot(item) {
 function makeItem(composition) {
   const module = {
     template: null, file: null,
-    templates: missing === 'templates' ? ['Lossless']
-        : ['Lossless', 'Veltra PNG 8', 'Veltra PNG 16', 'Veltra OpenEXR'],
+    templates: missing === 'templates' ? list('Lossless')
+        : list('Lossless', 'Veltra PNG 8', 'Veltra PNG 16', 'Veltra OpenEXR'),
     applyTemplate(name) { module.template = name; },
   };
   const item = {
     composition, module, comp: composition, status: 3015, template: null, render: true,
-    templates: ['Best Settings', 'Current Settings'],
+    templates: list('Best Settings', 'Current Settings'),
     applyTemplate(name) { item.template = name; },
     outputModule(index) {
       if (index !== 1) { throw new Error('an item has one output module'); }
