@@ -56,27 +56,6 @@ File::File(int handle, bool owned) : handle_(handle), owned_(owned) {
   }
 }
 
-File::~File() {
-  Close();
-}
-
-File::File(File&& other) noexcept
-    : handle_(std::exchange(other.handle_, -1)),
-      owned_(other.owned_),
-      kind_(other.kind_),
-      size_(other.size_) {}
-
-File& File::operator=(File&& other) noexcept {
-  if (this != &other) {
-    Close();
-    handle_ = std::exchange(other.handle_, -1);
-    owned_ = other.owned_;
-    kind_ = other.kind_;
-    size_ = other.size_;
-  }
-  return *this;
-}
-
 std::size_t File::ReadAt(std::uint64_t offset, void* out, std::size_t size) const noexcept {
   if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) - size) {
     return 0;

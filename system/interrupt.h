@@ -14,6 +14,9 @@ void CatchInterrupts();
 /// Set when the user asked to stop; also what tests set.
 std::atomic<bool>& InterruptFlag();
 
+/// The signal that set it, or the one that has the meaning of what did; zero for none.
+std::atomic<int>& LastSignal();
+
 /// Throws Interrupted when the flag is set.
 void ThrowIfInterrupted();
 

@@ -14,11 +14,6 @@
 namespace veltra {
 namespace {
 
-std::atomic<int>& LastSignal() {
-  static std::atomic<int> signal{0};
-  return signal;
-}
-
 void OnSignal(int signal) {
   LastSignal().store(signal);
   if (InterruptFlag().exchange(true)) {
@@ -28,11 +23,6 @@ void OnSignal(int signal) {
 }
 
 }  // namespace
-
-std::atomic<bool>& InterruptFlag() {
-  static std::atomic<bool> flag{false};
-  return flag;
-}
 
 void CatchInterrupts() {
   // Made before a handler can need them.
@@ -53,17 +43,6 @@ void CatchInterrupts() {
   // A reader of our output that goes away is an error of that write, not our end.
   action.sa_handler = SIG_IGN;
   sigaction(SIGPIPE, &action, nullptr);
-}
-
-void ThrowIfInterrupted() {
-  if (InterruptFlag().load(std::memory_order_relaxed)) {
-    throw Interrupted();
-  }
-}
-
-int InterruptExitCode() {
-  const int signal = LastSignal().load();
-  return signal == 0 ? kExitInterrupted : kSignalExitBase + signal;
 }
 
 }  // namespace veltra

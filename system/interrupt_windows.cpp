@@ -14,11 +14,6 @@ namespace {
 constexpr int kInterrupt = 2;
 constexpr int kHangUp = 1;
 
-std::atomic<int>& LastSignal() {
-  static std::atomic<int> signal{0};
-  return signal;
-}
-
 [[noreturn]] void EndNow(int signal) {
   RemoveTemporaryFiles();
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(kSignalExitBase + signal));
@@ -45,27 +40,11 @@ BOOL WINAPI OnControl(DWORD event) {
 
 }  // namespace
 
-std::atomic<bool>& InterruptFlag() {
-  static std::atomic<bool> flag{false};
-  return flag;
-}
-
 void CatchInterrupts() {
   LastSignal().store(0);
   InterruptFlag().store(false);
   RemoveTemporaryFiles();
   SetConsoleCtrlHandler(OnControl, TRUE);
-}
-
-void ThrowIfInterrupted() {
-  if (InterruptFlag().load(std::memory_order_relaxed)) {
-    throw Interrupted();
-  }
-}
-
-int InterruptExitCode() {
-  const int signal = LastSignal().load();
-  return signal == 0 ? kExitInterrupted : kSignalExitBase + signal;
 }
 
 }  // namespace veltra

@@ -16,4 +16,12 @@ const std::string& OwnProcessMark();
 /// another machine, of an earlier start of this one, or no mark at all.
 bool IsMarkOfEndedProcess(std::string_view mark);
 
+// ---- What each system has of its own ----
+
+/// A text that two processes have in common when they can see each other's number, and others not.
+std::string WhereNumbersCount();
+
+/// Whether no process of that number runs.
+bool HasEnded(int number);
+
 }  // namespace veltra

@@ -23,6 +23,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "system/interrupt.h"
+#include "system/process_lines.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): not every libc has it
 
@@ -34,7 +35,6 @@ using Clock = std::chrono::steady_clock;
 constexpr int kReportFd = 3;  // the number under which a child finds the pipe to its parent
 constexpr int kPipeBytes = 1 << 20;
 constexpr int kPollMilliseconds = 50;  // how soon an end, a deadline or Ctrl-C is noticed
-constexpr std::size_t kOutputKept = 4096;
 constexpr std::size_t kErrorsKept = std::size_t{1} << 16;
 
 // ---- Descriptors ----
@@ -202,21 +202,6 @@ class Child {
 };
 
 // ---- Lines of a child ----
-
-void TakeLines(std::string& text, const std::function<void(std::string_view)>& onLine) {
-  std::size_t start = 0;
-  for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
-    onLine(std::string_view(text).substr(start, end - start));
-    start = end + 1;
-  }
-  text.erase(0, start);
-}
-
-void KeepTail(std::string& text) {
-  if (text.size() > kOutputKept) {
-    text.erase(0, text.size() - kOutputKept);
-  }
-}
 
 /// Time for one wait: to the deadline, but soon enough to see that the child has ended.
 int WaitMilliseconds(Clock::time_point deadline) {
@@ -395,10 +380,7 @@ void PrepareChild() {
 }
 
 void ReportLine(std::string_view line) {
-  std::string text(line);
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  text += '\n';
+  const std::string text = AsOneLine(line);
   for (std::size_t sent = 0; sent < text.size();) {
     const ssize_t count = write(kReportFd, text.data() + sent, text.size() - sent);
     if (count < 0 && errno != EINTR) {

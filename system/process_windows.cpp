@@ -15,7 +15,9 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "system/environment.h"
 #include "system/interrupt.h"
+#include "system/process_lines.h"
 #include "system/program_file.h"
 #include "system/windows_api.h"
 
@@ -24,10 +26,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr const wchar_t* kReportVariable = L"VELTRA_REPORT_HANDLE";
+constexpr const char* kReportVariable = "VELTRA_REPORT_HANDLE";
 constexpr DWORD kPipeBytes = 1U << 20U;
 constexpr DWORD kPollMilliseconds = 50;  // how soon an end, a deadline or Ctrl-C is noticed
-constexpr std::size_t kOutputKept = 4096;
 constexpr std::size_t kErrorsKept = std::size_t{1} << 16;
 
 // ---- Pipes ----
@@ -139,12 +140,6 @@ bool IsFile(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-std::wstring EnvironmentText(const wchar_t* name) {
-  std::wstring text(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-  text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
-  return text;
-}
-
 /// The file of a program: where it says, or sought beside our own program and then on the path,
 /// but never in the current folder, which anybody may have put it into. Empty when there is none.
 std::wstring ProgramPath(const std::string& name) {
@@ -158,7 +153,8 @@ std::wstring ProgramPath(const std::string& name) {
   if (isPath) {
     return IsFile(wide) ? wide : std::wstring();
   }
-  std::wstring folders = ProgramFile().parent_path().wstring() + L";" + EnvironmentText(L"PATH");
+  std::wstring folders =
+      ProgramFile().parent_path().wstring() + L";" + WideText(EnvironmentValue("PATH"));
   for (std::size_t start = 0; start <= folders.size();) {
     const std::size_t end = std::min(folders.find(L';', start), folders.size());
     const std::wstring folder = folders.substr(start, end - start);
@@ -302,13 +298,14 @@ class Child {
     static std::mutex mutex;
     const std::scoped_lock lock(mutex);
     const std::wstring number = std::to_wstring(reinterpret_cast<std::uintptr_t>(report));
-    SetEnvironmentVariableW(kReportVariable, report == nullptr ? nullptr : number.c_str());
+    const std::wstring variable = WideText(kReportVariable);
+    SetEnvironmentVariableW(variable.c_str(), report == nullptr ? nullptr : number.c_str());
     const BOOL done =
         CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE,
                        CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | EXTENDED_STARTUPINFO_PRESENT,
                        nullptr, nullptr, startup.Info(), &information);
     const DWORD error = GetLastError();
-    SetEnvironmentVariableW(kReportVariable, nullptr);
+    SetEnvironmentVariableW(variable.c_str(), nullptr);
     SetLastError(error);
     return done != 0;
   }
@@ -340,15 +337,6 @@ Handle TemporaryToInherit() {
 }
 
 // ---- Lines of a child ----
-
-void TakeLines(std::string& text, const std::function<void(std::string_view)>& onLine) {
-  std::size_t start = 0;
-  for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
-    onLine(std::string_view(text).substr(start, end - start));
-    start = end + 1;
-  }
-  text.erase(0, start);
-}
 
 /// A pipe from a child with a read always under way.
 class Inlet {
@@ -411,9 +399,7 @@ bool Listen(const Child& child, Inlet& report, Inlet& output, Clock::time_point 
     const auto& [inlet, text] = inlets[ready - WAIT_OBJECT_0];
     inlet->TakeInto(*text);
     TakeLines(lines, onLine);
-    if (end.output.size() > kOutputKept) {
-      end.output.erase(0, end.output.size() - kOutputKept);
-    }
+    KeepTail(end.output);
   }
   return true;
 }
@@ -558,14 +544,11 @@ void PrepareChild() {
 
 void ReportLine(std::string_view line) {
   static HANDLE const parent = [] {
-    const std::wstring number = EnvironmentText(kReportVariable);
+    const std::string number = EnvironmentValue(kReportVariable);
     // NOLINTNEXTLINE(performance-no-int-to-ptr): a variable holds no pointers.
     return reinterpret_cast<HANDLE>(number.empty() ? 0 : std::stoull(number));
   }();
-  std::string text(line);
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  text += '\n';
+  const std::string text = AsOneLine(line);
   for (std::size_t sent = 0; parent != nullptr && sent < text.size();) {
     DWORD count = 0;
     if (WriteFile(parent, text.data() + sent, static_cast<DWORD>(text.size() - sent), &count,

@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "base/error.h"
+#include "base/fnv.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "pictures/output_file.h"
@@ -235,23 +236,16 @@ std::string NewSubmissionId() {
 }
 
 PinnedFile Pin(const std::string& path) {
-  constexpr std::uint64_t kOffset = 0xcbf29ce484222325U;
-  constexpr std::uint64_t kPrime = 0x100000001b3U;
   std::ifstream file(PathOf(path), std::ios::binary);
-  std::uint64_t hash = kOffset;
+  Fnv1a hash;
   std::vector<char> block(std::size_t{1} << 16);
   while (file.read(block.data(), static_cast<std::streamsize>(block.size())), file.gcount() > 0) {
-    for (std::streamsize i = 0; i < file.gcount(); ++i) {
-      hash = (hash ^ static_cast<unsigned char>(block[static_cast<std::size_t>(i)])) * kPrime;
-    }
+    hash.Add({block.data(), static_cast<std::size_t>(file.gcount())});
   }
   if (!file.eof()) {
     throw RenderError(Text(path, ": cannot be read"));
   }
-  std::array<char, 17> digits{};
-  static_cast<void>(std::snprintf(digits.data(), digits.size(), "%016llx",
-                                  static_cast<unsigned long long>(hash)));
-  return {path, digits.data()};
+  return {path, hash.Digits()};
 }
 
 }  // namespace veltra::cli
