@@ -4,11 +4,10 @@
 
 #include "host/suites/color_callbacks.h"
 
-#include "host/suites/callback.h"
-
 #include <type_traits>
 
 #include "host/pixels/color_spaces.h"
+#include "host/suites/callback.h"
 
 namespace veltra::host {
 namespace {
@@ -27,12 +26,9 @@ double FromFixed(PF_Fixed value) {
 }
 
 template <class Pixel>
-PF_Err RgbToHls(PF_ProgPtr ref, Pixel* rgb, PF_Fixed out[3]) noexcept {
+PF_Err RgbToHls(Pixel* rgb, PF_Fixed out[3]) noexcept {
   if (rgb == nullptr || out == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   const HlsColor hls = ToHls(ToUnit(*rgb));
   out[0] = hls.grey ? PF_HUE_UNDEFINED : ToFixed(hls.hue);
@@ -51,12 +47,9 @@ void StoreColor(const UnitPixel& color, Pixel& out) {
 }
 
 template <class Pixel>
-PF_Err HlsToRgb(PF_ProgPtr ref, PF_Fixed in[3], Pixel* rgb) noexcept {
+PF_Err HlsToRgb(PF_Fixed in[3], Pixel* rgb) noexcept {
   if (rgb == nullptr || in == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   const bool grey = in[0] == PF_HUE_UNDEFINED;
   StoreColor(FromHls({grey ? 0 : FromFixed(in[0]), FromFixed(in[1]), FromFixed(in[2]), grey}),
@@ -65,12 +58,9 @@ PF_Err HlsToRgb(PF_ProgPtr ref, PF_Fixed in[3], Pixel* rgb) noexcept {
 }
 
 template <class Pixel>
-PF_Err RgbToYiq(PF_ProgPtr ref, Pixel* rgb, PF_Fixed out[3]) noexcept {
+PF_Err RgbToYiq(Pixel* rgb, PF_Fixed out[3]) noexcept {
   if (rgb == nullptr || out == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   const YiqColor yiq = ToYiq(ToUnit(*rgb));
   out[0] = ToFixed(yiq.y);
@@ -80,12 +70,9 @@ PF_Err RgbToYiq(PF_ProgPtr ref, Pixel* rgb, PF_Fixed out[3]) noexcept {
 }
 
 template <class Pixel>
-PF_Err YiqToRgb(PF_ProgPtr ref, PF_Fixed in[3], Pixel* rgb) noexcept {
+PF_Err YiqToRgb(PF_Fixed in[3], Pixel* rgb) noexcept {
   if (rgb == nullptr || in == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   StoreColor(FromYiq({FromFixed(in[0]), FromFixed(in[1]), FromFixed(in[2])}), *rgb);
   return PF_Err_NONE;
@@ -103,12 +90,9 @@ Value Rounded(double value) {
 
 /// Hundred times the channel's range for integers, the plain value for floating point.
 template <class Pixel, class Value>
-PF_Err Luminance(PF_ProgPtr ref, Pixel* rgb, Value* out) noexcept {
+PF_Err Luminance(Pixel* rgb, Value* out) noexcept {
   if (rgb == nullptr || out == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   constexpr double kScale =
       std::is_same_v<Value, float> ? 1.0 : 100.0 * DepthTraits<Pixel>::kFullScale;
@@ -118,12 +102,9 @@ PF_Err Luminance(PF_ProgPtr ref, Pixel* rgb, Value* out) noexcept {
 
 /// A turn is 255 in integers and 360 in floating point.
 template <class Pixel, class Value>
-PF_Err Hue(PF_ProgPtr ref, Pixel* rgb, Value* out) noexcept {
+PF_Err Hue(Pixel* rgb, Value* out) noexcept {
   if (rgb == nullptr || out == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   const double degrees = ToHls(ToUnit(*rgb)).hue;
   *out = Rounded<Value>(std::is_same_v<Value, float> ? degrees : degrees * 255 / 360);
@@ -131,34 +112,35 @@ PF_Err Hue(PF_ProgPtr ref, Pixel* rgb, Value* out) noexcept {
 }
 
 template <class Pixel, class Value>
-PF_Err Lightness(PF_ProgPtr ref, Pixel* rgb, Value* out) noexcept {
+PF_Err Lightness(Pixel* rgb, Value* out) noexcept {
   if (rgb == nullptr || out == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   *out = Rounded<Value>(ToHls(ToUnit(*rgb)).lightness * DepthTraits<Pixel>::kFullScale);
   return PF_Err_NONE;
 }
 
 template <class Pixel, class Value>
-PF_Err Saturation(PF_ProgPtr ref, Pixel* rgb, Value* out) noexcept {
+PF_Err Saturation(Pixel* rgb, Value* out) noexcept {
   if (rgb == nullptr || out == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
-  }
-  if (const PF_Err refused = AskOf(ref, HostCall::kConvertColor)) {
-    return refused;
   }
   *out = Rounded<Value>(ToHls(ToUnit(*rgb)).saturation * DepthTraits<Pixel>::kFullScale);
   return PF_Err_NONE;
 }
 
+/// A conversion, unless the hooks refuse it.
+template <auto kConversion, class... Arguments>
+PF_Err Asked(PF_ProgPtr ref, Arguments... arguments) noexcept {
+  const PF_Err refused = AskOf(ref, HostCall::kConvertColor);
+  return refused != PF_Err_NONE ? refused : kConversion(arguments...);
+}
+
 template <class Pixel, class Value>
 constexpr PF_ColorFunctions<Pixel, Value> kTable{
-    &RgbToHls<Pixel>,         &HlsToRgb<Pixel>,         &RgbToYiq<Pixel>,
-    &YiqToRgb<Pixel>,         &Luminance<Pixel, Value>, &Hue<Pixel, Value>,
-    &Lightness<Pixel, Value>, &Saturation<Pixel, Value>};
+    &Asked<&RgbToHls<Pixel>>,         &Asked<&HlsToRgb<Pixel>>,         &Asked<&RgbToYiq<Pixel>>,
+    &Asked<&YiqToRgb<Pixel>>,         &Asked<&Luminance<Pixel, Value>>, &Asked<&Hue<Pixel, Value>>,
+    &Asked<&Lightness<Pixel, Value>>, &Asked<&Saturation<Pixel, Value>>};
 
 }  // namespace
 
