@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/paths.h"
 #include "host/base/error_names.h"
 #include "host/effect_resource.h"
 #include "host/suites/tables.h"
@@ -211,7 +212,7 @@ EffectChoice ReadEffectChoice(const std::filesystem::path& text) {
   if (mark == std::string::npos || fs::exists(text, code)) {
     return {text, {}};
   }
-  return {both.substr(0, mark), both.substr(mark + kChoiceMark.size())};
+  return {PathOf(std::string_view(both).substr(0, mark)), both.substr(mark + kChoiceMark.size())};
 }
 
 Registration RegistrationOf(const EffectResource& resource) {

@@ -17,10 +17,8 @@ class DynamicLibrary;
 }
 
 namespace veltra::host {
-struct EffectResource;
-}
 
-namespace veltra::host {
+struct EffectResource;
 
 /// Where a library's identity comes from.
 enum class IdentitySource {
@@ -62,7 +60,7 @@ class EffectLibrary {
  public:
   /// Loads the file and registers it. The error says which of these was the trouble: no such
   /// file, not a library of this platform, no effect's exports, or a refused registration. It
-  /// starts with the path.
+  /// starts with the path. `path` may name one effect of the file (see ReadEffectChoice);
   /// `host` is what this host is to everything in the library.
   static Expected<std::shared_ptr<const EffectLibrary>> Open(
       const std::filesystem::path& path, const HostProfile& host = DefaultHost());

@@ -431,8 +431,8 @@ class FrameRender {
     result_.maxResultRect = answer.max_result_rect;
     const PF_LRect& answered = answer.result_rect;
     if (!IsEmpty(answered) &&
-        (!IsPossible(std::int64_t{answered.right} - answered.left,
-                     std::int64_t{answered.bottom} - answered.top, "a result"))) {
+        !IsPossible(std::int64_t{answered.right} - answered.left,
+                    std::int64_t{answered.bottom} - answered.top, "a result")) {
       return false;
     }
     PF_LRect rect = IsEmpty(answer.result_rect) ? PF_LRect{0, 0, 0, 0} : answer.result_rect;

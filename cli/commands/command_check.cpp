@@ -164,8 +164,8 @@ void CheckOptionValues(CheckOptions& options) {
   if (options.library.empty()) {
     throw UsageError("no library to check (try veltra check --help)");
   }
-  ExistingFile(host::ReadEffectChoice(options.library).file.string());
-  options.tests.library = options.library;
+  options.tests.library = PathOf(options.library);
+  ExistingFile(host::ReadEffectChoice(options.tests.library).file.string());
   if (!options.resource.empty()) {
     options.tests.resource = ExistingFile(options.resource);
   }
@@ -202,7 +202,7 @@ int RunTestsAndReport(const CheckOptions& options) {
     reports.push_back(RunTestsOn(settings, options));
   }
   for (std::size_t i = 0; effects.size() > 1 && i < effects.size(); ++i) {
-    settings.tests.library = Text(options.library, "::", effects[i]);
+    settings.tests.library = PathOf(Text(options.library, "::", effects[i]));
     if (i > 0 && !options.json) {
       std::cout << '\n';
     }
