@@ -7,6 +7,7 @@ import pathlib
 import shutil
 import subprocess
 import tempfile
+import time
 import unittest
 
 import numpy as np
@@ -50,6 +51,22 @@ class ProgramTest(unittest.TestCase):
     def files(self):
         """Everything in the folder, hidden files too."""
         return sorted(str(path.relative_to(self.folder)) for path in self.folder.rglob("*"))
+
+
+def wait_until(condition, what, seconds=60):
+    """Waits until `condition()` is true, however slow the machine is."""
+    deadline = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > deadline:
+            raise AssertionError(f"{what} did not happen within {seconds} s")
+        time.sleep(0.01)
+
+
+def catches(process, number):
+    """Whether a running process has a handler of its own for that signal."""
+    status = pathlib.Path(f"/proc/{process.pid}/status").read_text()
+    caught = next(line for line in status.splitlines() if line.startswith("SigCgt:"))
+    return int(caught.split()[1], 16) >> (number - 1) & 1 == 1
 
 
 def gradient(width, height, channels, dtype, alpha=None):

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Pictures from and to pipes and devices."""
 
+import contextlib
 import os
 import pathlib
 import signal
@@ -12,7 +13,7 @@ import unittest
 import numpy as np
 
 import pictures
-from support import PROGRAM, ProgramTest, gradient
+from support import PROGRAM, ProgramTest, catches, gradient, wait_until
 
 
 class Pipes(ProgramTest):
@@ -29,14 +30,14 @@ class Pipes(ProgramTest):
             process = subprocess.Popen(
                 [PROGRAM, "render", "-f", "pipe.png", "-o", "out.png"], cwd=self.folder,
                 stderr=subprocess.PIPE, text=True)
-            time.sleep(0.5)
-            if written:
-                end = os.open(self.path("pipe.png"), os.O_WRONLY | os.O_NONBLOCK)
-                self.addCleanup(os.close, end)
-                os.write(end, b"\x89PNG\r\n\x1a\n" + written)
-                time.sleep(0.3)
-            process.send_signal(signal.SIGINT)
-            _, errors = process.communicate(timeout=20)
+            wait_until(lambda: catches(process, signal.SIGINT), "catching Ctrl-C")
+            with contextlib.ExitStack() as ends:
+                if written:  # opening waits for the reader
+                    end = ends.enter_context(open(self.path("pipe.png"), "wb", buffering=0))
+                    end.write(b"\x89PNG\r\n\x1a\n" + written)
+                time.sleep(0.3)  # so that it waits, for the pipe or for more of it
+                process.send_signal(signal.SIGINT)
+                _, errors = process.communicate(timeout=20)
             self.assertEqual(process.returncode, 130, errors)
         self.assertEqual(self.files(), ["pipe.png"])
 

@@ -15,7 +15,7 @@ import time
 import numpy as np
 
 import pictures
-from support import PROGRAM, WINDOWS, ProgramTest, posix_only
+from support import PROGRAM, WINDOWS, ProgramTest, catches, posix_only, wait_until
 
 INTERRUPTED = 130
 
@@ -79,7 +79,8 @@ class Runs(ProgramTest):
         and how long that took."""
         process = subprocess.Popen([PROGRAM, *arguments], cwd=self.folder,
                                    stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True)
-        time.sleep(0.7)
+        wait_until(lambda: catches(process, number), "catching the signal")
+        time.sleep(0.5)
         self.assertIsNone(process.poll(), "the run was over before it could be stopped")
         asked = time.monotonic()
         process.send_signal(number)

@@ -5,6 +5,7 @@
 import json
 import os
 import shutil
+import signal
 import struct
 import subprocess
 import time
@@ -13,7 +14,7 @@ import unittest
 import numpy as np
 
 import pictures
-from support import PROGRAM, ProgramTest
+from support import PROGRAM, ProgramTest, catches, wait_until
 
 FAILED = 1
 USAGE = 2
@@ -285,9 +286,10 @@ class Videos(ProgramTest):
         process = subprocess.Popen([PROGRAM, "render", "-f", "in.mp4", "-o", "out.mp4", "--quiet",
                                     "--video-options", "-preset veryslow -vf scale=4096:2048"],
                                    cwd=self.folder, stderr=subprocess.PIPE, text=True)
-        time.sleep(0.7)
+        wait_until(lambda: catches(process, signal.SIGINT), "catching Ctrl-C")
+        time.sleep(0.5)
         self.assertIsNone(process.poll())
-        process.send_signal(2)
+        process.send_signal(signal.SIGINT)
         _, errors = process.communicate(timeout=30)
         self.assertEqual((process.returncode, errors), (130, "veltra: interrupted\n"))
         self.assertEqual(self.files(), ["in.mp4"])
