@@ -164,12 +164,4 @@ void CancelJobs(const std::vector<std::string>& jobs) {
   }
 }
 
-std::string EscapedForSlurm(const std::string& path) {
-  std::string escaped;
-  for (const char c : path) {
-    escaped += c == '%' ? "%%" : std::string(1, c);
-  }
-  return escaped;
-}
-
 }  // namespace veltra::cli

@@ -50,7 +50,4 @@ QueueCount CountQueue(const std::vector<std::string>& jobs);
 /// Ends jobs, running ones too; those that have ended already are left alone.
 void CancelJobs(const std::vector<std::string>& jobs);
 
-/// A path in an option of sbatch's in which % stands for job and task numbers.
-std::string EscapedForSlurm(const std::string& path);
-
 }  // namespace veltra::cli

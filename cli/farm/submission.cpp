@@ -100,11 +100,11 @@ auto Understood(const std::string& path, const Read& read) {
 
 std::string SubmissionFolder::SegmentOf(std::size_t range, const std::string& output) const {
   const std::string extension = PathOf(output).extension().string();
-  return (path_ / "segments" / Text(range, extension)).string();
+  return (PathOf(Segments()) / Text(range, extension)).string();
 }
 
 std::string SubmissionFolder::StateOf(std::size_t range) const {
-  return (path_ / "state" / Text(range, ".json")).string();
+  return (PathOf(States()) / Text(range, ".json")).string();
 }
 
 Submission SubmissionFolder::Read() const {
@@ -197,6 +197,13 @@ void WriteResult(const SubmissionFolder& folder, const FarmResult& result) {
                               {"missing", result.missing},
                               {"failed", ToJson(result.failed)},
                               {"damaged", ToJson(result.damaged)}});
+}
+
+void RemoveTemporariesOf(const SubmissionFolder& folder, const Submission& submission) {
+  const std::string output = PathOf(submission.output).parent_path().string();
+  for (const std::string& place : {output, folder.Segments(), folder.States()}) {
+    pictures::RemoveLeftoversOf(submission.id, place);
+  }
 }
 
 std::filesystem::path SubmissionsOf(const std::string& scene) {

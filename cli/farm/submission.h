@@ -44,7 +44,8 @@ struct Submission {
 /// The folder of a submission:
 ///   submission.json   what was fixed
 ///   scene.json        the scene as it was, paths absolute
-///   range.sh, finish.sh, log/   what the scheduler runs, and what that printed
+///   ranges-N.sh, finish.sh      what the scheduler runs
+///   log/              what that printed
 ///   segments/N.EXT    of a video, until it is joined
 ///   state/N.json      how far range N is, rewritten at most every few seconds
 ///   result.json       how it ended, once it has
@@ -59,6 +60,7 @@ class SubmissionFolder {
   /// The video of a range.
   std::string SegmentOf(std::size_t range, const std::string& output) const;
   std::string Segments() const { return (path_ / "segments").string(); }
+  std::string States() const { return (path_ / "state").string(); }
   std::string StateOf(std::size_t range) const;
   std::string Cancelled() const { return (path_ / "cancelled").string(); }
   std::string Result() const { return (path_ / "result.json").string(); }
@@ -94,6 +96,10 @@ struct FarmResult {
 
 std::optional<FarmResult> ReadResult(const SubmissionFolder& folder);
 void WriteResult(const SubmissionFolder& folder, const FarmResult& result);
+
+/// Deletes the temporary files that killed tasks of a submission left: of frames, of segments, and
+/// of what they told. For when no task runs any more.
+void RemoveTemporariesOf(const SubmissionFolder& folder, const Submission& submission);
 
 /// Where the submissions of a scene lie: NAME.farm beside it.
 std::filesystem::path SubmissionsOf(const std::string& scene);

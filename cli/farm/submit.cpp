@@ -11,6 +11,7 @@
 #include "base/error.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "cli/farm/batch_script.h"
 #include "cli/farm/ranges.h"
 #include "cli/farm/render_process.h"
 #include "cli/farm/slurm.h"
@@ -60,15 +61,6 @@ void WriteText(const std::string& path, const std::string& text) {
   file.Commit();
 }
 
-/// For a shell: in single quotes, whatever is in it.
-std::string Quoted(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) {
-    quoted += c == '\'' ? "'\\''" : std::string(1, c);
-  }
-  return quoted + "'";
-}
-
 int CpusFor(const SubmitOptions& options) {
   const auto all = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
   const int node = options.node.cpus > 0 ? options.node.cpus : all;
@@ -93,6 +85,8 @@ double MeasureFrame(const SubmissionFolder& folder, Submission& submission, int 
   }
   // Whether there is alpha goes by the first frame, and is then the same in every segment.
   submission.videoAlpha = submission.video && ProbeVideo(output).format.alpha;
+  std::error_code ignored;
+  fs::remove_all(folder.Path() / "probe", ignored);
   return took.count();
 }
 
@@ -134,10 +128,29 @@ std::string JobName(const SubmitOptions& options) {
   return options.name.empty() ? PathOf(options.scene).stem().string() : options.name;
 }
 
+/// All that is known before anything is rendered.
+Submission Describe(const SubmitOptions& options, const RenderJob& job, const JobPlan& plan) {
+  Submission submission;
+  submission.id = NewSubmissionId();
+  submission.name = JobName(options);
+  submission.scene = fs::absolute(PathOf(options.scene)).lexically_normal().string();
+  submission.output = fs::absolute(PathOf(plan.output.Name())).lexically_normal().string();
+  submission.version = options.programVersion;
+  submission.program = Pin(ProgramFile().string());
+  submission.effects = PinEffects(job);
+  submission.video = plan.output.kind == MediaKind::kVideo;
+  submission.frames = plan.numbers.size();
+  submission.expected = {plan.size.width, plan.size.height,
+                         plan.stored.value_or(pictures::SampleType::kUint8)};
+  submission.threads = CpusFor(options);
+  submission.anyVersion = options.anyVersion;
+  return submission;
+}
+
 std::vector<std::string> CommonOptions(const PreparedSubmission& prepared,
                                        const SubmitOptions& options) {
   std::vector<std::string> common = {
-      Text("--job-name=", prepared.submission.name), "--requeue", "--open-mode=append",
+      Text("--job-name=", prepared.submission.name), "--requeue", "--output=/dev/null",
       Text("--cpus-per-task=", prepared.submission.threads), "--chdir=/"};
   if (prepared.memory > 0) {
     common.push_back(Text("--mem=", MemoryText(prepared.memory)));
@@ -154,15 +167,6 @@ std::vector<std::string> CommonOptions(const PreparedSubmission& prepared,
   return common;
 }
 
-std::string ScriptText(const std::string& command) {
-  return Text("#!/bin/sh\n", "exec ", command, "\n");
-}
-
-std::string TaskCommand(const PreparedSubmission& prepared) {
-  return Text(Quoted(prepared.submission.program.path), " task ",
-              Quoted(prepared.folder.Path().string()));
-}
-
 }  // namespace
 
 void DiscardSubmission(const SubmissionFolder& folder) {
@@ -175,12 +179,18 @@ void CancelSubmission(const SubmissionFolder& folder, const Submission& submissi
   WriteText(folder.Cancelled(), "");
   CancelJobs(submission.jobs);
   // Their processes end a little later, and with them what they were writing.
-  constexpr int kLongest = 600;
-  for (int waited = 0; waited < kLongest && CountQueue(submission.jobs).Total() > 0; ++waited) {
+  constexpr int kLongest = 180;  // looks
+  std::size_t left = CountQueue(submission.jobs).Total();
+  for (int look = 0; look < kLongest && left > 0; ++look) {
     ThrowIfInterrupted();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    left = CountQueue(submission.jobs).Total();
   }
-  pictures::RemoveLeftoversOf(submission.id, PathOf(submission.output).parent_path().string());
+  if (left > 0) {
+    throw RenderError(Text(submission.name, ": was cancelled, but ", Count(left, "task"),
+                           " did not end yet (cancel it once more when squeue shows none)"));
+  }
+  RemoveTemporariesOf(folder, submission);
 }
 
 PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJob& job,
@@ -190,21 +200,8 @@ PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJ
     throw UsageError(Text(options.scene, ": a single frame needs no farm (see veltra render)"));
   }
   CheckSplittable(options, job);
-  PreparedSubmission prepared{SubmissionFolder(""), {}};
+  PreparedSubmission prepared{SubmissionFolder(""), Describe(options, job, plan)};
   Submission& submission = prepared.submission;
-  submission.id = NewSubmissionId();
-  submission.name = JobName(options);
-  submission.scene = fs::absolute(PathOf(options.scene)).lexically_normal().string();
-  submission.output = fs::absolute(PathOf(plan.output.Name())).lexically_normal().string();
-  submission.version = options.programVersion;
-  submission.program = Pin(ProgramFile().string());
-  submission.effects = PinEffects(job);
-  submission.video = plan.output.kind == MediaKind::kVideo;
-  submission.frames = plan.numbers.size();
-  submission.expected = {plan.size.width, plan.size.height,
-                         plan.stored.value_or(pictures::SampleType::kUint8)};
-  submission.threads = CpusFor(options);
-  submission.anyVersion = options.anyVersion;
   prepared.folder = SubmissionFolder(SubmissionsOf(options.scene) / submission.id);
   prepared.largestArray = largestArray;
 
@@ -212,13 +209,11 @@ PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJ
   MakeFolders(prepared.folder);
   // Where nobody chose frames of a video, all of its sound belongs to them.
   freeze(plan.untilTheEnd ? "" : FramesText(plan.numbers), prepared.folder.Scene());
-  const double seconds = MeasureFrame(prepared.folder, submission, plan.numbers.front());
-  std::error_code ignored;
-  fs::remove_all(prepared.folder.Path() / "probe", ignored);
-  prepared.secondsPerFrame = seconds;
+  prepared.secondsPerFrame = MeasureFrame(prepared.folder, submission, plan.numbers.front());
   const std::size_t mostTasks = largestArray == 0 ? submission.frames : largestArray;
   const std::size_t chunk =
-      options.chunk != 0 ? options.chunk : FramesPerTask(submission.frames, seconds, mostTasks);
+      options.chunk != 0 ? options.chunk
+                         : FramesPerTask(submission.frames, prepared.secondsPerFrame, mostTasks);
   for (const std::vector<int>& numbers : SplitFrames(plan.numbers, chunk)) {
     submission.ranges.push_back(FramesText(numbers));
   }
@@ -241,10 +236,8 @@ std::vector<BatchJob> RangeJobs(const PreparedSubmission& prepared, const Submit
     job.options.push_back(
         Text("--array=0-", count - 1,
              options.arrayLimit != 0 ? Text("%", options.arrayLimit) : std::string()));
-    job.options.push_back(
-        Text("--output=", EscapedForSlurm(prepared.folder.Log()), "/range-%A_%a.txt"));
     job.script = (prepared.folder.Path() / Text("ranges-", first, ".sh")).string();
-    job.text = ScriptText(Text("env VELTRA_RANGE_OFFSET=", first, " ", TaskCommand(prepared)));
+    job.text = RangeScript(prepared.folder, prepared.submission, first);
     jobs.push_back(job);
   }
   return jobs;
@@ -259,10 +252,8 @@ BatchJob FinishJob(const PreparedSubmission& prepared, const SubmitOptions& opti
     dependency += Text(":", id);
   }
   job.options.push_back(dependency);
-  job.options.push_back(
-      Text("--output=", EscapedForSlurm(prepared.folder.Log()), "/finish-%j.txt"));
   job.script = (prepared.folder.Path() / "finish.sh").string();
-  job.text = ScriptText(FinishCommand(prepared));
+  job.text = FinishScript(prepared.folder, prepared.submission);
   return job;
 }
 
@@ -288,13 +279,13 @@ void QueueWithSlurm(PreparedSubmission& prepared, const SubmitOptions& options) 
 std::vector<std::string> RangeCommands(const PreparedSubmission& prepared) {
   std::vector<std::string> commands;
   for (std::size_t range = 0; range < prepared.submission.ranges.size(); ++range) {
-    commands.push_back(Text(TaskCommand(prepared), " ", range));
+    commands.push_back(Text(TaskCommand(prepared.folder, prepared.submission), " ", range));
   }
   return commands;
 }
 
 std::string FinishCommand(const PreparedSubmission& prepared) {
-  return Text(TaskCommand(prepared), " --finish");
+  return Text(TaskCommand(prepared.folder, prepared.submission), " --finish");
 }
 
 std::optional<SubmissionFolder> RunningSubmission(const std::string& scene) {

@@ -56,7 +56,8 @@ PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJ
 /// Removes the folder of a submission that was not queued.
 void DiscardSubmission(const SubmissionFolder& folder);
 
-/// Takes what is left of a submission out of the queue, and removes what its killed tasks leave.
+/// Takes what is left of a submission out of the queue, waits for its tasks to end, and removes
+/// the temporary files that they leave. Throws RenderError, also when tasks do not end.
 void CancelSubmission(const SubmissionFolder& folder, const Submission& submission);
 
 /// One call of sbatch.

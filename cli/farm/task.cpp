@@ -48,17 +48,17 @@ std::vector<int> AllNumbers(const Submission& submission) {
   return all;
 }
 
-/// Before a second and a third try: what was wrong may pass, such as a file server that restarts.
-void WaitBefore(int attempt) {
-  using std::chrono::milliseconds;
-  constexpr milliseconds kStep{100};
-  const milliseconds pause = attempt <= 1   ? milliseconds{0}
-                             : attempt == 2 ? milliseconds{2000}
-                                            : milliseconds{10000};
-  for (milliseconds waited{0}; waited < pause; waited += kStep) {
+void Sleep(std::chrono::milliseconds pause) {
+  constexpr std::chrono::milliseconds kStep{100};
+  for (std::chrono::milliseconds slept{0}; slept < pause; slept += kStep) {
     ThrowIfInterrupted();
     std::this_thread::sleep_for(kStep);
   }
+}
+
+/// Before a second and a third try: what was wrong may pass, such as a file server that restarts.
+void WaitBefore(int attempt) {
+  Sleep(std::chrono::seconds(attempt <= 1 ? 0 : attempt == 2 ? 2 : 10));
 }
 
 /// One range while it is rendered.
@@ -76,12 +76,14 @@ class RangeRun {
   using Clock = std::chrono::steady_clock;
 
   int RenderFrames();
+  void LookBefore(const FileName& name);
+  void LookAfter(const FileName& name, const std::vector<int>& rendered);
   int RenderSegment();
   void TrySegment(const std::string& segment);
   std::vector<std::string> Arguments(const std::vector<int>& numbers) const;
   void Try(const std::vector<int>& numbers);
   void FrameDone();
-  void Tell(bool finished);
+  bool Tell(bool finished);
   int End();
 
   const SubmissionFolder& folder_;
@@ -105,19 +107,22 @@ std::vector<std::string> RangeRun::Arguments(const std::vector<int>& numbers) co
 }
 
 /// The shared file system sees one small file per range every few seconds, however many frames.
-void RangeRun::Tell(bool finished) {
+/// Returns false where it could not be written.
+bool RangeRun::Tell(bool finished) {
   constexpr std::chrono::seconds kPause{5};
   const Clock::time_point now = Clock::now();
   if (!finished && now - told_ < kPause) {
-    return;
+    return true;
   }
   told_ = now;
   state_.finished = finished;
   try {
     WriteState(folder_, range_, state_);
+    return true;
   } catch (const RenderError& error) {
     // Frames matter more than what is said of them; the last task looks at the frames themselves.
     Print(stderr, "veltra: ", error.what(), "\n");
+    return false;
   }
 }
 
@@ -141,9 +146,8 @@ void RangeRun::Try(const std::vector<int>& numbers) {
   }
 }
 
-int RangeRun::RenderFrames() {
-  const FileName name(submission_.output);
-  // What an earlier try of this range wrote before its node died is looked at, not believed.
+/// What an earlier try of this range wrote before its node died is looked at, not believed.
+void RangeRun::LookBefore(const FileName& name) {
   const Verified before =
       VerifyFrames(name, numbers_, submission_.expected, ThreadsOf(submission_), [] {});
   missing_ = before.missing;
@@ -152,6 +156,22 @@ int RangeRun::RenderFrames() {
   }
   std::sort(missing_.begin(), missing_.end());
   state_.done = before.whole;
+}
+
+void RangeRun::LookAfter(const FileName& name, const std::vector<int>& rendered) {
+  const Verified after =
+      VerifyFrames(name, rendered, submission_.expected, ThreadsOf(submission_), [] {});
+  for (const int number : after.missing) {
+    state_.failed[number] = "was written, but is not there any more";
+  }
+  for (const auto& [number, trouble] : after.damaged) {
+    state_.failed[number] = Text("was written, but reads back as: ", trouble);
+  }
+}
+
+int RangeRun::RenderFrames() {
+  const FileName name(submission_.output);
+  LookBefore(name);
   Tell(false);
   std::vector<int> rendered = missing_;
   for (int attempt = 1; attempt <= kTries && !missing_.empty(); ++attempt) {
@@ -166,14 +186,7 @@ int RangeRun::RenderFrames() {
     }
   }
   std::erase_if(rendered, [this](int number) { return state_.failed.contains(number); });
-  const Verified after =
-      VerifyFrames(name, rendered, submission_.expected, ThreadsOf(submission_), [] {});
-  for (const int number : after.missing) {
-    state_.failed[number] = "was written, but is not there any more";
-  }
-  for (const auto& [number, trouble] : after.damaged) {
-    state_.failed[number] = Text("was written, but reads back as: ", trouble);
-  }
+  LookAfter(name, rendered);
   return End();
 }
 
@@ -212,11 +225,11 @@ int RangeRun::RenderSegment() {
 }
 
 int RangeRun::End() {
-  Tell(true);
+  const bool told = Tell(true);
   for (const auto& [number, error] : state_.failed) {
     Print(stderr, "veltra: frame ", number, ": ", error, "\n");
   }
-  return state_.failed.empty() ? kExitDone : kExitFailed;
+  return state_.failed.empty() ? kExitDone : told ? kExitFailed : kExitUntold;
 }
 
 // ---- The end ----
@@ -257,25 +270,36 @@ FarmResult LookAtFrames(const SubmissionFolder& folder, const Submission& submis
   return result;
 }
 
-/// Joins the segments when they are all there. What is missing otherwise are the frames of theirs.
-FarmResult JoinSegments(const SubmissionFolder& folder, const Submission& submission) {
+/// The segment of a range is whole: its task says so, or it is decoded now.
+bool HasSegment(const std::string& segment, const std::optional<RangeState>& state,
+                std::size_t frames) {
+  const bool known = state && state->finished && state->failed.empty() &&
+                     StatusOf(segment).kind == FileKind::kFile;
+  return known || VideoTrouble(segment, frames).empty();
+}
+
+/// The frames of segments that are not there whole are missing.
+FarmResult LookAtSegments(const SubmissionFolder& folder, const Submission& submission) {
   FarmResult result;
-  std::string list;
   for (std::size_t range = 0; range < submission.ranges.size(); ++range) {
     const std::optional<RangeState> state = ReadState(folder, range);
     const std::vector<int> numbers = NumbersOf(submission.ranges[range]);
-    const std::string segment = folder.SegmentOf(range, submission.output);
-    const bool known = state && state->finished && state->failed.empty() &&
-                       StatusOf(segment).kind == FileKind::kFile;
-    if (!known && !VideoTrouble(segment, numbers.size()).empty()) {
+    if (!HasSegment(folder.SegmentOf(range, submission.output), state, numbers.size())) {
       AddState(state, result);
       result.missing.insert(result.missing.end(), numbers.begin(), numbers.end());
     }
-    list += Text(numbers.size(), " ", segment, "\n");
   }
   result.done = submission.frames - result.missing.size();
-  if (!result.missing.empty()) {
-    return result;
+  return result;
+}
+
+/// Joins the segments, which are all there; they go where that worked.
+void JoinSegments(const SubmissionFolder& folder, const Submission& submission,
+                  FarmResult& result) {
+  std::string list;
+  for (std::size_t range = 0; range < submission.ranges.size(); ++range) {
+    list += Text(NumbersOf(submission.ranges[range]).size(), " ",
+                 folder.SegmentOf(range, submission.output), "\n");
   }
   const std::string listFile = (folder.Path() / "segments.txt").string();
   pictures::OutputFile file(listFile);
@@ -290,6 +314,30 @@ FarmResult JoinSegments(const SubmissionFolder& folder, const Submission& submis
     std::filesystem::remove_all(folder.Segments(), ignored);
   } else {
     result.damaged[NumbersOf(submission.ranges.front()).front()] = trouble;
+  }
+}
+
+FarmResult Look(const SubmissionFolder& folder, const Submission& submission) {
+  return submission.video ? LookAtSegments(folder, submission) : LookAtFrames(folder, submission);
+}
+
+/// Whether something is missing of which no task said that it failed.
+bool MissesUnexplained(const Submission& submission, const FarmResult& result) {
+  return submission.video
+             ? !result.missing.empty() && result.failed.empty()
+             : std::any_of(result.missing.begin(), result.missing.end(),
+                           [&result](int number) { return !result.failed.contains(number); });
+}
+
+/// A network file system may show a node what another one wrote as late as a minute after.
+FarmResult LookPatiently(const SubmissionFolder& folder, const Submission& submission) {
+  FarmResult result = Look(folder, submission);
+  for (const int seconds : {1, 4, 10, 20, 30}) {
+    if (!MissesUnexplained(submission, result)) {
+      break;
+    }
+    Sleep(std::chrono::seconds(seconds));
+    result = Look(folder, submission);
   }
   return result;
 }
@@ -342,9 +390,11 @@ int RunFinish(const SubmissionFolder& folder) {
   const Submission submission = folder.Read();
   CheckVersions(submission);
   SetSubmissionMark(submission.id);
-  const FarmResult result =
-      submission.video ? JoinSegments(folder, submission) : LookAtFrames(folder, submission);
-  pictures::RemoveLeftoversOf(submission.id, PathOf(submission.output).parent_path().string());
+  FarmResult result = LookPatiently(folder, submission);
+  if (submission.video && result.missing.empty()) {
+    JoinSegments(folder, submission, result);
+  }
+  RemoveTemporariesOf(folder, submission);
   WriteResult(folder, result);
   PrintResult(result, submission.frames);
   return result.Whole() ? kExitDone : kExitFailed;

@@ -19,6 +19,7 @@ namespace veltra::cli {
 namespace {
 
 using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
 
 /// Looking costs the file server a read per range, so large submissions are looked at less often.
 milliseconds PauseFor(const Submission& submission) {
@@ -53,6 +54,33 @@ void ReportFailures(const FarmResult& result, Progress& progress) {
   throw RenderError(Text(submission.output, ": ", Count(bad.size(), "frame"),
                          " missing or damaged: ", NumbersText(bad), " (veltra verify ",
                          submission.scene, " --repair renders them)"));
+}
+
+int TellResult(const Submission& submission, const FarmResult& result, Progress& progress) {
+  ReportFailures(result, progress);
+  if (!result.Whole()) {
+    ThrowNotWhole(submission, result);
+  }
+  progress.Finish(submission.output);
+  return kExitDone;
+}
+
+/// Throws RenderError when no result is to come any more. `lastQueued` is kept from look to look.
+void CheckQueued(const SubmissionFolder& folder, const Submission& submission,
+                 const FarmStatus& status, Clock::time_point& lastQueued) {
+  // A network file system may show the result as late as a minute after the last job has left.
+  constexpr std::chrono::seconds kPatience{75};
+  if (status.queue.Total() > 0) {
+    lastQueued = Clock::now();
+    return;
+  }
+  if (status.cancelled) {
+    throw RenderError(Text(submission.name, ": was cancelled"));
+  }
+  if (Clock::now() - lastQueued > kPatience) {
+    throw RenderError(Text("the jobs are gone from the queue without a result (see ", folder.Log(),
+                           "; veltra verify ", submission.scene, ")"));
+  }
 }
 
 const char* StateName(const FarmStatus& status) {
@@ -130,30 +158,17 @@ void PrintStatus(const SubmissionFolder& folder, const Submission& submission,
 int WaitForEnd(const SubmissionFolder& folder, const Submission& submission,
                const RenderOptions& options) {
   Progress progress(options, static_cast<int>(submission.frames));
-  constexpr int kPatience = 10;  // a shared file system may show the result late
+  Clock::time_point lastQueued = Clock::now();
   bool silent = false;
-  int gone = 0;
   for (;;) {
     try {
       const FarmStatus status = StatusOf(folder, submission);
       silent = false;
       progress.Reached(static_cast<int>(status.done));
       if (status.result) {
-        ReportFailures(*status.result, progress);
-        if (!status.result->Whole()) {
-          ThrowNotWhole(submission, *status.result);
-        }
-        progress.Finish(submission.output);
-        return kExitDone;
+        return TellResult(submission, *status.result, progress);
       }
-      gone = status.queue.Total() == 0 ? gone + 1 : 0;
-      if (gone > 0 && status.cancelled) {
-        throw RenderError(Text(submission.name, ": was cancelled"));
-      }
-      if (gone > kPatience) {
-        throw RenderError(Text("the jobs are gone from the queue without a result (see ",
-                               folder.Log(), "; veltra verify ", submission.scene, ")"));
-      }
+      CheckQueued(folder, submission, status, lastQueued);
     } catch (const SchedulerSilent& error) {
       // A scheduler that restarts loses no jobs.
       if (!silent) {

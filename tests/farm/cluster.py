@@ -6,6 +6,7 @@ import hashlib
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -28,16 +29,19 @@ def veltra(*arguments, check=True, env=None, timeout=120):
 
 
 class Cluster:
-    """Two nodes of one processor each, unless asked otherwise."""
+    """Nodes n1, n2 ... of one processor each, and a folder that all of them see."""
 
     def __init__(self, nodes=2, array_size=1001):
-        self.folder = tempfile.mkdtemp(prefix='veltra-cluster-')
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix='veltra-cluster-'))
+        self.net = self.folder / 'net'
+        self.array_size = array_size
         try:
-            self.run('start', '--nodes', str(nodes), '--array-size', str(array_size))
+            self.run('start', '--nodes', str(nodes), '--array-size', str(array_size),
+                     '--port', os.environ.get('VELTRA_FARM_PORT', '26817'))
         except BaseException:
             self.stop()
             raise
-        os.environ['SLURM_CONF'] = os.path.join(self.folder, 'slurm.conf')
+        os.environ['SLURM_CONF'] = str(self.folder / 'slurm.conf')
 
     def run(self, verb, *arguments):
         subprocess.run([CLUSTER, verb, self.folder, *arguments], check=True,
@@ -52,23 +56,40 @@ class Cluster:
     def restart(self):
         self.run('restart')
 
-    def settle(self):
-        """Ends what a test left in the queue, and waits until both nodes are there again."""
-        if self.queue():
-            subprocess.run(['scancel', '--user', str(os.getuid())], check=True)
-            wait_for(lambda: not self.queue(), 120, 'an empty queue')
-        self.run('heal')
+    def on(self, node, *command):
+        """Runs a command that sees the mounts of the node, and changes those alone."""
+        self.run('on', node, *map(str, command))
+
+    def start_on(self, node, *command):
+        """The same, without waiting for its end."""
+        return subprocess.Popen([CLUSTER, 'on', self.folder, node, *map(str, command)],
+                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                stderr=subprocess.STDOUT, text=True)
 
     def queue(self):
         """What squeue says of each task: (job, state, node)."""
-        done = subprocess.run(['squeue', '-h', '-r', '-o', '%i|%T|%N'], capture_output=True,
-                              text=True, check=True)
-        return [tuple(line.split('|')) for line in done.stdout.splitlines()]
+        lines = slurm('squeue', '-h', '-r', '-o', '%i|%T|%N').splitlines()
+        return [tuple(line.split('|')) for line in lines]
+
+    def tasks(self, jobs):
+        """What the controller remembers of each task of the jobs, by range: fields by name."""
+        tasks = {}
+        for number, job in enumerate(jobs):
+            for line in slurm('scontrol', 'show', 'job', '-o', job).splitlines():
+                fields = dict(re.findall(r'(\w+)=(\S*)', line))
+                if fields.get('ArrayTaskId', '').isdigit():
+                    tasks[number * (self.array_size - 1) + int(fields['ArrayTaskId'])] = fields
+        return tasks
 
     def stop(self):
         self.run('stop')
         os.environ.pop('SLURM_CONF', None)
         shutil.rmtree(self.folder, ignore_errors=True)
+
+
+def slurm(*command):
+    """What one of Slurm's commands prints."""
+    return subprocess.run(command, capture_output=True, text=True, check=True).stdout
 
 
 def hashes(folder, pattern='*'):
@@ -78,7 +99,13 @@ def hashes(folder, pattern='*'):
 
 
 def leftovers(folder):
-    return [path.name for path in pathlib.Path(folder).glob('.*.veltra-*')]
+    return [str(path) for path in pathlib.Path(folder).rglob('.*.veltra-*')]
+
+
+def identities(folder):
+    """Of every visible file: what is another one when it is written once more."""
+    return {path: (path.stat().st_ino, path.stat().st_mtime_ns)
+            for path in pathlib.Path(folder).iterdir() if not path.name.startswith('.')}
 
 
 def wait_for(condition, seconds, what):
@@ -95,9 +122,9 @@ def ffmpeg(*arguments):
                           check=True, capture_output=True, text=True).stdout
 
 
-def make_tour(path):
+def make_tour(path, size='256x128'):
     """A video of 30 frames with sound."""
-    ffmpeg('-f', 'lavfi', '-i', 'testsrc2=size=256x128:rate=25:duration=1.2', '-f', 'lavfi', '-i',
+    ffmpeg('-f', 'lavfi', '-i', f'testsrc2=size={size}:rate=25:duration=1.2', '-f', 'lavfi', '-i',
            'sine=frequency=440:duration=1.2', '-pix_fmt', 'yuv420p', '-c:v', 'libx264', '-qp', '0',
            '-c:a', 'aac', path)
 
@@ -121,6 +148,11 @@ def is_spherical(path):
 def submission_of(shot):
     """The folder of the newest submission."""
     return max(shot.scene.with_suffix('.farm').iterdir())
+
+
+def fixed(shot):
+    """What the newest submission fixed."""
+    return json.loads((submission_of(shot) / 'submission.json').read_text())
 
 
 class Shot:
