@@ -120,13 +120,13 @@ std::string PixelText(const std::array<double, 4>& pixel, double scale) {
   return text;
 }
 
-double ScaleOf(const PictureInfo& a, const PictureInfo& b) {
+double ScaleOf(const pictures::PictureInfo& a, const pictures::PictureInfo& b) {
   constexpr double kFull8 = 255;
   constexpr double kFull16 = 65535;
-  if (a.stored != b.stored || IsFloat(a.stored)) {
+  if (a.stored != b.stored || pictures::IsFloat(a.stored)) {
     return 1;
   }
-  return a.stored == SampleType::kUint8 ? kFull8 : kFull16;
+  return a.stored == pictures::SampleType::kUint8 ? kFull8 : kFull16;
 }
 
 class CompareRun {
@@ -148,7 +148,7 @@ class CompareRun {
         throw UsageError(many ? "--difference: needs a place for the number (name.####.png)"
                               : "--difference: one picture needs no place for a number");
       }
-      format_ = WritableFormatOf(job.difference);
+      format_ = pictures::WritableFormatOf(job.difference);
     }
     first_ = OpenSource(a_, {});
     second_ = OpenSource(b_, {});
@@ -257,12 +257,12 @@ class CompareRun {
   void WriteDifference(int number, const host::World& a, const host::World& b, double worst) {
     const bool known = worst > 0 && std::isfinite(worst);
     const host::World picture = DifferencePicture(a, b, job_.gain.value_or(known ? 1 / worst : 1));
-    PictureOptions options;
+    pictures::PictureOptions options;
     options.format = format_;
-    options.stored = WritableTypes(format_).front();
+    options.stored = pictures::WritableTypes(format_).front();
     options.alpha = false;
-    OutputFile file(difference_.At(number));
-    WriteWorld(picture, file, options, &pool_);
+    pictures::OutputFile file(difference_.At(number));
+    pictures::WriteWorld(picture, file, options, &pool_);
     file.Commit();
   }
 
@@ -270,7 +270,7 @@ class CompareRun {
   Media a_;
   Media b_;
   Media difference_;
-  PictureFormat format_ = PictureFormat::kPng;
+  pictures::PictureFormat format_ = pictures::PictureFormat::kPng;
   host::ThreadPool pool_;
   std::unique_ptr<FrameSource> first_;
   std::unique_ptr<FrameSource> second_;

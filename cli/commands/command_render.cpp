@@ -78,9 +78,9 @@ NamedFiles FindNamedFiles(const Arguments& arguments) {
 }
 
 Scene LoadScene(const std::string& path) {
-  std::unique_ptr<ByteSource> source;
+  std::unique_ptr<pictures::ByteSource> source;
   try {
-    source = OpenFileSource(path);
+    source = pictures::OpenFileSource(path);
   } catch (const RenderError& error) {
     throw UsageError(Text(path, ": ", error.what()));
   }
@@ -453,7 +453,7 @@ void CheckOptions(const RenderOptions& options) {
 
 void WriteScene(const Scene& scene, const std::string& path) {
   const std::string text = SceneText(scene);
-  OutputFile file(path);
+  pictures::OutputFile file(path);
   file.Write(text.data(), text.size());
   file.Commit();
 }

@@ -88,9 +88,10 @@ void PrintFindings(const FileName& name, const Verified& verified) {
 
 Verified Look(const JobPlan& plan, const std::vector<int>& numbers, const VerifyOptions& options) {
   Progress progress(options.telling, static_cast<int>(numbers.size()));
-  return VerifyFrames(plan.output.name, numbers,
-                      {plan.size.width, plan.size.height, plan.stored.value_or(SampleType::kUint8)},
-                      options.threads, [&progress] { progress.Step(); });
+  return VerifyFrames(
+      plan.output.name, numbers,
+      {plan.size.width, plan.size.height, plan.stored.value_or(pictures::SampleType::kUint8)},
+      options.threads, [&progress] { progress.Step(); });
 }
 
 void SetTelling(RenderJob& job, const VerifyOptions& options) {

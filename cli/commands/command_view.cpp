@@ -178,9 +178,9 @@ class ViewRun {
 
  private:
   void Prepare() {
-    SetPictureThreads(ThreadsOf(job_.options));
-    const PictureInfo first = source_.Look(schedule_.Numbers().front());
-    const host::Depth depth = job_.options.depth.value_or(DepthOf(first));
+    pictures::SetPictureThreads(ThreadsOf(job_.options));
+    const pictures::PictureInfo first = source_.Look(schedule_.Numbers().front());
+    const host::Depth depth = job_.options.depth.value_or(pictures::DepthOf(first));
     if (source_.Video() != nullptr) {
       video_ = *source_.Video();
       video_->spherical = {};  // a flat picture is no sphere any more
@@ -201,7 +201,7 @@ class ViewRun {
     }
     schedule_.Advance();
     const SharedWorld frame = picture->Read();
-    PictureInfo info = picture->Info();
+    pictures::PictureInfo info = picture->Info();
     info.metadata.KeepForPart();
     for (const std::string& warning : info.warnings) {
       if (std::exchange(lastWarning_, warning) != warning) {

@@ -16,7 +16,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// The controls of a pass at a frame, layers apart, by their long names.
-Json ControlsAt(const RenderPass& pass, int frame, const PictureInfo& first) {
+Json ControlsAt(const RenderPass& pass, int frame, const pictures::PictureInfo& first) {
   Json controls = Json::object();
   for (const ControlOption& option : ControlOptions(*pass.effect, TakenNames())) {
     const host::ControlDeclaration& control = *option.declaration;
@@ -32,7 +32,8 @@ Json ControlsAt(const RenderPass& pass, int frame, const PictureInfo& first) {
   return controls;
 }
 
-Json FrameJson(const RenderJob& job, const JobFiles& files, int number, const PictureInfo& first) {
+Json FrameJson(const RenderJob& job, const JobFiles& files, int number,
+               const pictures::PictureInfo& first) {
   Json json = {{"event", "plan"}, {"frame", number}};
   json["input"] = files.frame ? files.frame->source->Describe(number) : "transparent";
   json["output"] = files.output.At(number);
@@ -66,7 +67,7 @@ void PrintForPeople(const Json& frame) {
 }  // namespace
 
 void PrintDryRun(const RenderJob& job, const JobFiles& files, const Schedule& schedule,
-                 const FrameSettings& frames, const PictureInfo& first) {
+                 const FrameSettings& frames, const pictures::PictureInfo& first) {
   const bool json = job.options.progress == ProgressStyle::kJson;
   if (!json) {
     Print(stdout, Count(schedule.Numbers().size(), "frame"), " to render",

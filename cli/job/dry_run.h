@@ -13,6 +13,6 @@ namespace veltra::cli {
 /// is written and the value of every control: lines for people, or with --progress json an object
 /// per line. `first` is what the first frame is like, whose size points are told for.
 void PrintDryRun(const RenderJob& job, const JobFiles& files, const Schedule& schedule,
-                 const FrameSettings& frames, const PictureInfo& first);
+                 const FrameSettings& frames, const pictures::PictureInfo& first);
 
 }  // namespace veltra::cli

@@ -25,20 +25,21 @@ namespace {
 using host::Depth;
 
 /// The sample type of the files: what was asked for, or the least that keeps what the render has.
-SampleType OutputType(const RenderOptions& options, PictureFormat format, Depth depth,
-                      std::optional<SampleType> inputStored) {
-  const std::vector<SampleType> possible = WritableTypes(format);
-  const auto can = [&possible](SampleType type) {
+pictures::SampleType OutputType(const RenderOptions& options, pictures::PictureFormat format,
+                                Depth depth, std::optional<pictures::SampleType> inputStored) {
+  const std::vector<pictures::SampleType> possible = pictures::WritableTypes(format);
+  const auto can = [&possible](pictures::SampleType type) {
     return std::find(possible.begin(), possible.end(), type) != possible.end();
   };
   if (options.outputDepth) {
     if (!can(*options.outputDepth)) {
       std::string list;
-      for (const SampleType type : possible) {
-        list += Text(list.empty() ? "" : ", ", SampleTypeName(type));
+      for (const pictures::SampleType type : possible) {
+        list += Text(list.empty() ? "" : ", ", pictures::SampleTypeName(type));
       }
-      throw UsageError(Text("--output-depth: ", FormatName(format), " has no '",
-                            SampleTypeName(*options.outputDepth), "' (expected ", list, ")"));
+      throw UsageError(Text("--output-depth: ", pictures::FormatName(format), " has no '",
+                            pictures::SampleTypeName(*options.outputDepth), "' (expected ", list,
+                            ")"));
     }
     return *options.outputDepth;
   }
@@ -46,19 +47,20 @@ SampleType OutputType(const RenderOptions& options, PictureFormat format, Depth 
     return possible.front();
   }
   if (depth == Depth::k16) {
-    return can(SampleType::kUint16) ? SampleType::kUint16 : possible.back();
+    return can(pictures::SampleType::kUint16) ? pictures::SampleType::kUint16 : possible.back();
   }
   // A float render of a half file needs no more than half, where half is what people expect.
-  return inputStored == SampleType::kHalf && possible.front() == SampleType::kHalf
-             ? SampleType::kHalf
+  return inputStored == pictures::SampleType::kHalf &&
+                 possible.front() == pictures::SampleType::kHalf
+             ? pictures::SampleType::kHalf
              : possible.back();
 }
 
 /// By the name, or by --format where the name is no file's.
-PictureFormat FormatOf(const Media& output, const RenderOptions& options) {
+pictures::PictureFormat FormatOf(const Media& output, const RenderOptions& options) {
   if (!options.format.empty()) {
     try {
-      return WritableFormatOf(Text(".", options.format).insert(0, "format"));
+      return pictures::WritableFormatOf(Text(".", options.format).insert(0, "format"));
     } catch (const UsageError&) {
       throw UsageError(
           Text("--format: '", options.format, "' is none (expected png, exr, tif or jpg)"));
@@ -67,7 +69,7 @@ PictureFormat FormatOf(const Media& output, const RenderOptions& options) {
   if (output.Name() == "-") {
     throw UsageError("-: standard output needs a format (add --format png, exr, tif or jpg)");
   }
-  return WritableFormatOf(output.Name());
+  return pictures::WritableFormatOf(output.Name());
 }
 
 /// An image file per frame, each under its name only when it is whole.
@@ -75,9 +77,9 @@ class FileSink : public FrameSink {
  public:
   FileSink(const Media& output, const RenderOptions& options)
       : output_(output), options_(options), format_(FormatOf(output, options)) {
-    CheckCompression(format_, options.compression);
-    if (options.jpegQuality && format_ != PictureFormat::kJpeg) {
-      throw UsageError(Text("--jpeg-quality: ", FormatName(format_), " has none"));
+    pictures::CheckCompression(format_, options.compression);
+    if (options.jpegQuality && format_ != pictures::PictureFormat::kJpeg) {
+      throw UsageError(Text("--jpeg-quality: ", pictures::FormatName(format_), " has none"));
     }
     if (!options.videoOptions.empty() || options.segmentAlpha || !options.join.empty()) {
       throw UsageError(Text(options.segmentAlpha    ? "--segment"
@@ -90,24 +92,25 @@ class FileSink : public FrameSink {
     }
   }
 
-  std::optional<SampleType> StoredType(Depth depth, const PictureInfo& firstInput) const override {
+  std::optional<pictures::SampleType> StoredType(
+      Depth depth, const pictures::PictureInfo& firstInput) const override {
     return OutputType(options_, format_, depth, firstInput.stored);
   }
 
-  void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) override {
+  void Prepare(const SinkSettings& settings, const pictures::PictureInfo& firstInput) override {
     settings_ = settings;
     OutputType(options_, format_, settings.depth, firstInput.stored);  // complains now
-    RemoveLeftovers(output_.At(settings.numbers.front()));
+    pictures::RemoveLeftovers(output_.At(settings.numbers.front()));
   }
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
     std::string path = output_.At(frame.number);
-    if (!HasAlpha(format_) && !losesAlpha_ && HasTransparency(picture)) {
+    if (!pictures::HasAlpha(format_) && !losesAlpha_ && HasTransparency(picture)) {
       losesAlpha_ = true;
     }
-    OutputFile file(path);
+    pictures::OutputFile file(path);
     try {
-      WriteWorld(picture, file, OptionsFor(frame.input), settings_.pool);
+      pictures::WriteWorld(picture, file, OptionsFor(frame.input), settings_.pool);
     } catch (const RenderError& error) {
       file.ThrowIfFailed();
       throw RenderError(Text(path, ": ", error.what()));
@@ -118,17 +121,17 @@ class FileSink : public FrameSink {
 
   std::vector<std::string> Finish() override {
     if (losesAlpha_) {
-      return {Text(FormatName(format_), " has no alpha; it is left out")};
+      return {Text(pictures::FormatName(format_), " has no alpha; it is left out")};
     }
     return {};
   }
 
  private:
-  PictureOptions OptionsFor(const PictureInfo& input) const {
-    PictureOptions written;
+  pictures::PictureOptions OptionsFor(const pictures::PictureInfo& input) const {
+    pictures::PictureOptions written;
     written.format = format_;
     written.stored = OutputType(options_, format_, settings_.depth, input.stored);
-    written.alpha = HasAlpha(format_) && !options_.noAlpha;
+    written.alpha = pictures::HasAlpha(format_) && !options_.noAlpha;
     written.compression = options_.compression;
     written.jpegQuality = options_.jpegQuality.value_or(written.jpegQuality);
     written.pixelAspect = static_cast<double>(options_.pixelAspect.num) / options_.pixelAspect.den;
@@ -144,7 +147,7 @@ class FileSink : public FrameSink {
 
   Media output_;
   const RenderOptions& options_;
-  PictureFormat format_;
+  pictures::PictureFormat format_;
   SinkSettings settings_;
   std::atomic<bool> losesAlpha_{false};
 };
@@ -167,11 +170,11 @@ class VideoSink : public FrameSink {
     FfmpegOutput({"ffmpeg", "-v", "error", "-version"}, output.Name());  // is it there at all?
   }
 
-  void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) override {
+  void Prepare(const SinkSettings& settings, const pictures::PictureInfo& firstInput) override {
     settings_ = settings;
     alpha_ =
         firstInput.channels % 2 == 0 && (settings.video == nullptr || settings.video->format.alpha);
-    RemoveLeftovers(output_.Name());
+    pictures::RemoveLeftovers(output_.Name());
   }
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {

@@ -31,7 +31,7 @@ struct SinkSettings {
 struct FinishedFrame {
   std::size_t turn;  ///< 0 for the first frame of the run, and so on
   int number;
-  const PictureInfo& input;  ///< what the frame under the effect is like
+  const pictures::PictureInfo& input;  ///< what the frame under the effect is like
 };
 
 /// Takes rendered frames, on several threads at once.
@@ -44,12 +44,12 @@ class FrameSink {
 
   /// The sample type of the files, going by the first frame; nothing for a video. Throws UsageError
   /// for what cannot be written.
-  virtual std::optional<SampleType> StoredType(host::Depth /*depth*/,
-                                               const PictureInfo& /*firstInput*/) const {
+  virtual std::optional<pictures::SampleType> StoredType(
+      host::Depth /*depth*/, const pictures::PictureInfo& /*firstInput*/) const {
     return std::nullopt;
   }
   /// To be called once, before the first frame. Throws UsageError for what cannot be written.
-  virtual void Prepare(const SinkSettings& settings, const PictureInfo& firstInput) = 0;
+  virtual void Prepare(const SinkSettings& settings, const pictures::PictureInfo& firstInput) = 0;
   /// Writes a frame and returns the name of its file; a video, which has none for a frame, waits
   /// for the frames before it. Throws RenderError "NAME: reason".
   virtual std::string Write(const FinishedFrame& frame, const host::World& picture) = 0;

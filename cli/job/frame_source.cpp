@@ -55,10 +55,11 @@ SharedWorld Reduced(host::World world, const SourceSettings& settings) {
 /// An image file: opened when it is asked about, read when it is wanted.
 class FilePicture : public SourcePicture {
  public:
-  FilePicture(std::string path, PictureSelection selection, const SourceSettings* settings)
+  FilePicture(std::string path, pictures::PictureSelection selection,
+              const SourceSettings* settings)
       : path_(std::move(path)), selection_(std::move(selection)), settings_(settings) {}
 
-  const PictureInfo& Info() override {
+  const pictures::PictureInfo& Info() override {
     if (!info_) {
       Open();
     }
@@ -69,7 +70,7 @@ class FilePicture : public SourcePicture {
     Open();
     return Named(path_, [this] {
       SharedWorld world =
-          Reduced(ReadWorld(*reader_, settings_->depth, settings_->pool), *settings_);
+          Reduced(pictures::ReadWorld(*reader_, settings_->depth, settings_->pool), *settings_);
       info_->warnings = reader_->Info().warnings;
       reader_.reset();  // some formats keep a copy of their own
       source_.reset();
@@ -81,25 +82,25 @@ class FilePicture : public SourcePicture {
   void Open() {
     if (reader_ == nullptr) {
       Named(path_, [this] {
-        source_ = OpenFileSource(path_);
-        reader_ = OpenPicture(*source_, selection_);
+        source_ = pictures::OpenFileSource(path_);
+        reader_ = pictures::OpenPicture(*source_, selection_);
         info_ = reader_->Info();
       });
     }
   }
 
   std::string path_;
-  PictureSelection selection_;
+  pictures::PictureSelection selection_;
   const SourceSettings* settings_;
-  std::optional<PictureInfo> info_;
-  std::unique_ptr<ByteSource> source_;
-  std::unique_ptr<PictureReader> reader_;
+  std::optional<pictures::PictureInfo> info_;
+  std::unique_ptr<pictures::ByteSource> source_;
+  std::unique_ptr<pictures::PictureReader> reader_;
 };
 
 /// The same picture for every frame, read once, by whoever needs it first.
 class StillSource : public FrameSource {
  public:
-  StillSource(const std::string& path, const PictureSelection& selection)
+  StillSource(const std::string& path, const pictures::PictureSelection& selection)
       : path_(path), picture_(path, selection, &settings_) {}
 
   void SetTiming(const SourceTiming& timing) override {
@@ -110,7 +111,7 @@ class StillSource : public FrameSource {
   }
   Presence Has(int /*frame*/) const override { return Presence::kThere; }
   std::string Describe(int /*frame*/) const override { return path_; }
-  PictureInfo Look(int /*frame*/) override { return picture_.Info(); }
+  pictures::PictureInfo Look(int /*frame*/) override { return picture_.Info(); }
   void Prepare(const SourceSettings& settings) override { settings_ = settings; }
   std::unique_ptr<SourcePicture> Take(int /*frame*/) override {
     return std::make_unique<Shared>(*this);
@@ -121,7 +122,7 @@ class StillSource : public FrameSource {
   class Shared : public SourcePicture {
    public:
     explicit Shared(StillSource& source) : source_(source) {}
-    const PictureInfo& Info() override {
+    const pictures::PictureInfo& Info() override {
       info_ = source_.InfoNow();
       return info_;
     }
@@ -129,10 +130,10 @@ class StillSource : public FrameSource {
 
    private:
     StillSource& source_;
-    PictureInfo info_;
+    pictures::PictureInfo info_;
   };
 
-  PictureInfo InfoNow() {
+  pictures::PictureInfo InfoNow() {
     const std::lock_guard lock(mutex_);
     return picture_.Info();
   }
@@ -157,7 +158,7 @@ class StillSource : public FrameSource {
 /// A file per frame.
 class SequenceSource : public FrameSource {
  public:
-  SequenceSource(FileName name, PictureSelection selection)
+  SequenceSource(FileName name, pictures::PictureSelection selection)
       : name_(std::move(name)), selection_(std::move(selection)) {}
 
   void SetTiming(const SourceTiming& timing) override;
@@ -166,7 +167,7 @@ class SequenceSource : public FrameSource {
     const std::optional<int> number = NumberFor(frame);
     return number ? name_.At(*number) : "nothing";
   }
-  PictureInfo Look(int frame) override;
+  pictures::PictureInfo Look(int frame) override;
   void Prepare(const SourceSettings& settings) override { settings_ = settings; }
   std::unique_ptr<SourcePicture> Take(int frame) override;
 
@@ -175,7 +176,7 @@ class SequenceSource : public FrameSource {
   std::optional<int> NumberFor(int frame) const;
 
   FileName name_;
-  PictureSelection selection_;
+  pictures::PictureSelection selection_;
   SourceSettings settings_;
   std::optional<TimePlan> plan_;  ///< of a layer with a timing of its own
   int first_ = 0;                 ///< of the files that are there, where there is a plan
@@ -219,7 +220,7 @@ Presence SequenceSource::Has(int frame) const {
                                                                      : Presence::kMissing;
 }
 
-PictureInfo SequenceSource::Look(int frame) {
+pictures::PictureInfo SequenceSource::Look(int frame) {
   const int number = NumberFor(frame).value_or(first_);
   std::unique_ptr<FilePicture>& picture = opened_[number];
   picture = std::make_unique<FilePicture>(name_.At(number), selection_, &settings_);
@@ -258,19 +259,20 @@ class VideoSource : public FrameSource {
     const std::optional<std::int64_t> place = PlaceFor(frame, count_);
     return place ? Text(info_.path, " frame ", *place + 1) : "nothing";
   }
-  PictureInfo Look(int /*frame*/) override { return info_.picture; }
+  pictures::PictureInfo Look(int /*frame*/) override { return info_.picture; }
   void Prepare(const SourceSettings& settings) override;
   std::unique_ptr<SourcePicture> Take(int frame) override;
 
  private:
   class Decoded : public SourcePicture {
    public:
-    Decoded(const PictureInfo& info, SharedWorld world) : info_(info), world_(std::move(world)) {}
-    const PictureInfo& Info() override { return info_; }
+    Decoded(const pictures::PictureInfo& info, SharedWorld world)
+        : info_(info), world_(std::move(world)) {}
+    const pictures::PictureInfo& Info() override { return info_; }
     SharedWorld Read() override { return std::move(world_); }
 
    private:
-    const PictureInfo& info_;
+    const pictures::PictureInfo& info_;
     SharedWorld world_;
   };
 
@@ -422,7 +424,8 @@ std::unique_ptr<SourcePicture> VideoSource::Take(int frame) {
 
 }  // namespace
 
-std::unique_ptr<FrameSource> OpenSource(const Media& media, const PictureSelection& selection) {
+std::unique_ptr<FrameSource> OpenSource(const Media& media,
+                                        const pictures::PictureSelection& selection) {
   switch (media.kind) {
     case MediaKind::kVideo:
       if (!selection.channels.empty()) {

@@ -51,7 +51,7 @@ class SourcePicture {
 
   /// What the header tells, before any pixel is read; afterwards also what reading noticed. Throws
   /// RenderError "NAME: reason".
-  virtual const PictureInfo& Info() = 0;
+  virtual const pictures::PictureInfo& Info() = 0;
   /// The pixels, as the settings want them. Throws RenderError "NAME: reason", Interrupted.
   virtual SharedWorld Read() = 0;
 };
@@ -79,7 +79,7 @@ class FrameSource {
 
   /// What the header of a frame's picture tells. The picture stays open for whoever takes it, since
   /// a pipe cannot be opened twice. Throws RenderError "NAME: reason".
-  virtual PictureInfo Look(int frame) = 0;
+  virtual pictures::PictureInfo Look(int frame) = 0;
   virtual void Prepare(const SourceSettings& settings) = 0;
   /// The picture for a frame; null where a layer has nothing, and after the last frame of a video.
   /// Frames must rise. Throws RenderError "NAME: reason".
@@ -89,6 +89,7 @@ class FrameSource {
 /// Opens an input, which must not be of kind none. Throws RenderError where a video cannot be read;
 /// pictures are opened when they are looked at or taken.
 /// `selection` is what of each picture is read.
-std::unique_ptr<FrameSource> OpenSource(const Media& media, const PictureSelection& selection);
+std::unique_ptr<FrameSource> OpenSource(const Media& media,
+                                        const pictures::PictureSelection& selection);
 
 }  // namespace veltra::cli

@@ -156,7 +156,7 @@ class JobRun {
   using Renderers = std::vector<FrameRenderer>;
 
   void CheckFolder() const;
-  PictureInfo LookAtFirst();
+  pictures::PictureInfo LookAtFirst();
   void LookAhead();
   void LowerDepth();
   void CheckStereo();
@@ -173,8 +173,8 @@ class JobRun {
   std::optional<TakenFrame> Take(int number);
   void RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers);
   bool FrameFailed(const Schedule::Turn& turn, const std::string& message);
-  void CheckSameDepth(int number, const PictureInfo& info) const;
-  void WarnAbout(const PictureInfo& info);
+  void CheckSameDepth(int number, const pictures::PictureInfo& info) const;
+  void WarnAbout(const pictures::PictureInfo& info);
   void WarnOnce(const std::vector<std::string>& lines);
   void Conclude();
 
@@ -186,7 +186,7 @@ class JobRun {
   Schedule schedule_;
   std::unique_ptr<Progress> progress_;
 
-  PictureInfo first_;  ///< of the first frame
+  pictures::PictureInfo first_;  ///< of the first frame
   host::Depth depth_ = host::Depth::k8;
   Spread spread_;
   std::unique_ptr<host::ThreadPool> pool_;
@@ -213,12 +213,12 @@ void JobRun::CheckFolder() const {
 }
 
 /// A part of a run goes by the first frame of the whole, so that all parts agree.
-PictureInfo JobRun::LookAtFirst() {
+pictures::PictureInfo JobRun::LookAtFirst() {
   const int number = options_.part ? schedule_.First() : schedule_.Numbers().front();
   if (files_.frame) {
     return files_.frame->source->Look(number);
   }
-  PictureInfo info;
+  pictures::PictureInfo info;
   info.channels = 4;
   info.width = options_.size->width;
   info.height = options_.size->height;
@@ -230,9 +230,9 @@ PictureInfo JobRun::LookAtFirst() {
 
 /// Settles size and depth by the first frame.
 void JobRun::LookAhead() {
-  SetPictureThreads(ThreadsOf(options_));
+  pictures::SetPictureThreads(ThreadsOf(options_));
   first_ = LookAtFirst();
-  depth_ = options_.depth.value_or(DepthOf(first_));
+  depth_ = options_.depth.value_or(pictures::DepthOf(first_));
   if (!options_.depth) {
     LowerDepth();
   }
@@ -255,7 +255,7 @@ void JobRun::CheckStereo() {
     throw UsageError("--disparity: is for frames of two eyes (add --stereo)");
   }
   const VideoInfo* video = FrameVideo(files_);
-  const std::string layout = video != nullptr ? StereoOf(video->spherical) : "";
+  const std::string layout = video != nullptr ? pictures::StereoOf(video->spherical) : "";
   if (!layout.empty()) {
     WarnOnce({Text(video->path,
                    ": its metadata says that it holds two eyes; they count as one "
@@ -343,11 +343,11 @@ std::optional<TakenFrame> JobRun::Take(int number) {
 
 /// Frames of one sequence that differ in depth would come out differently in another run, which
 /// begins with another of them.
-void JobRun::CheckSameDepth(int number, const PictureInfo& info) const {
-  if (!options_.depth && DepthOf(info) != DepthOf(first_)) {
+void JobRun::CheckSameDepth(int number, const pictures::PictureInfo& info) const {
+  if (!options_.depth && pictures::DepthOf(info) != pictures::DepthOf(first_)) {
     throw RenderError(Text(files_.frame->media.At(number), ": has depth ",
-                           host::DepthName(DepthOf(info)), " where the first frame has ",
-                           host::DepthName(DepthOf(first_)), " (give --depth)"));
+                           host::DepthName(pictures::DepthOf(info)), " where the first frame has ",
+                           host::DepthName(pictures::DepthOf(first_)), " (give --depth)"));
   }
 }
 
@@ -410,7 +410,7 @@ host::World JobRun::LayOntoEyes(int number, const FrameInputs& inputs, TakenLaye
 
 /// Renders a frame and writes what comes out.
 void JobRun::RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers) {
-  const PictureInfo& info = taken.frame != nullptr ? taken.frame->Info() : first_;
+  const pictures::PictureInfo& info = taken.frame != nullptr ? taken.frame->Info() : first_;
   FrameInputs inputs;
   inputs.width = info.width;
   inputs.height = info.height;
@@ -431,7 +431,7 @@ void JobRun::RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Ren
 }
 
 /// What the frame's file has that is lost, or that somebody should know.
-void JobRun::WarnAbout(const PictureInfo& info) {
+void JobRun::WarnAbout(const pictures::PictureInfo& info) {
   if (!files_.frame) {
     return;
   }
@@ -617,7 +617,7 @@ JobPlan JobRun::Plan() {
   plan.untilTheEnd = schedule_.HasOpenEnd();
   plan.bytesPerFrame = BytesPerFrame();
   for (const JobInput& layer : files_.layers) {
-    const PictureInfo info = layer.source->Look(plan.numbers.front());
+    const pictures::PictureInfo info = layer.source->Look(plan.numbers.front());
     plan.bytesOfLayers += BytesOf(info.width, info.height, depth_);
   }
   return plan;

@@ -23,10 +23,11 @@ host::Depth ParseDepth(std::string_view text) {
   ThrowNotA(text, "a depth", "8, 16 or float");
 }
 
-SampleType ParseSampleType(std::string_view text) {
-  for (const SampleType type :
-       {SampleType::kUint8, SampleType::kUint16, SampleType::kHalf, SampleType::kFloat}) {
-    if (text == SampleTypeName(type)) {
+pictures::SampleType ParseSampleType(std::string_view text) {
+  for (const pictures::SampleType type :
+       {pictures::SampleType::kUint8, pictures::SampleType::kUint16, pictures::SampleType::kHalf,
+        pictures::SampleType::kFloat}) {
+    if (text == pictures::SampleTypeName(type)) {
       return type;
     }
   }

@@ -16,9 +16,6 @@
 
 namespace veltra::cli {
 
-// Pictures are the program's daily business.
-using namespace pictures;  // NOLINT(google-build-using-namespace)
-
 /// How progress is told.
 enum class ProgressStyle { kAuto, kBar, kLines, kJson, kNone };
 
@@ -57,7 +54,7 @@ struct RenderOptions {
   std::optional<FrameList> part;  ///< of those frames
   std::optional<PF_RationalScale> rate;
   std::optional<host::Depth> depth;
-  std::optional<SampleType> outputDepth;
+  std::optional<pictures::SampleType> outputDepth;
   std::string compression;
   std::optional<int> jpegQuality;  ///< 1..100
   std::string videoOptions;

@@ -75,8 +75,8 @@ bool IsTurnedSideways(const Json& stream) {
 }
 
 /// The boxes themselves where the file has them, or made from what ffprobe found otherwise.
-SphericalBoxes SphericalOf(const std::string& path, const Json& stream) {
-  SphericalBoxes boxes = ReadSpherical(*OpenFileSource(path));
+pictures::SphericalBoxes SphericalOf(const std::string& path, const Json& stream) {
+  pictures::SphericalBoxes boxes = pictures::ReadSpherical(*pictures::OpenFileSource(path));
   const auto list = stream.find("side_data_list");
   if (!boxes.Empty() || list == stream.end()) {
     return boxes;
@@ -89,7 +89,7 @@ SphericalBoxes SphericalOf(const std::string& path, const Json& stream) {
                  ? StringAt(data, "type")
                  : stereo;
   }
-  return sphere ? MakeEquirectangular(stereo) : boxes;
+  return sphere ? pictures::MakeEquirectangular(stereo) : boxes;
 }
 
 SoundStream SoundOf(const Json& stream) {
@@ -118,7 +118,7 @@ void TakeFormat(const Json& stream, VideoInfo& info) {
 // ---- Commands ----
 
 Words ReadCommand(const VideoInfo& info, std::int64_t first) {
-  const bool deep = info.picture.rowType == SampleType::kUint16;
+  const bool deep = info.picture.rowType == pictures::SampleType::kUint16;
   Words words = {"ffmpeg", "-v", "error", "-nostdin", "-xerror"};
   if (!info.decoder.empty()) {
     Append(words, {"-c:v", info.decoder});
@@ -139,7 +139,7 @@ Words ReadCommand(const VideoInfo& info, std::int64_t first) {
 
 VideoInfo ProbeVideo(const std::string& path) {
   try {
-    OpenFileSource(path);  // words its own complaint better than ffprobe
+    pictures::OpenFileSource(path);  // words its own complaint better than ffprobe
   } catch (const RenderError& error) {
     throw RenderError(Text(path, ": ", error.what()));
   }
@@ -167,7 +167,8 @@ VideoInfo ProbeVideo(const std::string& path) {
     }
     info.picture.channels = 4;
     TakeFormat(stream, info);
-    info.picture.stored = info.format.bits > 8 ? SampleType::kUint16 : SampleType::kUint8;
+    info.picture.stored =
+        info.format.bits > 8 ? pictures::SampleType::kUint16 : pictures::SampleType::kUint8;
     info.picture.rowType = info.picture.stored;
     info.rate = RateOf(stream);
     info.times = ReadFrameTimes(path, ToldFrames(stream), info.rate);
@@ -229,7 +230,7 @@ std::optional<host::World> VideoReader::Next(host::Depth depth) {
     if (row > 0 && !ReadRow()) {
       Fail();
     }
-    UnpackRow(info_.picture, row_.data(), depth, world->RowAddress(row));
+    pictures::UnpackRow(info_.picture, row_.data(), depth, world->RowAddress(row));
   }
   CheckErrors();
   return std::move(*world);

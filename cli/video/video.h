@@ -17,12 +17,10 @@
 
 namespace veltra::cli {
 
-using namespace pictures;  // NOLINT(google-build-using-namespace)
-
 /// What a video file says about itself.
 struct VideoInfo {
   std::string path;
-  PictureInfo picture;  ///< of a frame as it is read: RGBA of 8 or 16 bits
+  pictures::PictureInfo picture;  ///< of a frame as it is read: RGBA of 8 or 16 bits
   PF_RationalScale rate{24, 1};
   FrameTimes times;  ///< how many frames there are, and when they are shown
   bool hasAudio = false;
@@ -30,7 +28,7 @@ struct VideoInfo {
   std::string decoder;  ///< empty for ffmpeg's own choice
   ColourTags colours;
   std::vector<SoundStream> sound;
-  SphericalBoxes spherical;
+  pictures::SphericalBoxes spherical;
 };
 
 /// Asks ffprobe. Throws RenderError with the file's name.

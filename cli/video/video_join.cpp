@@ -149,7 +149,7 @@ std::vector<Segment> ReadSegments(const std::string& list) {
 
 std::vector<std::string> JoinVideo(const std::string& path, const std::vector<Segment>& segments,
                                    const VideoOptions& options) {
-  const TemporaryFile list(TemporaryNameBeside(path + ".txt"));
+  const pictures::TemporaryFile list(pictures::TemporaryNameBeside(path + ".txt"));
   {
     const std::string text = ListText(segments, options.rate);
     std::ofstream file(PathOf(list.Path()), std::ios::binary);
@@ -161,7 +161,7 @@ std::vector<std::string> JoinVideo(const std::string& path, const std::vector<Se
   for (const Segment& segment : segments) {
     frames += segment.frames;
   }
-  TemporaryFile temporary(TemporaryNameBeside(path));
+  pictures::TemporaryFile temporary(pictures::TemporaryNameBeside(path));
   const EncoderWish wish = ReadEncoderWish(options.encoder);
   Words conversions;
   Words words = {"ffmpeg",

@@ -89,7 +89,7 @@ void AddProjection(const std::string& file, const std::string& path, const Video
   }
   if (options.part) {
     lost.emplace_back("the spherical metadata is left out, since a part is not the whole sphere");
-  } else if (!HoldsProjection(path) || !AddSpherical(file, options.source->spherical)) {
+  } else if (!HoldsProjection(path) || !pictures::AddSpherical(file, options.source->spherical)) {
     lost.emplace_back("the spherical metadata could not be kept (.mp4 and .mov can)");
   }
 }
@@ -100,7 +100,7 @@ VideoWriter::VideoWriter(const std::string& path, int width, int height,
       width_(width),
       height_(height),
       options_(options),
-      temporary_(TemporaryNameBeside(path)) {}
+      temporary_(pictures::TemporaryNameBeside(path)) {}
 
 /// The first frame tells whether there is alpha where the source has none: a layer alone is
 /// transparent around itself.
@@ -133,12 +133,13 @@ void VideoWriter::Fail() {
 }
 
 void VideoWriter::PackRows(const host::World& picture, int first, int count) {
-  const PackedRow format{options_.deep ? SampleType::kUint16 : SampleType::kUint8, true, false};
+  const pictures::PackedRow format{
+      options_.deep ? pictures::SampleType::kUint16 : pictures::SampleType::kUint8, true, false};
   const std::size_t rowBytes = format.PixelBytes() * static_cast<std::size_t>(width_);
   block_.resize(rowBytes * static_cast<std::size_t>(count));
   for (int row = 0; row < count; ++row) {
-    PackRow(picture.PixelDepth(), picture.RowAddress(first + row), width_, format,
-            block_.data() + static_cast<std::size_t>(row) * rowBytes);
+    pictures::PackRow(picture.PixelDepth(), picture.RowAddress(first + row), width_, format,
+                      block_.data() + static_cast<std::size_t>(row) * rowBytes);
   }
 }
 

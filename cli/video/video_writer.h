@@ -63,7 +63,7 @@ class VideoWriter {
   Encoding encoding_;
   bool keepsAlpha_ = false;
   bool losesAlpha_ = false;
-  TemporaryFile temporary_;
+  pictures::TemporaryFile temporary_;
   std::unique_ptr<Process> process_;
   std::vector<std::byte> block_;
 };
