@@ -109,11 +109,7 @@ int Main(int argc, char** argv) {
     std::fprintf(stderr, "usage: frame_bench LIBRARY [--quick]\n");
     return 2;
   }
-  auto library = host::EffectLibrary::Open(argv[1]);
-  if (!library) {
-    throw std::runtime_error(library.ErrorText());
-  }
-  auto effect = host::Effect::Load(*library);
+  auto effect = host::Effect::Open(argv[1]);
   if (!effect) {
     throw std::runtime_error(effect.ErrorText());
   }

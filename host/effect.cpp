@@ -40,6 +40,15 @@ Expected<std::unique_ptr<const Effect>> Effect::Load(std::shared_ptr<const Effec
   return std::unique_ptr<const Effect>(std::move(effect));
 }
 
+Expected<std::unique_ptr<const Effect>> Effect::Open(const std::filesystem::path& path,
+                                                     const HostProfile& host) {
+  auto library = EffectLibrary::Open(path, host);
+  if (!library) {
+    return Failure{library.ErrorText()};
+  }
+  return Load(std::move(*library));
+}
+
 Expected<bool> Effect::SetUp() {
   const PF_MainEntryFn entry = library_->MainEntry();
   std::vector<ControlDeclaration> added;

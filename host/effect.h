@@ -3,6 +3,7 @@
 // An effect that has been set up, with the controls that it declared.
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -21,6 +22,10 @@ class Effect {
   /// Sends GLOBAL_SETUP and PARAMS_SETUP as the host that opened the library. The error names what
   /// the effect answered.
   static Expected<std::unique_ptr<const Effect>> Load(std::shared_ptr<const EffectLibrary> library);
+
+  /// EffectLibrary::Open and Load in one; the error is that of the one that failed.
+  static Expected<std::unique_ptr<const Effect>> Open(const std::filesystem::path& path,
+                                                      const HostProfile& host = DefaultHost());
 
   /// Sends GLOBAL_SETDOWN.
   ~Effect();

@@ -201,11 +201,7 @@ bool ParseArguments(CLI::App& app, const Arguments& arguments) {
 }
 
 std::shared_ptr<const host::Effect> LoadEffect(const std::string& path) {
-  auto library = host::EffectLibrary::Open(path.empty() ? DefaultEffectPath() : PathOf(path));
-  if (!library) {
-    throw RenderError(library.ErrorText());
-  }
-  auto effect = host::Effect::Load(*library);
+  auto effect = host::Effect::Open(path.empty() ? DefaultEffectPath() : PathOf(path));
   if (!effect) {
     throw RenderError(effect.ErrorText());
   }

@@ -13,12 +13,7 @@ namespace veltra::host {
 namespace {
 
 std::unique_ptr<const Effect> LoadExample(const char* path) {
-  auto library = EffectLibrary::Open(path);
-  if (!library) {
-    ADD_FAILURE() << library.ErrorText();
-    return nullptr;
-  }
-  auto effect = Effect::Load(*library);
+  auto effect = Effect::Open(path);
   if (!effect) {
     ADD_FAILURE() << effect.ErrorText();
     return nullptr;

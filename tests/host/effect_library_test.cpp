@@ -15,11 +15,7 @@ namespace veltra::host {
 namespace {
 
 std::string AboutOf(const std::string& path) {
-  auto library = EffectLibrary::Open(path);
-  if (!library) {
-    return library.ErrorText();
-  }
-  auto effect = Effect::Load(*library);
+  const auto effect = Effect::Open(path);
   if (!effect) {
     return effect.ErrorText();
   }

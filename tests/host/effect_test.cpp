@@ -51,9 +51,7 @@ TEST(EffectLibraryTest, KeepsTheRegistrationAndFindsTheEntryPointItNames) {
 class EffectTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    auto library = EffectLibrary::Open(VELTRA_FIXTURE_EFFECT);
-    ASSERT_TRUE(library) << library.ErrorText();
-    auto loaded = Effect::Load(*library);
+    auto loaded = Effect::Open(VELTRA_FIXTURE_EFFECT);
     ASSERT_TRUE(loaded) << loaded.ErrorText();
     effect = std::move(*loaded);
   }

@@ -17,8 +17,7 @@ using fixture::Behaviour;
 
 const Effect& FixtureEffect() {
   static const std::unique_ptr<const Effect> effect = [] {
-    auto library = EffectLibrary::Open(VELTRA_FIXTURE_EFFECT);
-    auto loaded = Effect::Load(library ? *library : nullptr);
+    auto loaded = Effect::Open(VELTRA_FIXTURE_EFFECT);
     return std::move(*loaded);
   }();
   return *effect;

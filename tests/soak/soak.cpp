@@ -190,11 +190,7 @@ std::uint64_t RenderOne(const host::Effect& effect, const host::RenderSettings& 
 }
 
 std::unique_ptr<const host::Effect> Load(const std::string& path) {
-  auto library = host::EffectLibrary::Open(path);
-  if (!library) {
-    Fail(library.ErrorText());
-  }
-  auto effect = host::Effect::Load(std::move(*library));
+  auto effect = host::Effect::Open(path);
   if (!effect) {
     Fail(effect.ErrorText());
   }
