@@ -3,6 +3,7 @@
 // Tests of what outlasts a frame: sequences, values of arbitrary data, and other times.
 
 #include <array>
+#include <utility>
 
 #include "base/text.h"
 #include "check/test_scene.h"
@@ -19,14 +20,33 @@ using host::World;
 
 // ---- Sequences ----
 
+/// A host frees what it was given as a copy.
+void ReportLiveSequence(TestRun& run, const host::RenderResult& result) {
+  for (const host::Violation& violation : result.diagnostics.violations) {
+    if (violation.rule == host::Rule::kLiveSequenceAnswered) {
+      run.FailStep(violation.text);
+    }
+  }
+}
+
 void CheckSequence(TestRun& run, const Effect& effect, RenderSettings settings) {
   run.Step(Describe(settings));
   const World expected = RenderChecked(run, effect, settings).output;
-  settings.reopenSequence = true;
-  run.Step(Text(Describe(settings), ", its sequence saved and opened again"));
-  ComparePictures(run, "the picture is another after its sequence was opened again",
-                  RenderChecked(run, effect, settings).output, expected);
-  settings.reopenSequence = false;
+  for (const auto& [reopening, does] :
+       {std::pair{host::Reopening::kByFlattening, "saved and opened again"},
+        {host::Reopening::kAsDeclared, "saved as a flat copy and opened again"},
+        {host::Reopening::kCopiedOnly, "copied flat"}}) {
+    if (reopening != host::Reopening::kByFlattening && !effect.AnswersFlatCopies()) {
+      continue;
+    }
+    settings.reopening = reopening;
+    run.Step(Text(Describe(settings), ", its sequence ", does));
+    const host::RenderResult result = RenderChecked(run, effect, settings);
+    ComparePictures(run, Text("the picture is another after its sequence was ", does),
+                    result.output, expected);
+    ReportLiveSequence(run, result);
+  }
+  settings.reopening = host::Reopening::kNever;
   host::HeldSequence sequence(effect);
   settings.sequence = &sequence;
   constexpr int kFrames = 3;

@@ -16,7 +16,8 @@ namespace veltra::host {
 namespace {
 
 /// What a set-up command answered, in words.
-std::string Refusal(const char* command, PF_Err error, const Session& session) {
+std::string Refusal(const EffectLibrary& library, const char* command, PF_Err error,
+                    const Session& session) {
   std::string text = std::string("the effect failed in ") + command + ": ";
   text += session.ThrewException() ? "an exception escaped from it" : ErrorName(error);
   if (!session.Message().empty()) {
@@ -24,6 +25,13 @@ std::string Refusal(const char* command, PF_Err error, const Session& session) {
   }
   if (const std::string missing = MissingText(session.accounts.MissingSoFar()); !missing.empty()) {
     text += "; " + missing;
+  }
+  const Registration& built = library.Identity();
+  if (library.IsNewerThanHost()) {
+    const PF_SpecVersion& has = library.Host().version;
+    text += "; it is built for interface " + std::to_string(built.apiMajor) + "." +
+            std::to_string(built.apiMinor) + ", and this host has " + std::to_string(has.major) +
+            "." + std::to_string(has.minor);
   }
   return text;
 }
@@ -58,7 +66,7 @@ Expected<bool> Effect::SetUp() {
   context.host = &library_->Host();
   Session session(context, nullptr);
   if (const PF_Err error = session.Send(entry, PF_Cmd_GLOBAL_SETUP)) {
-    return Failure{Refusal("GLOBAL_SETUP", error, session)};
+    return Failure{Refusal(*library_, "GLOBAL_SETUP", error, session)};
   }
   isSetUp_ = true;
   version_ = session.OutData().my_version;
@@ -69,7 +77,7 @@ Expected<bool> Effect::SetUp() {
   globalData_ = session.InData().global_data;
   setupMessage_ = session.Message();
   if (error != PF_Err_NONE) {
-    return Failure{Refusal("PARAMS_SETUP", error, session)};
+    return Failure{Refusal(*library_, "PARAMS_SETUP", error, session)};
   }
   const A_long declared = session.OutData().num_params;
   controls_ = std::move(added);

@@ -46,6 +46,12 @@ class Effect {
   bool SupportsThreadedRendering() const {
     return (outFlags2_ & PF_OutFlag2_SUPPORTS_THREADED_RENDERING) != 0;
   }
+  /// It gives flat copies of its sequence data and keeps the data as it is.
+  bool AnswersFlatCopies() const {
+    return (outFlags2_ & PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA) != 0;
+  }
+  /// A held sequence is copied for every frame, since frames come at once.
+  bool CopiesSequences() const { return SupportsThreadedRendering() && AnswersFlatCopies(); }
   bool SupportsDepth(Depth depth) const;
   /// The effect filters sound and has no picture.
   bool IsAudioOnly() const { return (outFlags_ & PF_OutFlag_AUDIO_EFFECT_ONLY) != 0; }

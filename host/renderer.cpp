@@ -10,6 +10,7 @@
 #include <new>
 #include <utility>
 
+#include "host/frame_sequence.h"
 #include "host/pixels/transfer.h"
 #include "host/pixels/world_view.h"
 #include "host/suites/tables.h"
@@ -122,14 +123,19 @@ std::string SettingsTrouble(const Effect& effect, const RenderSettings& settings
 
 // ---- One frame ----
 
+// How many times its pixels a frame may grow to, and how many pixels every frame may grow to.
+constexpr std::int64_t kLargestGrowth = 4;
+constexpr std::int64_t kAlwaysGrowsTo = std::int64_t{4096} * 4096;
+
 /// Renders one frame within one session.
-class FrameRender {
+class FrameRender : private FrameCommands {
  public:
   FrameRender(const Effect& effect, const RenderSettings& settings)
       : effect_(effect),
         settings_(settings),
         entry_(effect.Library().MainEntry()),
         session_(effect.Context(), &settings),
+        sequence_(effect, settings, session_, *this),
         region_(settings.region.value_or(session_.FrameRect())) {
     session_.input = settings.input;
   }
@@ -137,7 +143,7 @@ class FrameRender {
   RenderResult Run() {
     result_.outFlags = effect_.OutFlags();
     result_.outFlags2 = effect_.OutFlags2();
-    if (SetUpSequence()) {
+    if (sequence_.SetUp()) {
       if (!QueryFlags()) {
         // Nothing is rendered with flags that nobody knows.
       } else if (settings_.mode == RenderMode::kSmart) {
@@ -145,7 +151,7 @@ class FrameRender {
       } else {
         RunClassic();
       }
-      SetDownSequence();
+      sequence_.SetDown();
     }
     Finish();
     return std::move(result_);
@@ -154,9 +160,15 @@ class FrameRender {
  private:
   // ---- Commands ----
 
+  bool Send(PF_Cmd command, const char* name, PF_ParamDef** params, void* extra) override {
+    return SendWithOutput(command, name, params, nullptr, extra);
+  }
+
+  bool Send(PF_Cmd command, const char* name) { return Send(command, name, nullptr, nullptr); }
+
   /// Sends a command; a failure becomes the frame's, unless it has one already.
-  bool Send(PF_Cmd command, const char* name, PF_ParamDef** params = nullptr,
-            PF_LayerDef* output = nullptr, void* extra = nullptr) {
+  bool SendWithOutput(PF_Cmd command, const char* name, PF_ParamDef** params, PF_LayerDef* output,
+                      void* extra) {
     const PF_Err error = session_.Send(entry_, command, params, output, extra);
     // Where the host could not give what was asked for, that is the reason, whatever came of it.
     const std::string hostFailure = session_.HostFailure();
@@ -172,89 +184,11 @@ class FrameRender {
     return error == PF_Err_NONE && hostFailure.empty();
   }
 
-  void Fail(PF_Err error, const std::string& text) {
+  void Fail(PF_Err error, const std::string& text) override {
     if (result_.error == PF_Err_NONE) {
       result_.error = error;
       result_.errorText = error == PF_Interrupt_CANCEL ? "interrupted" : text;
     }
-  }
-
-  bool SetUpSequence() {
-    const std::lock_guard lock(sequenceMutex_);
-    HeldSequence* held = settings_.sequence;
-    if (held != nullptr && held->isSetUp_) {
-      session_.SetSequenceData(held->data_);
-      session_.changedValues = held->changedValues_;
-      return !settings_.reopenSequence || ReopenSequence();
-    }
-    if (!Send(PF_Cmd_SEQUENCE_SETUP, "SEQUENCE_SETUP")) {
-      return false;
-    }
-    if (held != nullptr) {
-      held->isSetUp_ = true;
-    }
-    const bool done = TellChanges() && (!settings_.reopenSequence || ReopenSequence());
-    if (held != nullptr) {
-      held->data_ = session_.InData().sequence_data;
-      held->changedValues_ = session_.changedValues;
-    }
-    return done;
-  }
-
-  // ---- Changes by the user ----
-
-  /// Tells the effect of the supervised controls that somebody set, one after the other.
-  bool TellChanges() {
-    bool told = false;
-    for (const PF_ParamIndex index : settings_.changedByUser) {
-      const bool supervised = index >= 1 && index < effect_.ParamCount() &&
-                              (effect_.Controls()[static_cast<std::size_t>(index - 1)].flags &
-                               PF_ParamFlag_SUPERVISE) != 0;
-      if (supervised && !TellChange(index)) {
-        return false;
-      }
-      told = told || supervised;
-    }
-    if (told && (effect_.OutFlags() & PF_OutFlag_SEND_UPDATE_PARAMS_UI) != 0) {
-      return SendWithChangeable(PF_Cmd_UPDATE_PARAMS_UI, "UPDATE_PARAMS_UI", nullptr, false);
-    }
-    return true;
-  }
-
-  bool TellChange(PF_ParamIndex index) {
-    PF_UserChangedParamExtra extra{index};
-    return SendWithChangeable(PF_Cmd_USER_CHANGED_PARAM, "USER_CHANGED_PARAM", &extra, true);
-  }
-
-  /// Sends a command with parameters that the effect may change. What was set stays.
-  bool SendWithChangeable(PF_Cmd command, const char* name, void* extra, bool takeChanges) {
-    std::vector<PF_ParamDef> params(static_cast<std::size_t>(session_.ParamCount()));
-    std::vector<PF_ParamDef*> pointers;
-    bool done = true;
-    {
-      const SessionScope scope(&session_);
-      for (PF_ParamIndex index = 0; done && index < session_.ParamCount(); ++index) {
-        PF_ParamDef& param = params[static_cast<std::size_t>(index)];
-        done = session_.FillChangeable(index, param);
-        pointers.push_back(&param);
-      }
-    }
-    pointers.push_back(nullptr);
-    done = done && Send(command, name, pointers.data(), nullptr, extra);
-    const SessionScope scope(&session_);
-    for (PF_ParamIndex index = 1; index < session_.ParamCount(); ++index) {
-      PF_ParamDef& param = params[static_cast<std::size_t>(index)];
-      const bool changed = (param.uu.change_flags & PF_ChangeFlag_CHANGED_VALUE) != 0;
-      if (done && takeChanges && changed && !settings_.controls.contains(index)) {
-        session_.TakeChangedValue(index, param);
-      }
-    }
-    session_.DisposeChangeable();
-    if (const std::string failure = session_.HostFailure(); !failure.empty()) {
-      Fail(PF_Err_BAD_CALLBACK_PARAM, failure);
-      return false;
-    }
-    return done;
   }
 
   /// Flags that may differ from frame to frame.
@@ -269,48 +203,6 @@ class FrameRender {
       result_.outFlags2 = session_.OutData().out_flags2;
     }
     return done;
-  }
-
-  // ---- Sequences that are saved and opened ----
-
-  /// As by saving and opening a project: what is flat is the host's, and set up again.
-  bool ReopenSequence() {
-    const bool flattens = (effect_.OutFlags() & PF_OutFlag_SEQUENCE_DATA_NEEDS_FLATTENING) != 0;
-    if (flattens && !Send(PF_Cmd_SEQUENCE_FLATTEN, "SEQUENCE_FLATTEN")) {
-      return false;
-    }
-    const PF_Handle stored = session_.InData().sequence_data;
-    PF_Handle reopened = nullptr;
-    if (IsHandle(stored)) {
-      reopened = NewHandle(HandleSize(stored), effect_.Holdings());
-      if (reopened == nullptr) {
-        Fail(PF_Err_OUT_OF_MEMORY, "no memory for sequence data");
-        return false;
-      }
-      std::memcpy(HandleData(reopened), HandleData(stored), HandleSize(stored));
-      if (flattens) {
-        DisposeHandle(stored);
-      }
-    }
-    if (!flattens) {
-      // Without pointers inside the bytes are all there is; the first instance goes its own way.
-      Send(PF_Cmd_SEQUENCE_SETDOWN, "SEQUENCE_SETDOWN");
-    }
-    session_.SetSequenceData(reopened);
-    session_.InData().in_flags = PF_InFlag_PROJECT_IS_RENDER_ONLY;
-    const bool done = Send(PF_Cmd_SEQUENCE_RESETUP, "SEQUENCE_RESETUP");
-    session_.InData().in_flags = 0;
-    return done;
-  }
-
-  void SetDownSequence() {
-    session_.DisposeValues();
-    if (settings_.sequence != nullptr && settings_.sequence->isSetUp_) {
-      settings_.sequence->data_ = session_.InData().sequence_data;
-      return;
-    }
-    const std::lock_guard lock(sequenceMutex_);
-    Send(PF_Cmd_SEQUENCE_SETDOWN, "SEQUENCE_SETDOWN");
   }
 
   // ---- Worlds ----
@@ -368,8 +260,8 @@ class FrameRender {
   }
 
   /// Has the frame read, where that was left until it is needed; reports what prevents it.
-  bool ReadInput() {
-    if (!settings_.readInput) {
+  bool ReadInput() override {
+    if (!settings_.readInput || inputIsRead_) {
       return true;
     }
     const Expected<const World*> read = settings_.readInput();
@@ -379,6 +271,7 @@ class FrameRender {
       return false;
     }
     session_.input = *read;
+    inputIsRead_ = true;
     return true;
   }
 
@@ -386,11 +279,38 @@ class FrameRender {
 
   void RunSmart() {
     PF_PreRenderOutput answer{};
-    if (PreRender(answer) && !settings_.preRenderOnly &&
+    bool done = PreRender(answer);
+    if (done && !settings_.preRenderOnly && GrowRegion()) {
+      DeletePreRenderData(answer);
+      answer = {};
+      session_.checkouts.Clear();
+      done = PreRender(answer);
+    }
+    if (done && !settings_.preRenderOnly &&
         (!session_.accounts.Diagnostics().inputRequested || ReadInput())) {
       SmartRender(answer);
     }
     DeletePreRenderData(answer);
+  }
+
+  /// Where all of the output is wanted and the effect can fill more than the frame, the region
+  /// becomes all that it can fill and the frame. What is out of all proportion, as of effects that
+  /// fill the plane, is left at the frame.
+  bool GrowRegion() {
+    const PF_LRect& most = result_.maxResultRect;
+    if (!settings_.wholeOutput || settings_.region || IsEmpty(most) || Contains(region_, most)) {
+      return false;
+    }
+    const PF_LRect all = Union(region_, most);
+    const std::int64_t width = std::int64_t{all.right} - all.left;
+    const std::int64_t height = std::int64_t{all.bottom} - all.top;
+    const std::int64_t framePixels = std::int64_t{region_.right} * region_.bottom;
+    if (!WorldSizeError(width, height).empty() ||
+        width * height > std::max(kLargestGrowth * framePixels, kAlwaysGrowsTo)) {
+      return false;
+    }
+    region_ = all;
+    return true;
   }
 
   PF_RenderRequest Request() const {
@@ -407,7 +327,7 @@ class FrameRender {
     input.bitdepth = BitDepth(settings_.depth);
     PF_PreRenderExtra extra{&input, &answer, &PreRenderCallbacks()};
     session_.phase = SmartPhase::kPreRender;
-    const bool done = Send(PF_Cmd_SMART_PRE_RENDER, "SMART_PRE_RENDER", nullptr, nullptr, &extra);
+    const bool done = Send(PF_Cmd_SMART_PRE_RENDER, "SMART_PRE_RENDER", nullptr, &extra);
     session_.phase = SmartPhase::kNone;
     session_.accounts.TakeBackParameters();
     return done && TakeRectangles(answer);
@@ -464,7 +384,7 @@ class FrameRender {
       input.pre_render_data = answer.pre_render_data;
       PF_SmartRenderExtra extra{&input, &SmartRenderCallbacks()};
       session_.phase = SmartPhase::kRender;
-      Send(PF_Cmd_SMART_RENDER, "SMART_RENDER", nullptr, nullptr, &extra);
+      Send(PF_Cmd_SMART_RENDER, "SMART_RENDER", nullptr, &extra);
       session_.phase = SmartPhase::kNone;
     }
     if (extraPixels) {
@@ -519,7 +439,7 @@ class FrameRender {
       }
       session_.InData().output_origin_x = answeredOrigin_.h;
       session_.InData().output_origin_y = answeredOrigin_.v;
-      Send(PF_Cmd_FRAME_SETDOWN, "FRAME_SETDOWN", paramPointers_.data());
+      Send(PF_Cmd_FRAME_SETDOWN, "FRAME_SETDOWN", paramPointers_.data(), nullptr);
     }
     if (settings_.preRenderOnly) {
       return;
@@ -559,7 +479,8 @@ class FrameRender {
     if (UsesExtent()) {
       session_.InData().extent_hint = Intersection(region_, frame);
     }
-    const bool done = Send(PF_Cmd_FRAME_SETUP, "FRAME_SETUP", paramPointers_.data(), &output);
+    const bool done =
+        SendWithOutput(PF_Cmd_FRAME_SETUP, "FRAME_SETUP", paramPointers_.data(), &output, nullptr);
     answeredWidth_ = session_.OutData().width;
     answeredHeight_ = session_.OutData().height;
     answeredOrigin_ = session_.OutData().origin;
@@ -608,7 +529,7 @@ class FrameRender {
       CopyWorld(params_[0].u.ld, nullptr, output, nullptr, true);
       return;
     }
-    Send(PF_Cmd_RENDER, "RENDER", paramPointers_.data(), &output);
+    SendWithOutput(PF_Cmd_RENDER, "RENDER", paramPointers_.data(), &output, nullptr);
   }
 
   /// The values at the current time; of the layers only the effect's own input has pixels.
@@ -667,14 +588,13 @@ class FrameRender {
     result_.diagnostics = session_.accounts.Diagnostics();
   }
 
-  // Sequences are set up one at a time, whichever effects they are of.
-  static std::mutex sequenceMutex_;
-
   const Effect& effect_;
   const RenderSettings& settings_;
   PF_MainEntryFn entry_;
   Session session_;
+  FrameSequence sequence_;
   PF_LRect region_;
+  bool inputIsRead_ = false;
   RenderResult result_;
 
   // Of classic render.
@@ -686,22 +606,6 @@ class FrameRender {
   PF_Point answeredOrigin_{0, 0};
   bool rendersNothing_ = false;
 };
-
-std::mutex FrameRender::sequenceMutex_;
-
-HeldSequence::~HeldSequence() {
-  if (!isSetUp_) {
-    return;
-  }
-  try {
-    const std::lock_guard lock(effect_.CommandMutex());
-    Session session(effect_.Context(), nullptr);
-    session.SetSequenceData(data_);
-    session.Send(effect_.Library().MainEntry(), PF_Cmd_SEQUENCE_SETDOWN);
-  } catch (const std::bad_alloc&) {
-    // Without memory for the command the effect goes without it.
-  }
-}
 
 RenderResult RenderFrame(const Effect& effect, const RenderSettings& settings) {
   RenderResult result;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 
 #include "host/base/error_names.h"
@@ -31,7 +32,8 @@ struct RenderResult {
 };
 
 /// One application of an effect over several frames: its sequence is set up with the first of them
-/// and set down in the end. For one frame at a time, and no longer than the effect lives.
+/// and set down in the end, and lives no longer than the effect. Frames of an effect with
+/// CopiesSequences work on copies of it, any number at a time; others on itself, one at a time.
 class HeldSequence {
  public:
   explicit HeldSequence(const Effect& effect) : effect_(effect) {}
@@ -40,11 +42,12 @@ class HeldSequence {
   HeldSequence& operator=(const HeldSequence&) = delete;
 
  private:
-  friend class FrameRender;
+  friend class FrameSequence;
 
   const Effect& effect_;
   bool isSetUp_ = false;
   PF_Handle data_ = nullptr;
+  std::unique_ptr<const FlatValue> flat_;  ///< what copies are made of; null for no data
   std::map<PF_ParamIndex, ControlValue> changedValues_;  ///< by the effect, when it was set up
 };
 

@@ -11,9 +11,11 @@
 
 #include "base/error.h"
 #include "base/paths.h"
+#include "base/print.h"
 #include "base/text.h"
 #include "check/runner.h"
 #include "cli/commands/commands.h"
+#include "cli/settings/hosts.h"
 #include "cli/settings/values.h"
 #include "host/effect_library.h"
 #include "system/process.h"
@@ -59,32 +61,15 @@ void AddNumber(CLI::App& app, const std::string& name, const char* placeholder,
       ->type_name(placeholder);
 }
 
-std::string HostNames() {
-  std::string names;
-  for (const host::HostProfile& host : host::HostProfiles()) {
-    names += Text(names.empty() ? "" : ", ", host.name);
-  }
-  return names;
-}
-
 void ReadHost(const std::string& name, CheckOptions& options) {
-  options.listHosts = name == "help";
+  options.listHosts = name == kListHosts;
   if (options.listHosts) {
     return;
   }
-  const host::HostProfile* host = host::FindHostProfile(name);
-  if (host == nullptr) {
-    throw UsageError(Text("--host: there is no host ", name, " (expected ", HostNames(), ")"));
-  }
-  options.tests.host = host;
-}
-
-void PrintHosts() {
-  constexpr std::size_t kNameWidth = 18;
-  for (const host::HostProfile& host : host::HostProfiles()) {
-    std::string name(host.name);
-    name.resize(std::max(name.size() + 1, kNameWidth), ' ');
-    std::cout << name << host.summary << '\n';
+  try {
+    options.tests.host = &ParseHost(name);
+  } catch (const UsageError& error) {
+    throw UsageError(Text("--host: ", error.what()));
   }
 }
 
@@ -120,7 +105,7 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
       ->type_name("FILE");
   app.add_option_function<std::string>(
          "--host", [&options](const std::string& name) { ReadHost(name, options); },
-         Text("what the host claims to be: ", HostNames(), "; help describes them"))
+         HostOptionHelp())
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
       ->type_name("NAME");
   app.add_flag("--json", options.json, "for programs");
@@ -231,7 +216,7 @@ int RunCheck(const Arguments& arguments) {
     return kExitDone;
   }
   if (options.listHosts) {
-    PrintHosts();
+    Print(stdout, HostsText());
     return kExitDone;
   }
   CheckOptionValues(options);

@@ -9,6 +9,7 @@
 #include "check/test_list.h"
 #include "cli/commands/commands.h"
 #include "cli/settings/controls.h"
+#include "cli/settings/hosts.h"
 #include "cli/settings/options.h"
 
 namespace veltra::cli {
@@ -38,7 +39,9 @@ void AddOptionsTo(Script& script) {
       names += Text("|-", option.shortName);
     }
     if (!option.IsFlag()) {
-      script.arms += Arm(names, option.choices, option.isPath);
+      const bool isHost = std::string_view(option.name) == "host";
+      script.arms += Arm(names, isHost ? Text(HostNames(" "), " ", kListHosts) : option.choices,
+                         option.isPath);
     }
   }
 }
@@ -79,11 +82,6 @@ std::string AddCheckTo(Script& script) {
     tests += Text(tests.empty() ? "" : " ", test.name);
   }
   script.arms += Arm("--only", tests, false);
-  std::string hosts;
-  for (const host::HostProfile& host : host::HostProfiles()) {
-    hosts += Text(hosts.empty() ? "" : " ", host.name);
-  }
-  script.arms += Arm("--host", hosts, false);
   script.arms += Arm("--resource", "", true);
   script.arms += Arm("--strictness|--seed|--timeout", "", false);
   return "--strictness --seed --timeout --only --host --resource --json --list --verbose";
@@ -131,7 +129,7 @@ constexpr const char* kMiddle = R"(  esac
   case ${COMP_WORDS[1]} in
     render) COMPREPLY=($(compgen -W 'OPTIONS --help' -- "$cur")) ;;
     check) COMPREPLY=($(compgen -W 'CHECKS --help' -- "$cur")) ;;
-    controls|about) COMPREPLY=($(compgen -W '--effect --json --help' -- "$cur")) ;;
+    controls|about) COMPREPLY=($(compgen -W '--effect --host --json --help' -- "$cur")) ;;
     submit) COMPREPLY=($(compgen -W 'SUBMIT --help' -- "$cur")) ;;
     verify) COMPREPLY=($(compgen -W '--repair --threads --progress --quiet --help' -- "$cur")) ;;
     task) COMPREPLY=($(compgen -W '--finish --help' -- "$cur")) ;;

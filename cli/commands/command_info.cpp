@@ -12,6 +12,7 @@
 #include "base/text.h"
 #include "cli/commands/commands.h"
 #include "cli/settings/controls.h"
+#include "cli/settings/hosts.h"
 #include "cli/settings/options.h"
 #include "system/process.h"
 #include "system/program_file.h"
@@ -23,20 +24,36 @@ using Json = nlohmann::ordered_json;
 
 struct InfoOptions {
   std::string effect;
+  std::string host{host::DefaultHost().name};
   bool json = false;
   bool inChild = false;
 };
 
-/// False when help was asked for.
+/// False when help was asked for, of the command or of the hosts, and printed.
 bool ParseInfo(const char* name, const char* description, const Arguments& arguments,
                InfoOptions& options) {
   CLI::App app(description, name);
   app.add_option("--effect", options.effect,
                  "the effect library (default: the one beside this program)")
       ->type_name("FILE");
+  app.add_option("--host", options.host, HostOptionHelp())
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+      ->type_name("NAME");
   app.add_flag("--json", options.json, "for programs");
   app.add_flag("--in-child", options.inChild)->group("");
-  return ParseArguments(app, arguments);
+  if (!ParseArguments(app, arguments)) {
+    return false;
+  }
+  if (options.host == kListHosts) {
+    Print(stdout, HostsText());
+    return false;
+  }
+  try {
+    ParseHost(options.host);
+  } catch (const UsageError& error) {
+    throw UsageError(Text("--host: ", error.what()));
+  }
+  return true;
 }
 
 // ---- A process of its own for the effect, which may crash ----
@@ -84,7 +101,7 @@ std::string TroubleText(const ProcessEnd& end) {
 /// Prints what a process of its own finds out, all of it or nothing: an effect that crashes is an
 /// error like any other, and what it prints itself stays out of the answer.
 int PrintInfo(const char* command, const InfoOptions& options) {
-  Arguments arguments{command, "--in-child"};
+  Arguments arguments{command, "--in-child", Text("--host=", options.host)};
   if (!options.effect.empty()) {
     arguments.push_back(Text("--effect=", options.effect));  // whatever the path begins with
   }
@@ -131,6 +148,11 @@ Json ControlJson(const host::Effect& effect, const ControlOption& option) {
                {"name", option.VisibleName()},
                {"options", option.names}};
   switch (control.type) {
+    case PF_Param_BUTTON:
+      json["options"] = Json::array();
+      json["press"] = option.LongName();
+      json["default"] = nullptr;
+      break;
     case PF_Param_FIX_SLIDER:
       json["default"] = Real(control.defaultValue);
       json["minimum"] = Real(control.validMin);
@@ -186,6 +208,9 @@ Json ControlJson(const host::Effect& effect, const ControlOption& option) {
 using Row = std::array<std::string, 5>;
 
 std::string NamesText(const ControlOption& option) {
+  if (option.declaration->type == PF_Param_BUTTON) {
+    return Text("--press ", option.LongName());
+  }
   std::string names;
   for (const std::string& name : option.names) {
     names += Text(names.empty() ? "" : ", ", "--", name);
@@ -275,21 +300,23 @@ Json IdentityJson(const host::Effect& effect, const std::string& about) {
           {"library", effect.Library().Path().string()}};
 }
 
-/// All controls as they were declared; groups, buttons and the like have no option.
+/// All controls as they were declared; groups and the like have no name.
 std::vector<ControlOption> WithThoseWithoutValue(const host::Effect& effect) {
-  const std::vector<ControlOption> settable = ControlOptions(effect, TakenNames());
+  std::vector<ControlOption> named = ControlOptions(effect, TakenNames());
+  const std::vector<ControlOption> buttons = ButtonOptions(effect);
+  named.insert(named.end(), buttons.begin(), buttons.end());
   std::vector<ControlOption> all;
   for (const host::ControlDeclaration& control : effect.Controls()) {
-    const auto found = std::find_if(
-        settable.begin(), settable.end(),
-        [&](const ControlOption& option) { return option.declaration->index == control.index; });
-    all.push_back(found != settable.end() ? *found : ControlOption{&control, {}});
+    const auto found = std::find_if(named.begin(), named.end(), [&](const ControlOption& option) {
+      return option.declaration->index == control.index;
+    });
+    all.push_back(found != named.end() ? *found : ControlOption{&control, {}});
   }
   return all;
 }
 
 std::string ControlsText(const InfoOptions& options) {
-  const auto effect = LoadEffect(options.effect);
+  const auto effect = LoadEffect(options.effect, ParseHost(options.host));
   const std::vector<ControlOption> controls = WithThoseWithoutValue(*effect);
   if (options.json) {
     Json list = Json::array();
@@ -310,7 +337,7 @@ std::string ControlsText(const InfoOptions& options) {
 }
 
 std::string AboutText(const InfoOptions& options) {
-  const auto effect = LoadEffect(options.effect);
+  const auto effect = LoadEffect(options.effect, ParseHost(options.host));
   auto about = effect->About();
   if (!about) {
     throw RenderError(about.ErrorText());

@@ -3,13 +3,16 @@
 // `veltra render`: puts the command line and the scene together and runs them.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <filesystem>
 
 #include "base/error.h"
 #include "base/paths.h"
+#include "base/print.h"
 #include "base/text.h"
 #include "cli/commands/commands.h"
 #include "cli/job/job.h"
+#include "cli/settings/hosts.h"
 #include "cli/settings/paths.h"
 #include "cli/settings/scene.h"
 #include "pictures/output_file.h"
@@ -55,21 +58,26 @@ bool TakesValue(const std::string& argument) {
 /// What the arguments name before their options are known.
 struct NamedFiles {
   std::string effect;
+  std::string host;
   std::string scene;
 };
 
 /// A first look at the arguments. The options of the controls are not known yet, so a scene is
 /// told by its ending.
 NamedFiles FindNamedFiles(const Arguments& arguments) {
-  constexpr std::string_view kEffectEquals = "--effect=";
   NamedFiles named;
+  const std::array<std::pair<std::string_view, std::string*>, 2> options{
+      {{"--effect", &named.effect}, {"--host", &named.host}}};
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
-    if (argument == "--effect" && i + 1 < arguments.size()) {
-      named.effect = arguments[i + 1];
-    } else if (argument.starts_with(kEffectEquals)) {
-      named.effect = argument.substr(kEffectEquals.size());
-    } else if (!argument.starts_with('-') && argument.ends_with(".json")) {
+    for (const auto& [name, value] : options) {
+      if (argument == name && i + 1 < arguments.size()) {
+        *value = arguments[i + 1];
+      } else if (argument.starts_with(Text(name, "="))) {
+        *value = argument.substr(name.size() + 1);
+      }
+    }
+    if (!argument.starts_with('-') && argument.ends_with(".json")) {
       named.scene = argument;
     }
     i += TakesValue(argument) ? 1U : 0U;
@@ -115,8 +123,13 @@ void AddOptions(CLI::App& app, CommandLine& line) {
           ->group(option.group);
     } else {
       app.add_option_function<std::string>(
-             OptionNames(option), [&text](const std::string& value) { text = value; }, option.help)
+             OptionNames(option),
+             [&text, &option](const std::string& value) {
+               text = option.isList && !text.empty() ? Text(text, ",", value) : value;
+             },
+             option.help)
           ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+          ->trigger_on_parse(option.isList)
           ->type_name(option.placeholder)
           ->group(option.group);
     }
@@ -187,7 +200,7 @@ Arguments SpellOutSwitches(const Arguments& arguments, const std::vector<Control
 
 /// Where a text came from, for messages: "--travel: " or "scene.json: controls.travel: ".
 template <class Work>
-auto FromPlace(const std::string& place, const Work& work) {
+decltype(auto) FromPlace(const std::string& place, const Work& work) {
   try {
     return work();
   } catch (const UsageError& error) {
@@ -229,6 +242,8 @@ class PassBuilder {
     }
     pass_.timing = options.layerTiming;
     pass_.layerPixelAspect = options.layerPixelAspect;
+    FromPlace(own.contains("press") ? Text(place, ".press") : "--press",
+              [&] { pass_.pressed = ParseButtons(*pass_.effect, options.press); });
     return pass_;
   }
 
@@ -347,8 +362,8 @@ class JobBuilder {
     }
   }
 
-  /// `effect` is what passes have that name none of their own.
-  void AddPasses(const std::shared_ptr<const host::Effect>& effect) {
+  /// `effect` is what passes have that name none of their own; those have theirs from `host`.
+  void AddPasses(const std::shared_ptr<const host::Effect>& effect, const host::HostProfile& host) {
     const std::filesystem::path folder = PathOf(path_).parent_path();
     if (scene_.layers.empty()) {
       passes_.emplace_back(effect).AddScene(scene_.controls, Text(path_, ": controls"), folder);
@@ -356,7 +371,7 @@ class JobBuilder {
     for (std::size_t i = 0; i < scene_.layers.size(); ++i) {
       const SceneLayer& layer = scene_.layers[i];
       const auto own = layer.settings.find("effect");
-      passes_.emplace_back(own == layer.settings.end() ? effect : LoadEffect(own->second))
+      passes_.emplace_back(own == layer.settings.end() ? effect : LoadEffect(own->second, host))
           .AddScene(layer.controls, Text(LayerPlace(i), ".controls"), folder);
     }
   }
@@ -464,21 +479,41 @@ bool AsksForHelp(const Arguments& arguments) {
   });
 }
 
+/// What effects are to be told that their host is; the command line before the scene.
+const host::HostProfile& HostOf(const NamedFiles& named, const Scene& scene) {
+  if (!named.host.empty()) {
+    return FromPlace(
+        "--host", [&]() -> const auto& { return ParseHost(named.host); });
+  }
+  const auto set = scene.settings.find("host");
+  if (set == scene.settings.end()) {
+    return host::DefaultHost();
+  }
+  return FromPlace(
+      Text(named.scene, ": host"), [&]() -> const auto& { return ParseHost(set->second); });
+}
+
 /// Puts the scene and the command line together; nothing when help was asked for and printed.
 std::unique_ptr<JobBuilder> ReadJob(const Arguments& arguments) {
   const NamedFiles named = FindNamedFiles(arguments);
   const bool help = AsksForHelp(arguments);
+  if (named.host == kListHosts) {
+    Print(stdout, HostsText());
+    return nullptr;
+  }
   Scene scene;
   if (!named.scene.empty() && !help) {
     scene = LoadScene(named.scene);
   }
+  const host::HostProfile& host = HostOf(named, scene);
   const auto sceneEffect = scene.settings.find("effect");
   std::shared_ptr<const host::Effect> effect;
   ReportCrashes(!named.effect.empty() ? named.effect : "the effect");
   try {
     effect = LoadEffect(!named.effect.empty()                 ? named.effect
                         : sceneEffect != scene.settings.end() ? sceneEffect->second
-                                                              : "");
+                                                              : "",
+                        host);
   } catch (const RenderError&) {
     if (!help) {
       throw;
@@ -505,7 +540,7 @@ std::unique_ptr<JobBuilder> ReadJob(const Arguments& arguments) {
     throw UsageError(Text("'", line.scenePath, "' is not a scene file (expected NAME.json)"));
   }
   auto builder = std::make_unique<JobBuilder>(std::move(scene), named.scene);
-  builder->AddPasses(effect);
+  builder->AddPasses(effect, host);
   builder->AddCommandLine(line);
   return builder;
 }

@@ -200,8 +200,9 @@ bool ParseArguments(CLI::App& app, const Arguments& arguments) {
   return true;
 }
 
-std::shared_ptr<const host::Effect> LoadEffect(const std::string& path) {
-  auto effect = host::Effect::Open(path.empty() ? DefaultEffectPath() : PathOf(path));
+std::shared_ptr<const host::Effect> LoadEffect(const std::string& path,
+                                               const host::HostProfile& host) {
+  auto effect = host::Effect::Open(path.empty() ? DefaultEffectPath() : PathOf(path), host);
   if (!effect) {
     throw RenderError(effect.ErrorText());
   }

@@ -56,8 +56,9 @@ std::string ManualSection(const CLI::App& app);
 bool ParseArguments(CLI::App& app, const Arguments& arguments);
 
 /// Opens and sets up the effect of this path, or the one beside the program where the path is
-/// empty. Throws RenderError.
-std::shared_ptr<const host::Effect> LoadEffect(const std::string& path);
+/// empty, as that host. Throws RenderError.
+std::shared_ptr<const host::Effect> LoadEffect(const std::string& path,
+                                               const host::HostProfile& host = host::DefaultHost());
 
 /// The job that a scene file describes. Throws Error.
 RenderJob JobOfScene(const std::string& path);

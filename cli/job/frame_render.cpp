@@ -74,6 +74,20 @@ host::World LastPart(host::World picture, A_long width, A_long height) {
   return std::move(*part);
 }
 
+/// Whether an effect can fill more than the picture shows. A rectangle in the frame's pixels.
+bool LosesBorder(const host::World& picture, const PF_LRect& filled) {
+  return !IsEmpty(filled) && (filled.left < picture.OriginX() || filled.top < picture.OriginY() ||
+                              filled.right > picture.OriginX() + picture.Width() ||
+                              filled.bottom > picture.OriginY() + picture.Height());
+}
+
+std::string LostBorderText(const host::Effect& effect, const PF_LRect& filled) {
+  return Text("what ", effect.Library().Identity().name, " draws beyond the frame is left out (",
+              std::int64_t{filled.right} - filled.left, "x",
+              std::int64_t{filled.bottom} - filled.top, " pixels at most, from ", filled.left, ",",
+              filled.top, ")");
+}
+
 }  // namespace
 
 PictureSize OutputSize(const RenderOptions& options, int width, int height) {
@@ -98,7 +112,7 @@ void CheckDepth(const RenderOptions& options, const host::Effect& effect, host::
 FrameRenderer::FrameRenderer(const RenderOptions& options, const RenderPass& pass,
                              const FrameSettings& frames, bool whole)
     : options_(options), pass_(pass), frames_(frames), whole_(whole) {
-  if (!pass.effect->SupportsThreadedRendering()) {
+  if (!pass.effect->SupportsThreadedRendering() || pass.effect->CopiesSequences()) {
     sequence_ = std::make_unique<host::HeldSequence>(*pass.effect);
   }
   const std::int64_t end = (static_cast<std::int64_t>(frames.lastFrame) + 1) *
@@ -134,8 +148,9 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   settings.mode = options.classic || !pass_.effect->SupportsSmartRender()
                       ? host::RenderMode::kClassic
                       : host::RenderMode::kSmart;
-  settings.wholeOutput = !whole_;
+  settings.wholeOutput = !whole_ && !inputs.isEye;
   settings.changedByUser = pass_.supervised;
+  settings.pressed = pass_.pressed;
   settings.sequence = sequence_.get();
   settings.draft = options.draft;
   for (const auto& [index, world] : inputs.layers) {
@@ -150,6 +165,7 @@ host::RenderSettings FrameRenderer::Settings(int frame, const FrameInputs& input
   settings.timeScale = static_cast<A_u_long>(frames_.rate.num);
   settings.timeStep = static_cast<A_long>(frames_.rate.den);
   settings.currentTime = frame * settings.timeStep;
+  settings.changeTime = frames_.firstFrame * settings.timeStep;
   settings.totalTime = (std::max(frames_.lastFrame, frame) + 1) * settings.timeStep;
   bool moves = false;
   for (const auto& [index, track] : pass_.tracks) {
@@ -263,6 +279,9 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
                              region->bottom - region->top);
   }
   RenderedFrame rendered{std::move(result.output), {}};
+  if (!options_.region && LosesBorder(rendered.picture, result.maxResultRect)) {
+    rendered.warnings.push_back(LostBorderText(*pass_.effect, result.maxResultRect));
+  }
   for (host::Violation& violation : result.diagnostics.violations) {
     rendered.warnings.push_back(std::move(violation.text));
   }

@@ -36,6 +36,7 @@ struct RenderedFrame {
 /// What all frames of a run have in common.
 struct FrameSettings {
   host::Depth depth = host::Depth::k8;
+  int firstFrame = 0;  ///< of the whole run, whichever part of it is rendered
   int lastFrame = 0;
   PF_RationalScale rate{24, 1};  ///< in frames per second
   host::ThreadPool* pool = nullptr;
@@ -68,7 +69,8 @@ class FrameRenderer {
   const RenderPass& pass_;
   FrameSettings frames_;
   bool whole_;
-  /// Of effects that render one frame at a time; others have a sequence for each frame.
+  /// Of effects that render one frame at a time, or that copy one for each frame; others have a
+  /// new sequence for each frame.
   std::unique_ptr<host::HeldSequence> sequence_;
 };
 

@@ -72,6 +72,14 @@ pictures::PictureFormat FormatOf(const Media& output, const RenderOptions& optio
   return pictures::WritableFormatOf(output.Name());
 }
 
+/// Whether a picture shows the frame and nothing else: no part of it, nothing around it.
+bool IsWholeFrame(const RenderOptions& options, const host::World& picture,
+                  const pictures::PictureInfo& frame) {
+  return !options.region &&
+         picture.Width() == host::DownsampledLength(frame.width, options.downsample) &&
+         picture.Height() == host::DownsampledLength(frame.height, options.downsample);
+}
+
 /// An image file per frame, each under its name only when it is whole.
 class FileSink : public FrameSink {
  public:
@@ -110,7 +118,7 @@ class FileSink : public FrameSink {
     }
     pictures::OutputFile file(path);
     try {
-      pictures::WriteWorld(picture, file, OptionsFor(frame.input), settings_.pool);
+      pictures::WriteWorld(picture, file, OptionsFor(frame.input, picture), settings_.pool);
     } catch (const RenderError& error) {
       file.ThrowIfFailed();
       throw RenderError(Text(path, ": ", error.what()));
@@ -127,7 +135,8 @@ class FileSink : public FrameSink {
   }
 
  private:
-  pictures::PictureOptions OptionsFor(const pictures::PictureInfo& input) const {
+  pictures::PictureOptions OptionsFor(const pictures::PictureInfo& input,
+                                      const host::World& picture) const {
     pictures::PictureOptions written;
     written.format = format_;
     written.stored = OutputType(options_, format_, settings_.depth, input.stored);
@@ -139,7 +148,7 @@ class FileSink : public FrameSink {
       written.pixelAspect = input.pixelAspect;
     }
     written.metadata = input.metadata;
-    if (options_.region || options_.downsample > 1) {
+    if (!IsWholeFrame(options_, picture, input) || options_.downsample > 1) {
       written.metadata.KeepForPart();
     }
     return written;
@@ -184,8 +193,9 @@ class VideoSink : public FrameSink {
       return {};
     }
     if (writer_ == nullptr) {
-      writer_ = std::make_unique<VideoWriter>(output_.Name(), picture.Width(), picture.Height(),
-                                              Options());
+      writer_ =
+          std::make_unique<VideoWriter>(output_.Name(), picture.Width(), picture.Height(),
+                                        Options(!IsWholeFrame(options_, picture, frame.input)));
     }
     lock.unlock();
     writer_->Write(picture);  // nobody else has this turn
@@ -204,8 +214,8 @@ class VideoSink : public FrameSink {
 
   std::vector<std::string> Join() override {
     std::vector<std::string> losses = SoundLosses();
-    for (const std::string& lost :
-         JoinVideo(output_.Name(), ReadSegments(options_.join), Options())) {
+    for (const std::string& lost : JoinVideo(output_.Name(), ReadSegments(options_.join),
+                                             Options(options_.region.has_value()))) {
       losses.push_back(Text(output_.Name(), ": ", lost));
     }
     return losses;
@@ -237,12 +247,12 @@ class VideoSink : public FrameSink {
     return numbers.back() - numbers.front() + 1 == static_cast<int>(numbers.size());
   }
 
-  VideoOptions Options() const {
+  VideoOptions Options(bool isPart) const {
     VideoOptions video;
     video.rate = settings_.rate;
     video.deep = settings_.depth != Depth::k8;
     video.alpha = alpha_;
-    video.part = options_.region.has_value();
+    video.part = isPart;
     video.encoder = options_.videoOptions;
     video.source = settings_.video;
     if (options_.frames) {

@@ -25,7 +25,8 @@ struct RenderPass {
   std::map<PF_ParamIndex, Track> tracks;        ///< of every control that was set, layers apart
   /// Of those the ones with a single value that the effect wants to hear of.
   std::set<PF_ParamIndex> supervised;
-  LayerTiming timing;  ///< of the layers
+  std::vector<PF_ParamIndex> pressed;  ///< buttons, before the first frame, in this order
+  LayerTiming timing;                  ///< of the layers
   PF_RationalScale layerPixelAspect{1, 1};
 };
 

@@ -398,12 +398,6 @@ host::World JobRun::LayOntoEyes(int number, const FrameInputs& inputs, TakenLaye
     const std::size_t passes = job_.passes.size();
     picture = LayPasses(number, std::move(part), layers,
                         std::span(renderers).subspan(eye == Eye::kLeft ? 0 : passes, passes));
-    if (picture.Width() != host::DownsampledLength(size.width, options_.downsample) ||
-        picture.Height() != host::DownsampledLength(size.height, options_.downsample)) {
-      throw RenderError(
-          "the effect makes its picture larger than the frame, which --stereo has "
-          "no room for");
-    }
   }
   return JoinEyes(pictures[0], pictures[1], layout);
 }
@@ -534,7 +528,8 @@ void JobRun::RenderAll() {
   std::vector<FrameSettings> allFrames;
   Renderers renderers;
   for (std::size_t i = 0; i < job_.passes.size(); ++i) {
-    FrameSettings frames{depth_, schedule_.Last(), rate_, pool_.get(), i > 0, nullptr};
+    FrameSettings frames{depth_, schedule_.First(), schedule_.Last(), rate_, pool_.get(), i > 0,
+                         nullptr};
     auto times = std::make_unique<OtherTimes>(options_, files_, i, rate_, settings);
     if (times->Any() || (i > 0 && ChangesBefore(i))) {
       frames.otherTimes = times.get();
@@ -587,7 +582,8 @@ void JobRun::Run() {
     LookAhead();
   }
   if (options_.dryRun) {
-    PrintDryRun(job_, files_, schedule_, {depth_, schedule_.Last(), rate_, nullptr}, first_);
+    PrintDryRun(job_, files_, schedule_,
+                {depth_, schedule_.First(), schedule_.Last(), rate_, nullptr}, first_);
     return;
   }
   progress_->Skip(static_cast<int>(schedule_.LeftOut()));

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <map>
 
+#include "base/error.h"
 #include "base/text.h"
 
 namespace veltra::cli {
@@ -101,6 +102,46 @@ std::vector<ControlOption> ControlOptions(const host::Effect& effect,
   }
   AddShortNames(options, taken);
   return options;
+}
+
+std::vector<ControlOption> ButtonOptions(const host::Effect& effect) {
+  std::vector<ControlOption> buttons;
+  for (const ControlDeclaration& control : effect.Controls()) {
+    if (control.type == PF_Param_BUTTON) {
+      buttons.push_back({&control, {UniqueName(control, buttons, {})}});
+    }
+  }
+  return buttons;
+}
+
+namespace {
+
+PF_ParamIndex ParseButton(const std::vector<ControlOption>& buttons, std::string_view name) {
+  const ControlOption* button = FindControl(buttons, name);
+  if (button == nullptr) {
+    std::string known;
+    for (const ControlOption& other : buttons) {
+      known += Text(known.empty() ? "" : ", ", other.LongName());
+    }
+    ThrowNotA(name, "a button of the effect", known.empty() ? "none: it has no buttons" : known);
+  }
+  if ((button->declaration->flags & PF_ParamFlag_SUPERVISE) == 0) {
+    throw UsageError(Text("'", name, "' is a button that the effect does not listen to"));
+  }
+  return button->declaration->index;
+}
+
+}  // namespace
+
+std::vector<PF_ParamIndex> ParseButtons(const host::Effect& effect, std::string_view names) {
+  const std::vector<ControlOption> buttons = ButtonOptions(effect);
+  std::vector<PF_ParamIndex> pressed;
+  while (!names.empty()) {
+    const std::size_t comma = std::min(names.find(','), names.size());
+    pressed.push_back(ParseButton(buttons, names.substr(0, comma)));
+    names.remove_prefix(std::min(comma + 1, names.size()));
+  }
+  return pressed;
 }
 
 const ControlOption* FindControl(const std::vector<ControlOption>& options, std::string_view name) {

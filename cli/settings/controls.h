@@ -35,6 +35,13 @@ struct ControlOption {
 std::vector<ControlOption> ControlOptions(const host::Effect& effect,
                                           const std::vector<std::string>& taken);
 
+/// The buttons that can be pressed, each with one name, made by the same rule.
+std::vector<ControlOption> ButtonOptions(const host::Effect& effect);
+
+/// The buttons that a list such as "reset,bake" names, in its order. Throws UsageError for those
+/// that the effect does not have or does not listen to.
+std::vector<PF_ParamIndex> ParseButtons(const host::Effect& effect, std::string_view names);
+
 /// The control of this name, or null.
 const ControlOption* FindControl(const std::vector<ControlOption>& options, std::string_view name);
 

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "base/error.h"
+#include "cli/settings/hosts.h"
 
 namespace veltra::cli {
 namespace {
@@ -119,6 +120,14 @@ constexpr std::array kSpecs = {
     OptionSpec{"effect", "", "FILE", kFiles,
                "the effect library (default: the one beside this program)", true, true, "",
                [](RenderOptions& o, std::string_view t) { o.effect = t; }},
+    OptionSpec{"host", "", "NAME", kFiles,
+               "what the effect is told that its host is (default after-effects; help lists them)",
+               true, false, "",
+               [](RenderOptions& o, std::string_view t) { o.host = &ParseHost(t); }},
+    OptionSpec{"press", "", "BUTTONS", kFiles,
+               "press these buttons of the effect before the first frame, in this order: reset or "
+               "reset,bake",
+               true, false, "", [](RenderOptions& o, std::string_view t) { o.press = t; }, true},
 
     OptionSpec{"depth", "d", "8|16|float", kRendering,
                "bits per channel to render in (default: the frame's)", true, false, "8 16 float",

@@ -12,6 +12,7 @@
 
 #include "cli/settings/values.h"
 #include "host/base/depth.h"
+#include "host/effect_library.h"
 #include "pictures/picture.h"
 
 namespace veltra::cli {
@@ -43,6 +44,8 @@ const char* StereoLayoutName(StereoLayout layout);
 
 struct RenderOptions {
   std::string effect;
+  const host::HostProfile* host = &host::DefaultHost();  ///< what effects are told
+  std::string press;  ///< names of buttons, with commas between, in their order
   std::string frame;
   std::string output;
   std::string channels;  ///< of the frame's OpenEXR files; empty for the usual ones
@@ -91,6 +94,7 @@ struct OptionSpec {
   const char* choices;  ///< blank-separated, for completion; empty where anything may stand
   /// Reads the value ("on" or "off" for a flag). Throws UsageError without the option's name.
   void (*apply)(RenderOptions& options, std::string_view text);
+  bool isList = false;  ///< names with commas between; given again, it goes on
 
   bool IsFlag() const { return placeholder[0] == '\0'; }
 };

@@ -18,8 +18,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::array<const char*, 5> kLayerSettings = {"effect", "layer-end", "layer-pixel-aspect",
-                                                       "layer-speed", "layer-start"};
+constexpr std::array<const char*, 6> kLayerSettings = {
+    "effect", "layer-end", "layer-pixel-aspect", "layer-speed", "layer-start", "press"};
 
 [[noreturn]] void Fail(std::string_view key, std::string_view message) {
   throw UsageError(Text(key, ": ", message));
@@ -106,6 +106,11 @@ std::string ValueText(const std::string& key, const Json& value) {
     text += Text(text.empty() ? "" : ",", ScalarText(key, part));
   }
   return text;
+}
+
+/// The value of an option.
+std::string SettingText(const OptionSpec& option, const std::string& key, const Json& value) {
+  return option.isList ? ValueText(key, value) : ScalarText(key, value);
 }
 
 void RefuseOtherKeys(const std::string& where, const Json& object,
@@ -202,7 +207,7 @@ SceneLayer ParseLayer(const std::string& where, const Json& json) {
     if (key == "controls") {
       layer.controls = ParseControls(Text(where, ".controls"), value);
     } else {
-      layer.settings[key] = ScalarText(Text(where, ".", key), value);
+      layer.settings[key] = SettingText(*FindOption(key), Text(where, ".", key), value);
     }
   }
   return layer;
@@ -300,7 +305,7 @@ Scene ParseScene(std::string_view text) {
       Fail(key, option == nullptr ? "unknown key (is it a control? those go under \"controls\")"
                                   : "belongs on the command line, not into a scene");
     }
-    scene.settings[key] = ScalarText(key, value);
+    scene.settings[key] = SettingText(*option, key, value);
   }
   if (!scene.layers.empty() && !scene.controls.empty()) {
     Fail("controls", "belong to the layers where there are any");

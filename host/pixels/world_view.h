@@ -19,6 +19,12 @@ constexpr PF_LRect Intersection(const PF_LRect& a, const PF_LRect& b) {
   return IsEmpty(both) ? PF_LRect{0, 0, 0, 0} : both;
 }
 
+/// The smallest rectangle around two, neither of them empty.
+constexpr PF_LRect Union(const PF_LRect& a, const PF_LRect& b) {
+  return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
+          std::max(a.bottom, b.bottom)};
+}
+
 constexpr bool Contains(const PF_LRect& outer, const PF_LRect& inner) {
   return IsEmpty(inner) || (inner.left >= outer.left && inner.top >= outer.top &&
                             inner.right <= outer.right && inner.bottom <= outer.bottom);

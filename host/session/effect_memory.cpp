@@ -102,6 +102,14 @@ std::uint64_t HandleSize(PF_Handle handle) {
   return cell != nullptr ? cell->size : 0;
 }
 
+std::unique_ptr<std::vector<std::byte>> BytesOfHandle(PF_Handle handle) {
+  if (!IsHandle(handle)) {
+    return nullptr;
+  }
+  const auto* first = static_cast<const std::byte*>(HandleData(handle));
+  return std::make_unique<std::vector<std::byte>>(first, first + HandleSize(handle));
+}
+
 PF_Err ResizeHandle(PF_Handle handle, std::uint64_t size) {
   HandleRegister& handles = Handles();
   const std::lock_guard lock(handles.mutex);

@@ -5,8 +5,10 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "host/pixels/world.h"
 #include "host_api/types.h"
@@ -31,6 +33,8 @@ std::uint64_t HandleSize(PF_Handle handle);
 /// Keeps the handle and the common front part; bytes beyond it are zero. PF_Err_OUT_OF_MEMORY
 /// leaves all as it was, PF_Err_BAD_CALLBACK_PARAM says that it is no handle of this host.
 PF_Err ResizeHandle(PF_Handle handle, std::uint64_t size);
+/// A copy of the block's bytes; null for what is no handle of this host.
+std::unique_ptr<std::vector<std::byte>> BytesOfHandle(PF_Handle handle);
 /// Frees block and handle; false for what is no live handle of this host.
 bool DisposeHandle(PF_Handle handle);
 

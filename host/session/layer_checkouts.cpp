@@ -8,6 +8,11 @@
 
 namespace veltra::host {
 
+void LayerCheckouts::Clear() {
+  const std::lock_guard lock(mutex_);
+  entries_.clear();
+}
+
 bool LayerCheckouts::Request(const LayerRequest& request) {
   const std::lock_guard lock(mutex_);
   if (std::any_of(entries_.begin(), entries_.end(), [&request](const Entry& other) {

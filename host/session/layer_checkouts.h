@@ -31,6 +31,8 @@ struct LayerCheckout {
 /// The table of a frame's checkouts. Safe on many threads; entries stay where they are.
 class LayerCheckouts {
  public:
+  /// Forgets all requests, before another pre-render; nothing may be out.
+  void Clear();
   /// Enters a request; false where the id is taken.
   bool Request(const LayerRequest& request);
 

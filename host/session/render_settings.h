@@ -23,6 +23,15 @@ enum class RenderMode { kSmart, kClassic };
 
 class HeldSequence;
 
+/// What happens to a sequence before a frame, as by saving and opening a project; the picture must
+/// be the same.
+enum class Reopening {
+  kNever,
+  kAsDeclared,    ///< stored as a flat copy, where the effect gives one, and set up again
+  kByFlattening,  ///< flattened, where the effect asks for it, and set up again
+  kCopiedOnly,    ///< a flat copy is taken, where the effect gives one, and the frame goes on
+};
+
 /// One frame. Worlds are borrowed, never changed and already at the frame's depth and at
 /// 1/downsample resolution; the renderer makes no copy of them.
 struct RenderSettings {
@@ -36,7 +45,8 @@ struct RenderSettings {
   /// null is a transparent one.
   const World* input = nullptr;
   /// Where given, takes the place of `input`: called once, on the rendering thread, when the
-  /// effect has asked for pixels of the frame, and never when it has not. Null is a transparent
+  /// effect has asked for pixels of the frame or hears of what somebody set or pressed, and never
+  /// otherwise. Null is a transparent
   /// frame; a failure ends the render with its text. The world must live as long as the render.
   std::function<Expected<const World*>()> readInput;
   /// Layers for layer controls, by control index; null is no layer, and absent the default, which
@@ -61,14 +71,20 @@ struct RenderSettings {
   /// Controls that somebody has just set. The effect hears of those that it supervises, after its
   /// sequence was set up, and what it then changes in other controls counts.
   std::set<PF_ParamIndex> changedByUser;
+  /// Buttons that somebody presses after that, one after the other. What the effect then changes
+  /// counts for all controls, also for those in `controls`; with keyframes it ends the frame.
+  std::vector<PF_ParamIndex> pressed;
+  /// When somebody did all this, in units of 1 / timeScale seconds; absent is the frame's time.
+  std::optional<A_long> changeTime;
   /// Where given, the sequence that this frame goes on with; null is one of the frame's own.
   HeldSequence* sequence = nullptr;
 
   int downsample = 1;  ///< 1/n of the resolution
   /// The part to render, in coordinates of the reduced frame; absent is all of it.
   std::optional<PF_LRect> region;
-  /// Classic render without a region: the picture is all of the output that the effect answers,
-  /// which may be larger or smaller than the frame.
+  /// Without a region the picture is all of the output: in classic render what the effect answers,
+  /// which may be larger or smaller than the frame, and in smart render the frame and what the
+  /// effect can fill around it, up to 4 times the frame's pixels or 4096 x 4096 of them.
   bool wholeOutput = false;
   PF_RationalScale pixelAspect{1, 1};  ///< of the frame; a layer's is its world's
 
@@ -84,9 +100,7 @@ struct RenderSettings {
   /// Shared by concurrent frames; null renders on the calling thread alone.
   ThreadPool* pool = nullptr;
   RenderHooks* hooks = nullptr;
-  /// The sequence is flattened and set up again before the frame, as by saving and opening a
-  /// project; the picture must be the same.
-  bool reopenSequence = false;
+  Reopening reopening = Reopening::kNever;
   /// Ends after the pre-render, or sends FRAME_SETUP and FRAME_SETDOWN alone, as a host does that
   /// only wants to learn the rectangles.
   bool preRenderOnly = false;

@@ -46,6 +46,8 @@ std::string RuleText(Rule rule) {
       return "a handle or a world was given back that is not of this host";
     case Rule::kDataWithoutDelete:
       return "pre-render data has no delete function and is no handle, so it stays allocated";
+    case Rule::kLiveSequenceAnswered:
+      return "GET_FLATTENED_SEQUENCE_DATA was answered with the live data instead of a copy";
     case Rule::kSuiteKept:
       return "a suite was not released";
     case Rule::kSuiteOverReleased:

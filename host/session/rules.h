@@ -27,6 +27,7 @@ enum class Rule {
   kOutputBeforeInput,        ///< the output checked out before any input
   kForeignHandle,            ///< a handle or world given back that is none of this host's
   kDataWithoutDelete,        ///< pre-render data that the host cannot tell how to free
+  kLiveSequenceAnswered,     ///< the live sequence data given where a flat copy was asked for
 
   kSuiteKept,          ///< acquired more often than released
   kSuiteOverReleased,  ///< released more often than acquired

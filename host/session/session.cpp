@@ -156,8 +156,11 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
     error = PF_Err_OUT_OF_MEMORY;
   }
   inData_.global_data = outData_.global_data;
-  inData_.sequence_data =
-      hides ? std::exchange(hiddenSequenceData_, nullptr) : outData_.sequence_data;
+  if (hides) {
+    inData_.sequence_data = std::exchange(hiddenSequenceData_, nullptr);
+  } else if (command != PF_Cmd_GET_FLATTENED_SEQUENCE_DATA) {  // which answers with a copy
+    inData_.sequence_data = outData_.sequence_data;
+  }
   inData_.frame_data = outData_.frame_data;
   if (outData_.return_msg[0] != '\0') {
     message_ = TextOf(outData_.return_msg);
@@ -248,8 +251,8 @@ bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_Par
   param.param_type = PF_Param_LAYER;
   param.u.ld = PF_LayerDef{};
   const World* world = nullptr;
-  if (settings_->mode == RenderMode::kClassic && LayerWorldAt(index, time, scale, world) &&
-      world != nullptr) {
+  const bool hasPixels = settings_->mode == RenderMode::kClassic || hasUserChange;
+  if (hasPixels && LayerWorldAt(index, time, scale, world) && world != nullptr) {
     param.u.ld =
         LayerView(*world, {world->OriginX(), world->OriginY(), world->OriginX() + world->Width(),
                            world->OriginY() + world->Height()});
@@ -343,7 +346,7 @@ Expected<PF_Handle> Session::MakeArbitraryValue(const ControlDeclaration& contro
 // ---- Parameters that the effect may change ----
 
 bool Session::FillChangeable(PF_ParamIndex index, PF_ParamDef& param) {
-  if (!FillParam(index, settings_->currentTime, settings_->timeScale, param)) {
+  if (!FillParam(index, inData_.current_time, settings_->timeScale, param)) {
     return false;
   }
   if (IsLayer(index)) {
@@ -376,7 +379,7 @@ void Session::TakeChangedValue(PF_ParamIndex index, const PF_ParamDef& param) {
   if (!control.HasValue()) {
     return;
   }
-  ControlValue value = ValueAt(control, settings_->currentTime, settings_->timeScale);
+  ControlValue value = ValueAt(control, inData_.current_time, settings_->timeScale);
   if (control.type == PF_Param_ARBITRARY_DATA) {
     auto flat = ArbitraryCalls(context_.entry, inData_, control).Flatten(param.u.arb_d.value);
     if (!flat) {

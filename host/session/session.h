@@ -129,9 +129,9 @@ class Session {
   // ---- Parameters ----
 
   A_long ParamCount() const { return static_cast<A_long>(context_.controls.size()) + 1; }
-  /// The definition of a parameter with its value at a time. Layers have no pixels in smart
-  /// render, where they come another way. False where there is no such parameter. Safe on many
-  /// threads.
+  /// The definition of a parameter with its value at a time. Layers have no pixels in the commands
+  /// of smart render, where they come another way. False where there is no such parameter. Safe on
+  /// many threads.
   bool FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_ParamDef& param);
   bool IsLayer(PF_ParamIndex index) const;
   /// What a parameter's value at a time is recognised by; of layers the image. Safe on many
@@ -144,6 +144,9 @@ class Session {
   void TakeChangedValue(PF_ParamIndex index, const PF_ParamDef& param);
   /// Gives back what FillChangeable copied.
   void DisposeChangeable();
+  /// The effect hears of what somebody set or pressed: layers have pixels then, in smart render
+  /// too. Written between commands.
+  bool hasUserChange = false;
   /// Values that the effect has changed; written between commands.
   std::map<PF_ParamIndex, ControlValue> changedValues;
   /// Has the effect dispose of the values that were made for this session; the last command but the

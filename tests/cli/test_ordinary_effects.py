@@ -12,6 +12,7 @@ import pictures
 from support import ProgramTest
 
 EFFECT = os.path.abspath(os.environ["VELTRA_ORDINARY"])
+GROWING = os.path.abspath(os.environ["VELTRA_GROWING"])
 ECHO = os.path.abspath(os.environ["VELTRA_ECHO"])
 FAILED = 1
 USAGE = 2
@@ -85,6 +86,7 @@ class OrdinaryEffects(ProgramTest):
         self.assertEqual(kinds["Gain"][0], "float slider")
         self.assertEqual(kinds["Numbers"], ("data", "number 5", ["numbers"]))
         self.assertEqual(kinds["Press"], ("button", None, []))
+        self.assertIn("press", [c.get("press") for c in listed["controls"]])
         self.assertEqual(kinds["Mask"], ("path", None, []))
         table = self.run_well("controls", "--effect", EFFECT).stdout
         self.assertRegex(table, r"\nTurn +angle +45 +degrees +--turn\n")
@@ -112,6 +114,78 @@ class OrdinaryEffects(ProgramTest):
         said = self.render("--preset", "4")[0]
         self.assertIn("count 40 gain 7 turn 45 ", said)
         self.assertIn("count 9 gain 7 ", self.render("--preset", "4", "--count", "9")[0])
+
+    def test_pressed_buttons_do_their_work_once_before_the_frames_wherever_they_are_named(self):
+        # Pressed at frame 2, the run's first; what was set before is the press's to change.
+        expected = [f"count 59 gain 0.10000000149011612 turn 2 tint 255,128,0 mode 1 where 4,2,0 "
+                    f"numbers 5 preset 0 frame {100 + n} of the sequence" for n in (1, 2)]
+        numbers = ("--frames", "2-3", "--rate", "24", "--threads", "1")
+        self.assertEqual(self.render("--press", "press", "--count", "9", *numbers, out="o.#.png"),
+                         expected)
+        self.assertIn("turn 2 ", self.render("--press", "press", *numbers, "--part", "3",
+                                             out="p.#.png")[0])
+        scene = {"version": 1, "press": ["press"], "controls": {"count": 9}}
+        (self.folder / "s.json").write_text(json.dumps(scene))
+        self.assertEqual(self.render("s.json", *numbers, out="o.#.png"), expected)
+        self.run_well("render", "--effect", EFFECT, "s.json", "-f", "f.png", "--save-scene",
+                      "again.json")
+        self.assertEqual(self.render("again.json", *numbers, out="o.#.png"), expected)
+        layers = {"version": 1, "layers": [{"press": "press,press", "controls": {"count": 9}}]}
+        (self.folder / "l.json").write_text(json.dumps(layers))
+        twice = self.render("l.json")[0]
+        self.assertIn("count 109 ", twice)
+        self.assertIn("frame 201 ", twice)
+        self.assertEqual(self.render("--press", "press", "--press", "press", "--count", "9"),
+                         [twice])
+
+    def test_a_press_of_what_cannot_be_pressed_is_refused(self):
+        for name, message in (
+                ("bake", "--press: 'bake' is not a button of the effect (expected press, deaf)"),
+                ("deaf", "--press: 'deaf' is a button that the effect does not listen to")):
+            self.assert_fails(USAGE, message, "render", "--effect", EFFECT, "-f", "f.png", "--press",
+                              name, "-o", "o.png")
+        self.assert_fails(USAGE, "(expected none: it has no buttons)", "render", "-f", "f.png",
+                          "--press", "bake", "-o", "o.png")
+        keys = [{"frame": 1, "value": 1}, {"frame": 5, "value": 5}]
+        scene = {"version": 1, "press": "press", "controls": {"count": {"keys": keys}}}
+        (self.folder / "s.json").write_text(json.dumps(scene))
+        self.assert_fails(FAILED, "changes 'Count', which has keyframes", "render", "--effect",
+                          EFFECT, "s.json", "-f", "f.png", "--frames", "1-2", "-o", "o.#.png")
+        self.assertEqual(self.files(), ["f.png", "s.json"])
+
+    def test_the_effect_is_told_of_the_host_that_was_asked_for(self):
+        hosts = self.run_well("render", "--host", "help").stdout
+        self.assertEqual(hosts, self.run_well("check", "--host", "help").stdout)
+        self.assertIn("oldest-interface", hosts)
+        told = "it is built for interface 13.28, and this host has 12.0"
+        for command in (("render", "-f", "f.png", "-o", "o.png"), ("controls",), ("about",)):
+            with self.subTest(command=command[0]):
+                self.assert_fails(FAILED, told, *command, "--host", "oldest-interface")
+                self.assert_fails(USAGE, "--host: there is no host 'other' (expected after-effects",
+                                  *command, "--host", "other")
+                self.run_well(*command, "--host=no-project")
+        scene = {"version": 1, "host": "oldest-interface", "layers": [{"controls": {}}]}
+        (self.folder / "s.json").write_text(json.dumps(scene))
+        self.assert_fails(FAILED, told, "render", "s.json", "-f", "f.png", "-o", "o.png")
+        self.run_well("render", "s.json", "--host", "after-effects", "-f", "f.png", "-o", "o.png")
+
+    def test_a_border_around_the_frame_is_kept_or_its_loss_is_told(self):
+        pictures.write_png(self.path("f.png"), np.full((4, 8, 4), 255, np.uint8))
+        grown = ("render", "--effect", GROWING, "-f", "f.png", "-o", "o.png")
+        self.run_well(*grown)
+        self.assertEqual(pictures.read_png(self.path("o.png")).shape, (10, 14, 4))
+        self.run_well(*grown, "--region", "0,0,8,4")
+        self.assertEqual(pictures.read_png(self.path("o.png")).shape, (4, 8, 4))
+        lost = "draws beyond the frame is left out (14x10 pixels at most, from -3,-3)"
+        layers = {"version": 1, "layers": [{"effect": GROWING, "controls": {}},
+                                           {"effect": EFFECT, "controls": {}}]}
+        (self.folder / "l.json").write_text(json.dumps(layers))
+        process = self.run_well("render", "l.json", "-f", "f.png", "-o", "o.png")
+        self.assertIn(lost, process.stderr)
+        self.assertEqual(pictures.read_png(self.path("o.png")).shape, (4, 8, 4))
+        process = self.run_well(*grown, "--stereo", "top-bottom")
+        self.assertIn("draws beyond the frame is left out (14x8 pixels", process.stderr)
+        self.assertEqual(pictures.read_png(self.path("o.png")).shape, (4, 8, 4))
 
     def test_deeper_pictures_render_at_the_effect_s_depth_with_a_word(self):
         pictures.write_png(self.path("f.png"), np.zeros((4, 8, 4), np.uint16))

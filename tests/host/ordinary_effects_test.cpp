@@ -3,6 +3,7 @@
 // What ordinary effects rely on around their commands: values, times, sizes, handles, sequences.
 
 #include <cstring>
+#include <mutex>
 
 #include "images.h"
 #include "linked_effect.h"
@@ -380,12 +381,215 @@ TEST(OrdinaryEffects, GetTheirSequenceDataBackFlatAndSetItUpAgain) {
       });
   ASSERT_NE(effect, nullptr);
   RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
-  settings.reopenSequence = true;
+  settings.reopening = Reopening::kByFlattening;
   const RenderResult result = RenderFrame(*effect, settings);
   ASSERT_TRUE(result.Ok()) << result.errorText;
   EXPECT_EQ(course, "flatten resetup ");
   EXPECT_EQ(rendered, 11);
   EXPECT_EQ(effect->Holdings()->handles, 0);
+}
+
+void PutNumber(PF_Handle handle, int value) {
+  std::memcpy(*handle, &value, sizeof value);
+}
+
+/// An effect whose sequence data is a number, with its commands written into `course`.
+class FlatCopies : public testing::Test {
+ protected:
+  std::unique_ptr<const Effect> Load(A_long outFlags2) {
+    return LoadScripted(
+        [this, outFlags2](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef** params,
+                          PF_LayerDef*, void*) { return Answer(cmd, in, out, params, outFlags2); });
+  }
+
+  std::mutex mutex_;
+  std::string course_;
+  bool givesLive_ = false;
+
+ private:
+  PF_Err Answer(PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef** params,
+                A_long outFlags2) {
+    const std::lock_guard lock(mutex_);
+    switch (cmd) {
+      case PF_Cmd_GLOBAL_SETUP:
+        out->out_flags = PF_OutFlag_SEQUENCE_DATA_NEEDS_FLATTENING;
+        out->out_flags2 = outFlags2;
+        break;
+      case PF_Cmd_PARAMS_SETUP:
+        AddControl(in, PF_Param_BUTTON, [](PF_ParamDef& p) {
+          p.flags = PF_ParamFlag_SUPERVISE;
+          p.u.button_d.u.namesptr = "Bake";
+        });
+        AddControl(in, PF_Param_SLIDER, [](PF_ParamDef& p) { p.u.sd.dephault = 7; });
+        out->num_params = 3;
+        break;
+      case PF_Cmd_SEQUENCE_SETUP:
+        course_ += "setup ";
+        out->sequence_data = HandleOf(in, 11);
+        break;
+      case PF_Cmd_USER_CHANGED_PARAM:
+        course_ += "press" + std::to_string(in->current_time) + " ";
+        PutNumber(in->sequence_data, 12);
+        params[2]->u.sd.value = 70;
+        params[2]->uu.change_flags = PF_ChangeFlag_CHANGED_VALUE;
+        break;
+      case PF_Cmd_GET_FLATTENED_SEQUENCE_DATA:
+        course_ += "copy ";
+        if (!givesLive_) {
+          out->sequence_data = HandleOf(in, NumberIn(in->sequence_data) + 100);
+        }
+        break;
+      case PF_Cmd_SEQUENCE_FLATTEN:
+        course_ += "flatten ";
+        PutNumber(in->sequence_data, NumberIn(in->sequence_data) + 100);
+        break;
+      case PF_Cmd_SEQUENCE_RESETUP:
+        course_ += "resetup" + std::to_string(NumberIn(in->sequence_data)) + " ";
+        PutNumber(in->sequence_data, NumberIn(in->sequence_data) - 100);
+        break;
+      case PF_Cmd_RENDER:
+        course_ += "render" + std::to_string(NumberIn(in->sequence_data)) + "," +
+                   std::to_string(params[2]->u.sd.value) + " ";
+        break;
+      case PF_Cmd_SEQUENCE_SETDOWN:
+        course_ += "setdown" + std::to_string(NumberIn(in->sequence_data)) + " ";
+        in->utils->host_dispose_handle(in->sequence_data);
+        out->sequence_data = nullptr;
+        break;
+      default:
+        break;
+    }
+    return PF_Err_NONE;
+  }
+};
+
+TEST_F(FlatCopies, AreAskedForWhereTheEffectGivesThem) {
+  const auto effect = Load(PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA);
+  ASSERT_NE(effect, nullptr);
+  RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+  settings.reopening = Reopening::kAsDeclared;
+  EXPECT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(course_, "setup copy setdown11 resetup111 render11,7 setdown11 ");
+  course_.clear();
+  settings.reopening = Reopening::kCopiedOnly;
+  EXPECT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(course_, "setup copy render11,7 setdown11 ");
+  course_.clear();
+  settings.reopening = Reopening::kByFlattening;
+  EXPECT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(course_, "setup flatten resetup111 render11,7 setdown11 ");
+  EXPECT_EQ(effect->Holdings()->handles, 0);
+}
+
+TEST_F(FlatCopies, GiveWayToFlatteningWhereThereAreNone) {
+  const auto plain = Load(0);
+  ASSERT_NE(plain, nullptr);
+  RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+  settings.reopening = Reopening::kAsDeclared;
+  EXPECT_TRUE(RenderFrame(*plain, settings).Ok());
+  EXPECT_EQ(course_, "setup flatten resetup111 render11,7 setdown11 ");
+  const auto live = Load(PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA);
+  course_.clear();
+  givesLive_ = true;
+  const RenderResult result = RenderFrame(*live, settings);
+  EXPECT_TRUE(result.Ok());
+  EXPECT_EQ(course_, "setup copy flatten resetup111 render11,7 setdown11 ");
+  ASSERT_EQ(result.diagnostics.violations.size(), 1U);
+  EXPECT_EQ(result.diagnostics.violations[0].rule, Rule::kLiveSequenceAnswered);
+  EXPECT_EQ(live->Holdings()->handles, 0);
+}
+
+TEST_F(FlatCopies, GiveEachFrameOfAThreadedEffectItsOwnSequenceOfOneThatKnowsThePress) {
+  const auto effect = Load(PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA |
+                           PF_OutFlag2_SUPPORTS_THREADED_RENDERING);
+  ASSERT_NE(effect, nullptr);
+  {
+    HeldSequence sequence(*effect);
+    RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+    settings.sequence = &sequence;
+    settings.pressed = {1};
+    settings.changeTime = 3;
+    settings.currentTime = 5;
+    settings.controls[2].x = 9;
+    for (int frame = 0; frame < 2; ++frame) {
+      const RenderResult result = RenderFrame(*effect, settings);
+      EXPECT_TRUE(result.Ok()) << result.errorText;
+    }
+  }
+  EXPECT_EQ(course_,
+            "setup press3 copy resetup112 render12,70 setdown12 resetup112 render12,70 setdown12 "
+            "setdown12 ");
+  EXPECT_EQ(effect->Holdings()->handles, 0);
+}
+
+TEST_F(FlatCopies, OfNoEffectAreNeededToPressAButtonThatChangesNoKeyframes) {
+  const auto effect = Load(0);
+  ASSERT_NE(effect, nullptr);
+  RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+  settings.pressed = {1};
+  EXPECT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(course_, "setup press0 render12,70 setdown12 ");
+  settings.keyframesOf = [](PF_ParamIndex index) {
+    return std::vector<A_Time>(index == 2 ? 2U : 0U, A_Time{0, 1});
+  };
+  const RenderResult refused = RenderFrame(*effect, settings);
+  EXPECT_NE(refused.errorText.find("which has keyframes"), std::string::npos) << refused.errorText;
+  EXPECT_EQ(effect->Holdings()->handles, 0);
+}
+
+// ---- Output beyond the frame ----
+
+/// A smart effect that fills its request with its origin's distance from the frame's corner.
+PF_Err AnswerGrowing(PF_Cmd cmd, PF_InData* in, PF_OutData* out, void* extra, A_long border) {
+  if (cmd == PF_Cmd_GLOBAL_SETUP) {
+    out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+  } else if (cmd == PF_Cmd_SMART_PRE_RENDER) {
+    auto* pre = static_cast<PF_PreRenderExtra*>(extra);
+    PF_CheckoutResult input{};
+    const PF_Err error =
+        pre->cb->checkout_layer(in->effect_ref, 0, 0, &pre->input->output_request, in->current_time,
+                                in->time_step, in->time_scale, &input);
+    const PF_LRect& frame = input.max_result_rect;
+    pre->output->max_result_rect = {frame.left - border, frame.top - border, frame.right + border,
+                                    frame.bottom + border};
+    pre->output->result_rect =
+        Intersection(pre->input->output_request.rect, pre->output->max_result_rect);
+    return error;
+  } else if (cmd == PF_Cmd_SMART_RENDER) {
+    auto* render = static_cast<PF_SmartRenderExtra*>(extra);
+    PF_EffectWorld* input = nullptr;
+    PF_EffectWorld* output = nullptr;
+    PF_Err error = render->cb->checkout_layer_pixels(in->effect_ref, 0, &input);
+    error = error != PF_Err_NONE ? error : render->cb->checkout_output(in->effect_ref, &output);
+    const PF_Pixel8 color{255, 1, static_cast<A_u_char>(-output->origin_x), 3};
+    return error != PF_Err_NONE ? error : in->utils->fill(in->effect_ref, &color, nullptr, output);
+  }
+  return PF_Err_NONE;
+}
+
+TEST(OrdinaryEffects, KeepTheBorderThatTheyDrawAroundTheFrameInSmartRender) {
+  A_long border = 2;
+  const auto effect = LoadScripted(
+      [&border](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*,
+                void* extra) { return AnswerGrowing(cmd, in, out, extra, border); });
+  ASSERT_NE(effect, nullptr);
+  const World input = MakeWorld(6, 4, Depth::k8);
+  RenderSettings settings = FrameOf(6, 4, RenderMode::kSmart);
+  settings.input = &input;
+  EXPECT_EQ(RenderFrame(*effect, settings).output.Width(), 6) << "nobody asked for more";
+  settings.wholeOutput = true;
+  const RenderResult grown = RenderFrame(*effect, settings);
+  ASSERT_TRUE(grown.Ok()) << grown.errorText;
+  ASSERT_EQ(grown.output.Width(), 10);
+  ASSERT_EQ(grown.output.Height(), 8);
+  EXPECT_EQ(grown.output.OriginY(), -2);
+  EXPECT_EQ(grown.output.Row<PF_Pixel8>(0)[0].green, 2);
+  EXPECT_EQ(grown.output.Row<PF_Pixel8>(7)[9].alpha, 255);
+  EXPECT_TRUE(grown.diagnostics.violations.empty());
+  border = 20000;
+  const RenderResult plane = RenderFrame(*effect, settings);
+  EXPECT_EQ(plane.output.Width(), 6) << "out of all proportion";
+  EXPECT_EQ(plane.maxResultRect.right, 20006) << "but told";
 }
 
 }  // namespace
