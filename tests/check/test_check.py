@@ -432,7 +432,7 @@ class CommandLine(unittest.TestCase):
         self.assert_usage_error("there is no test nonsense", "--only", "nonsense", OPTIONS.effect)
         self.assert_usage_error("strictness", "--strictness", "11", OPTIONS.effect)
         self.assert_usage_error("timeout", "--timeout", "0", OPTIONS.effect)
-        self.assert_usage_error("there is no host nonsense .expected after-effects, ", "--host",
+        self.assert_usage_error("there is no host .nonsense. .expected after-effects, ", "--host",
                                 "nonsense", OPTIONS.effect)
         self.assert_usage_error("unknown option", "--nonsense", OPTIONS.effect)
 
