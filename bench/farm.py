@@ -6,11 +6,13 @@ processor each, the start of a task, and what the file system sees per frame.
 
 usage: bench/farm.py [FRAMES [WIDTHxHEIGHT]]     240 2048x1024
 
-Needs build/release/bin/veltra (or VELTRA), the packages of `scripts/install-packages test`, and
-strace for the last part.
+It prints the table of docs/farm.md. Needs root, build/release/bin/veltra (or VELTRA), the packages of
+`scripts/install-packages test`, and strace for the last part.
 """
 
+import argparse
 import collections
+import json
 import os
 import pathlib
 import re
@@ -45,47 +47,78 @@ def on_nodes(shot, nodes, frames):
         cluster.stop()
 
 
-def calls_per_frame(shot, frames, folder):
-    """The calls that name a file below the folder, as a file server would see them, per frame."""
-    log = pathlib.Path(folder) / 'calls'
+def calls_per_frame(shot, submission):
+    """What a task calls, as a file server would see it: calls that name a file below the shot's
+    folder, for each frame of the first range, which is rendered once more."""
+    first, last = map(int, json.loads((submission / 'submission.json').read_text())['ranges'][0]
+                      .split('-'))
+    for number in range(first, last + 1):
+        (shot.out / f'f.{number:05}.png').unlink()
+    log = shot.folder.with_suffix('.calls')
     seconds_of(['strace', '-f', '-qq', '-y', '-o', log, '-e',
                 'trace=openat,stat,lstat,newfstatat,statx,access,rename,renameat2,linkat,unlink,'
-                'unlinkat,fsync,fdatasync,write,pwrite64,read,pread64', farm.VELTRA, 'render',
-                shot.scene, '-o', pathlib.Path(folder) / 'traced.#####.png', '--threads', 1])
+                'unlinkat,fsync,fdatasync,write,pwrite64,read,pread64', farm.VELTRA, 'task',
+                submission, 0])
     counts = collections.Counter()
     for line in log.read_text(errors='replace').splitlines():
         name = re.search(r'^\d+ +(\w+)\(', line)
-        if name and str(folder) in line:
+        if name and str(shot.folder) in line:
             kind = name[1]
             if kind == 'openat' and 'O_CREAT' in line:
                 kind = 'create'
+            elif kind == 'newfstatat':
+                kind = 'fstat' if ', "", ' in line else 'stat'
             counts[kind] += 1
-    return {kind: count / frames for kind, count in sorted(counts.items())}
+    return {kind: count / (last - first + 1) for kind, count in sorted(counts.items())}
+
+
+def make_shot(folder, frames, size):
+    """A sequence of pictures in, a sequence out."""
+    shot = farm.Shot(folder, 'f.#####.png', frames=f'1-{frames}', size=size,
+                     frame='in/s.#####.png')
+    for number in range(1, frames + 1):
+        os.link(shot.folder / 'in/frame.png', shot.folder / f'in/s.{number:05}.png')
+    shot.settings['controls']['travel']['keys'][1]['frame'] = frames
+    shot.write()
+    return shot
+
+
+def size_of(text):
+    width, height = map(int, text.split('x'))
+    return width, height
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description='What a farm costs, on this machine.')
+    parser.add_argument('frames', nargs='?', type=int, default=240)
+    parser.add_argument('size', nargs='?', type=size_of, default=(2048, 1024),
+                        metavar='WIDTHxHEIGHT')
+    chosen = parser.parse_args()
+    return chosen.frames, chosen.size
 
 
 def main():
-    frames = int(sys.argv[1]) if len(sys.argv) > 1 else 240
-    size = tuple(map(int, (sys.argv[2] if len(sys.argv) > 2 else '2048x1024').split('x')))
+    frames, size = arguments()
     folder = tempfile.mkdtemp(prefix='veltra-farm-bench-')
     try:
-        shot = farm.Shot(folder, 'f.#####.png', frames=f'1-{frames}', size=size)
-        shot.settings['controls']['travel']['keys'][1]['frame'] = frames
-        shot.write()
+        shot = make_shot(pathlib.Path(folder) / 'shot', frames, size)
         alone = seconds_of([farm.VELTRA, 'render', shot.scene, '--threads', 1])
-        print(f'{frames} frames of {size[0]} x {size[1]}')
+        print(f'| {frames} frames of {size[0]} x {size[1]} | time | efficiency |')
+        print('| --- | --- | --- |')
         print(f'| one process of one thread | {alone:.1f} s | |')
         for nodes in (1, 2):
             shutil.rmtree(shot.out)
             shot.out.mkdir()
             took = on_nodes(shot, nodes, frames)
-            print(f'| {nodes} nodes | {took:.1f} s | {100 * alone / (nodes * took):.0f} % |', flush=True)
+            name = 'one node' if nodes == 1 else f'{nodes} nodes'
+            print(f'| {name} | {took:.1f} s | {100 * alone / (nodes * took):.0f} % |', flush=True)
         submission = farm.submission_of(shot)
         starts = sorted(seconds_of([farm.VELTRA, 'task', submission, 0]) for _ in range(3))
         ready = -(-frames // 8)
-        print(f'a task whose {ready} frames are there: {starts[1]:.2f} s')
+        print(f'| start of a task whose {ready} frames are there | {starts[1]:.2f} s | |')
         if shutil.which('strace'):
-            for kind, count in calls_per_frame(shot, frames, folder).items():
-                print(f'{kind}: {count:.2f} per frame')
+            for kind, count in calls_per_frame(shot, submission).items():
+                print(f'| {kind} | {count:.2f} per frame | |')
         return 0
     finally:
         shutil.rmtree(folder, ignore_errors=True)

@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <limits>
 #include <sstream>
+#include <string_view>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -13,6 +16,15 @@
 
 namespace veltra::cli {
 namespace {
+
+/// The first line of what one of Slurm's commands complained, which mostly begins with its name.
+std::string Complaint(const std::string& name, const std::string& errors) {
+  std::string line = errors.substr(0, errors.find('\n'));
+  for (const std::string& prefix : {Text(name, ": "), std::string("error: ")}) {
+    line = line.starts_with(prefix) ? line.substr(prefix.size()) : line;
+  }
+  return Text(name, ": ", line.empty() ? "failed" : line);
+}
 
 /// Runs one of Slurm's commands to its end and returns what it printed.
 std::string OutputOf(const std::vector<std::string>& command, const std::string& name) {
@@ -26,8 +38,7 @@ std::string OutputOf(const std::vector<std::string>& command, const std::string&
     }
     const ProcessEnd end = process.Finish();
     if (!end.Succeeded()) {
-      const std::string reason = end.output.substr(0, end.output.find('\n'));
-      throw RenderError(Text(name, ": ", reason.empty() ? "failed" : reason));
+      throw RenderError(Complaint(name, end.output));
     }
     return output;
   } catch (const ProgramNotFound&) {
@@ -79,20 +90,46 @@ std::string QueueText() {
   }
 }
 
+/// How the cluster is set up, a line "NAME = VALUE" each.
+std::string ConfigurationText() {
+  try {
+    return OutputOf({"scontrol", "show", "config"}, "scontrol");
+  } catch (const RenderError& error) {
+    throw RenderError(Text(error.what(), " (expected a machine that belongs to a Slurm cluster; ",
+                           "--scheduler list does without)"));
+  }
+}
+
+/// The digits at a place of a text as a number; 0 where there are none.
+std::size_t NumberAt(const std::string& text, std::size_t place) {
+  return std::strtoull(text.c_str() + place, nullptr, 10);
+}
+
 }  // namespace
 
 std::size_t LargestArray() {
-  std::istringstream lines(OutputOf({"scontrol", "show", "config"}, "scontrol"));
+  std::istringstream lines(ConfigurationText());
+  std::size_t largest = 0;
+  std::size_t allowed = std::numeric_limits<std::size_t>::max();
   for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
     std::string name;
     char equals = 0;
-    std::size_t size = 0;
-    if (words >> name >> equals >> size && name == "MaxArraySize" && size > 1) {
-      return size - 1;  // it is the first index that is too large
+    std::string value;
+    words >> name >> equals >> value;
+    if (name == "MaxArraySize") {
+      largest = NumberAt(value, 0);
+    } else if (name == "SchedulerParameters") {
+      constexpr std::string_view kName = "max_array_tasks=";
+      const std::size_t place = value.find(kName);
+      allowed = place == std::string::npos ? allowed : NumberAt(value, place + kName.size());
     }
   }
-  throw RenderError("scontrol: the cluster does not say how large an array may be");
+  if (largest < 2 || allowed < 1) {
+    throw RenderError(
+        "scontrol: the cluster takes no job arrays (expected MaxArraySize of 2 or more)");
+  }
+  return std::min(largest - 1, allowed);  // MaxArraySize is the first index that is too large
 }
 
 NodeSize SmallestNode(const std::string& partition) {
@@ -156,6 +193,19 @@ QueueCount CountQueue(const std::vector<std::string>& jobs) {
     }
   }
   return count;
+}
+
+std::string Obstacles(const QueueCount& count) {
+  constexpr std::array<std::string_view, 7> kTheirTurn = {
+      "None", "Priority", "Resources", "Dependency", "BeginTime", "JobArrayTaskLimit", "Cleaning"};
+  std::string text;
+  for (const auto& [reason, tasks] : count.reasons) {
+    if (std::find(kTheirTurn.begin(), kTheirTurn.end(), reason) == kTheirTurn.end()) {
+      text += Text(text.empty() ? "" : ", ", Count(tasks, "task"), tasks == 1 ? " waits" : " wait",
+                   " because of ", reason);
+    }
+  }
+  return text;
 }
 
 void CancelJobs(const std::vector<std::string>& jobs) {

@@ -47,6 +47,10 @@ std::string SubmitScript(const std::vector<std::string>& options, const std::str
 /// not answer.
 QueueCount CountQueue(const std::vector<std::string>& jobs);
 
+/// Why tasks wait that will not start by themselves, such as "6 tasks wait because of
+/// PartitionConfig"; empty where all that wait take their turn.
+std::string Obstacles(const QueueCount& count);
+
 /// Ends jobs, running ones too; those that have ended already are left alone.
 void CancelJobs(const std::vector<std::string>& jobs);
 

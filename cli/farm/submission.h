@@ -67,6 +67,7 @@ class SubmissionFolder {
 
   /// Throws RenderError where the folder holds no submission.
   Submission Read() const;
+  /// Throws RenderError where that fails.
   void Write(const Submission& submission) const;
 
  private:
@@ -80,8 +81,10 @@ struct RangeState {
   std::map<int, std::string> failed;
 };
 
-/// Nothing where the range has not said anything yet, or is saying it just now.
+/// Nothing where the range has not said anything yet. Throws RenderError where it cannot be
+/// understood.
 std::optional<RangeState> ReadState(const SubmissionFolder& folder, std::size_t range);
+/// Throws RenderError.
 void WriteState(const SubmissionFolder& folder, std::size_t range, const RangeState& state);
 
 /// How a submission ended.
@@ -94,7 +97,9 @@ struct FarmResult {
   bool Whole() const { return missing.empty() && failed.empty() && damaged.empty(); }
 };
 
+/// Nothing until the last job has ended. Throws RenderError where it cannot be understood.
 std::optional<FarmResult> ReadResult(const SubmissionFolder& folder);
+/// Throws RenderError.
 void WriteResult(const SubmissionFolder& folder, const FarmResult& result);
 
 /// Deletes the temporary files that killed tasks of a submission left: of frames, of segments, and

@@ -61,6 +61,17 @@ void WaitBefore(int attempt) {
   Sleep(std::chrono::seconds(attempt <= 1 ? 0 : attempt == 2 ? 2 : 10));
 }
 
+/// Frames matter more than what is said of them; the last task looks at the frames themselves.
+bool TryToWrite(const SubmissionFolder& folder, std::size_t range, const RangeState& state) {
+  try {
+    WriteState(folder, range, state);
+    return true;
+  } catch (const RenderError& error) {
+    Print(stderr, "veltra: ", error.what(), "\n");
+    return false;
+  }
+}
+
 /// One range while it is rendered.
 class RangeRun {
  public:
@@ -116,14 +127,7 @@ bool RangeRun::Tell(bool finished) {
   }
   told_ = now;
   state_.finished = finished;
-  try {
-    WriteState(folder_, range_, state_);
-    return true;
-  } catch (const RenderError& error) {
-    // Frames matter more than what is said of them; the last task looks at the frames themselves.
-    Print(stderr, "veltra: ", error.what(), "\n");
-    return false;
-  }
+  return TryToWrite(folder_, range_, state_);
 }
 
 void RangeRun::FrameDone() {
@@ -380,8 +384,15 @@ int RunRange(const SubmissionFolder& folder, std::size_t range) {
     throw UsageError(Text(folder.Path().string(), ": has no range ", range, " (expected 0 to ",
                           submission.ranges.size() - 1, ")"));
   }
-  CheckVersions(submission);
   SetSubmissionMark(submission.id);
+  try {
+    CheckVersions(submission);
+  } catch (const RenderError& error) {
+    // For --status; the node's log tells it too.
+    const int first = NumbersOf(submission.ranges[range]).front();
+    static_cast<void>(TryToWrite(folder, range, {0, false, {{first, error.what()}}}));
+    throw;
+  }
   RangeRun run(folder, submission, range);
   return run.Run();
 }

@@ -83,6 +83,12 @@ void CheckQueued(const SubmissionFolder& folder, const Submission& submission,
   }
 }
 
+void WarnOf(const std::string& obstacles, Progress& progress) {
+  if (!obstacles.empty()) {
+    progress.Warn(Text(obstacles, " (Ctrl-C leaves them in the queue, --cancel ends them)"));
+  }
+}
+
 const char* StateName(const FarmStatus& status) {
   if (status.result) {
     return status.result->Whole() ? "done" : "failed";
@@ -159,6 +165,7 @@ int WaitForEnd(const SubmissionFolder& folder, const Submission& submission,
                const RenderOptions& options) {
   Progress progress(options, static_cast<int>(submission.frames));
   Clock::time_point lastQueued = Clock::now();
+  std::string obstacles;
   bool silent = false;
   for (;;) {
     try {
@@ -169,6 +176,10 @@ int WaitForEnd(const SubmissionFolder& folder, const Submission& submission,
         return TellResult(submission, *status.result, progress);
       }
       CheckQueued(folder, submission, status, lastQueued);
+      if (const std::string now = Obstacles(status.queue); now != obstacles) {
+        obstacles = now;
+        WarnOf(obstacles, progress);
+      }
     } catch (const SchedulerSilent& error) {
       // A scheduler that restarts loses no jobs.
       if (!silent) {

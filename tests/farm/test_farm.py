@@ -4,14 +4,15 @@
 
 import json
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
 import time
 import unittest
 
-from cluster import (VELTRA, Shot, decoded, hashes, is_spherical, make_tour, sounds, submission_of,
-                     veltra, wait_for)
+from cluster import (VELTRA, Shot, decoded, hashes, is_spherical, make_tour, slurm, sounds,
+                     submission_of, veltra, wait_for)
 from farm_case import PATIENCE, FarmCase, FolderCase
 
 
@@ -128,6 +129,26 @@ class SubmissionTest(FarmCase):
         self.assertEqual(list(shot.folder.glob('*.farm')), [])
 
 
+class LimitsTest(FarmCase):
+    def test_arrays_are_no_larger_than_the_scheduler_allows(self):
+        configuration = self.cluster.folder / 'slurm.conf'
+        configuration.write_text(configuration.read_text().replace(
+            'SchedulerParameters=', 'SchedulerParameters=max_array_tasks=3,'))
+        slurm('scontrol', 'reconfigure')
+        printed = self.submit(self.shot(frames='1-24'), '--dry-run', chunk=4).stdout
+        self.assertEqual(re.findall('--array=([^ ]*)', printed), ['0-2', '0-2'])
+
+    def test_tasks_that_no_node_can_take_are_told_of(self):
+        shot = self.shot()
+        process = self.start_waiting(shot, '--cpus', '64')
+        line = process.stderr.readline() + process.stderr.readline()
+        self.assertIn('6 tasks wait because of PartitionConfig', line)
+        veltra('submit', shot.scene, '--cancel')
+        _, errors = process.communicate(timeout=PATIENCE)
+        self.assertEqual(process.returncode, 1)
+        self.assertIn('was cancelled', errors)
+
+
 class DryRunTest(FarmCase):
     array_size = 6
 
@@ -198,6 +219,8 @@ class ListTest(FolderCase):
                     self.assertEqual(ended.returncode, code, ended.stderr)
                     if code == 1:
                         self.assertIn(f'not the {what} that submitted', ended.stderr)
+                        told = veltra('submit', shot.scene, '--status').stdout
+                        self.assertIn(f'not the {what} that submitted', told)
                         self.assertEqual(hashes(shot.out), {})
 
 
