@@ -97,11 +97,57 @@ class FilePicture : public SourcePicture {
   std::unique_ptr<pictures::PictureReader> reader_;
 };
 
-/// The same picture for every frame, read once, by whoever needs it first.
+/// A file's picture for several frames and threads, read once, by whoever needs it first.
+class SharedFile {
+ public:
+  explicit SharedFile(std::unique_ptr<FilePicture> picture) : picture_(std::move(picture)) {}
+
+  /// A copy, since another thread's reading may add to it.
+  pictures::PictureInfo Info() {
+    const std::lock_guard lock(mutex_);
+    return picture_->Info();
+  }
+  /// Where the picture is wanted no more it is not kept, to be freed before others are written.
+  SharedWorld Read(bool keep) {
+    const std::lock_guard lock(mutex_);
+    if (world_ != nullptr) {
+      return world_;
+    }
+    SharedWorld world = picture_->Read();
+    world_ = keep ? world : nullptr;
+    return world;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::unique_ptr<FilePicture> picture_;
+  SharedWorld world_;
+};
+
+/// The picture of a shared file for one of its frames.
+class SharedPicture : public SourcePicture {
+ public:
+  SharedPicture(std::shared_ptr<SharedFile> file, bool keep)
+      : file_(std::move(file)), keep_(keep) {}
+  const pictures::PictureInfo& Info() override {
+    info_ = file_->Info();
+    return info_;
+  }
+  SharedWorld Read() override { return file_->Read(keep_); }
+
+ private:
+  std::shared_ptr<SharedFile> file_;
+  bool keep_;
+  pictures::PictureInfo info_;
+};
+
+/// The same picture for every frame.
 class StillSource : public FrameSource {
  public:
   StillSource(const std::string& path, const pictures::PictureSelection& selection)
-      : path_(path), picture_(path, selection, &settings_) {}
+      : path_(path),
+        file_(std::make_shared<SharedFile>(
+            std::make_unique<FilePicture>(path, selection, &settings_))) {}
 
   void SetTiming(const SourceTiming& timing) override {
     if (timing.timing.IsSet()) {
@@ -111,48 +157,16 @@ class StillSource : public FrameSource {
   }
   Presence Has(int /*frame*/) const override { return Presence::kThere; }
   std::string Describe(int /*frame*/) const override { return path_; }
-  pictures::PictureInfo Look(int /*frame*/) override { return picture_.Info(); }
+  pictures::PictureInfo Look(int /*frame*/) override { return file_->Info(); }
   void Prepare(const SourceSettings& settings) override { settings_ = settings; }
   std::unique_ptr<SourcePicture> Take(int /*frame*/) override {
-    return std::make_unique<Shared>(*this);
+    return std::make_unique<SharedPicture>(file_, settings_.manyFrames);
   }
 
  private:
-  /// Holds its own copy of what is told, since another thread's reading may add to the source's.
-  class Shared : public SourcePicture {
-   public:
-    explicit Shared(StillSource& source) : source_(source) {}
-    const pictures::PictureInfo& Info() override {
-      info_ = source_.InfoNow();
-      return info_;
-    }
-    SharedWorld Read() override { return source_.ReadOnce(); }
-
-   private:
-    StillSource& source_;
-    pictures::PictureInfo info_;
-  };
-
-  pictures::PictureInfo InfoNow() {
-    const std::lock_guard lock(mutex_);
-    return picture_.Info();
-  }
-
-  SharedWorld ReadOnce() {
-    const std::lock_guard lock(mutex_);
-    if (world_ != nullptr) {
-      return world_;
-    }
-    SharedWorld world = picture_.Read();
-    world_ = settings_.manyFrames ? world : nullptr;  // one frame alone frees it before writing
-    return world;
-  }
-
   std::string path_;
   SourceSettings settings_;
-  std::mutex mutex_;
-  FilePicture picture_;
-  SharedWorld world_;
+  std::shared_ptr<SharedFile> file_;
 };
 
 /// A file per frame.
@@ -174,6 +188,8 @@ class SequenceSource : public FrameSource {
  private:
   /// The number of the file for a frame; nothing before the layer's first and after its last.
   std::optional<int> NumberFor(int frame) const;
+  /// The picture of a file, where it was looked at the one that is open.
+  std::unique_ptr<FilePicture> Open(int number);
 
   FileName name_;
   pictures::PictureSelection selection_;
@@ -183,6 +199,9 @@ class SequenceSource : public FrameSource {
   std::int64_t step_ = 1;
   std::int64_t count_ = 1;
   std::map<int, std::unique_ptr<FilePicture>> opened_;  ///< looked at, but not taken yet
+  /// The file taken last, where the frame after it shows the same: a held or a slow layer.
+  std::optional<int> heldNumber_;
+  std::shared_ptr<SharedFile> held_;
 };
 
 void SequenceSource::SetTiming(const SourceTiming& timing) {
@@ -227,18 +246,33 @@ pictures::PictureInfo SequenceSource::Look(int frame) {
   return picture->Info();
 }
 
-std::unique_ptr<SourcePicture> SequenceSource::Take(int frame) {
-  const std::optional<int> number = NumberFor(frame);
-  if (!number) {
-    return nullptr;
-  }
-  const auto found = opened_.find(*number);
+std::unique_ptr<FilePicture> SequenceSource::Open(int number) {
+  const auto found = opened_.find(number);
   if (found == opened_.end()) {
-    return std::make_unique<FilePicture>(name_.At(*number), selection_, &settings_);
+    return std::make_unique<FilePicture>(name_.At(number), selection_, &settings_);
   }
   std::unique_ptr<FilePicture> picture = std::move(found->second);
   opened_.erase(found);
   return picture;
+}
+
+std::unique_ptr<SourcePicture> SequenceSource::Take(int frame) {
+  const std::optional<int> number = NumberFor(frame);
+  if (number && number == heldNumber_) {
+    return std::make_unique<SharedPicture>(held_, true);
+  }
+  heldNumber_.reset();
+  held_.reset();
+  if (!number) {
+    return nullptr;
+  }
+  std::unique_ptr<FilePicture> picture = Open(*number);
+  if (number != NumberFor(frame + 1)) {
+    return picture;
+  }
+  held_ = std::make_shared<SharedFile>(std::move(picture));
+  heldNumber_ = number;
+  return std::make_unique<SharedPicture>(held_, true);
 }
 
 /// The frames of a video, decoded in their order. Its first frame belongs to frame 1 unless a layer

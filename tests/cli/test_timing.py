@@ -12,7 +12,7 @@ import unittest
 import numpy as np
 
 import pictures
-from support import PROGRAM, ProgramTest
+from support import PROGRAM, ProgramTest, posix_only
 
 FAILED = 1
 USAGE = 2
@@ -63,6 +63,17 @@ class Timing(ProgramTest):
         self.assertEqual(self.shown("1-6", "--layer-speed", "2", "--layer-end", "none"),
                          [1, 3, 5, 0, 0, 0])
         self.assertEqual(self.shown("1-6", "--layer-speed", "1/2"), [1, 1, 2, 2, 3, 3])
+
+    @posix_only
+    def test_frame_that_is_shown_again_is_read_once(self):
+        self.write_layer(range(1, 4))
+        os.rename(self.path("l.3.png"), self.path("three.png"))
+        for options, expected in ((("--layer-end", "hold"), [1, 2, 3, 3, 3, 3]),
+                                  (("--layer-speed", "1/2"), [1, 1, 2, 2, 3, 3])):
+            os.mkfifo(self.path("l.3.png"))  # which a second reader would wait at for ever
+            with subprocess.Popen(["cp", "three.png", "l.3.png"], cwd=self.folder):
+                self.assertEqual(self.shown("1-6", *options), expected)
+            os.remove(self.path("l.3.png"))
 
     def test_still_has_no_time(self):
         self.assert_fails(USAGE, "a still has no time", "render", "-f", "f.png", "--layer", "f.png",
