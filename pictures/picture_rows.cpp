@@ -322,6 +322,11 @@ void PackSamples(const std::byte* pixels, int count, const PackedRow& format, st
 
 }  // namespace
 
+bool IsOwnLight(const PF_PixelFloat& pixel) {
+  return pixel.alpha == 0.0F && std::signbit(pixel.alpha) &&
+         (pixel.red != 0.0F || pixel.green != 0.0F || pixel.blue != 0.0F);
+}
+
 void UnpackRow(const PictureInfo& info, const std::byte* row, host::Depth depth,
                std::byte* pixels) {
   switch (depth) {

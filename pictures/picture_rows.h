@@ -10,6 +10,9 @@
 
 namespace veltra::pictures {
 
+/// Whether this is light without coverage: its alpha is 0, and its colour that of the file.
+bool IsOwnLight(const PF_PixelFloat& pixel);
+
 /// Turns one row of a file into pixels of a world. Scaling rounds to nearest; floating point is
 /// clamped to 0..1 for the integer depths, with NaN as 0. Colour multiplied by alpha is divided;
 /// where alpha is zero it is taken as stored, and a float world's alpha is -0 there.

@@ -200,6 +200,19 @@ World ReadWorld(PictureReader& reader, Depth depth, ThreadPool* pool) {
   return world;
 }
 
+bool HasLightWithoutCoverage(const World& world) {
+  if (world.PixelDepth() != host::Depth::kFloat) {
+    return false;
+  }
+  for (A_long y = 0; y < world.Height(); ++y) {
+    const auto row = world.Row<PF_PixelFloat>(y);
+    if (std::any_of(row.begin(), row.end(), IsOwnLight)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 void WriteWorld(const World& world, ByteSink& sink, const PictureOptions& options,
                 ThreadPool* pool) {
   PictureOptions withPool = options;

@@ -18,6 +18,9 @@ host::Depth DepthOf(const PictureInfo& info);
 /// time. Throws RenderError with the reason, without the file's name.
 host::World ReadWorld(PictureReader& reader, host::Depth depth, host::ThreadPool* pool);
 
+/// Whether a world read from a file has light where it has no coverage (alpha 0), as OpenEXR may.
+bool HasLightWithoutCoverage(const host::World& world);
+
 /// Writes a world a few rows at a time; options.stored says how. Throws RenderError.
 void WriteWorld(const host::World& world, ByteSink& sink, const PictureOptions& options,
                 host::ThreadPool* pool);

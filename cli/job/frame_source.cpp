@@ -69,8 +69,11 @@ class FilePicture : public SourcePicture {
   SharedWorld Read() override {
     Open();
     return Named(path_, [this] {
-      SharedWorld world =
-          Reduced(pictures::ReadWorld(*reader_, settings_->depth, settings_->pool), *settings_);
+      host::World whole = pictures::ReadWorld(*reader_, settings_->depth, settings_->pool);
+      if (settings_->downsample > 1 && pictures::HasLightWithoutCoverage(whole)) {
+        reader_->Warn("its light without coverage (alpha 0) is left out at reduced resolution");
+      }
+      SharedWorld world = Reduced(std::move(whole), *settings_);
       info_->warnings = reader_->Info().warnings;
       reader_.reset();  // some formats keep a copy of their own
       source_.reset();

@@ -174,7 +174,7 @@ class JobRun {
   void RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Renderers& renderers);
   bool FrameFailed(const Schedule::Turn& turn, const std::string& message);
   void CheckSameDepth(int number, const pictures::PictureInfo& info) const;
-  void WarnAbout(const pictures::PictureInfo& info);
+  void WarnAbout(const TakenFrame& taken);
   void WarnOnce(const std::vector<std::string>& lines);
   void Conclude();
 
@@ -419,26 +419,35 @@ void JobRun::RenderTaken(const Schedule::Turn& turn, TakenFrame taken, const Ren
                               : LayPasses(turn.number, std::move(inputs), layers, renderers);
   }
   inputs = {};  // not needed while writing
-  WarnAbout(info);
+  WarnAbout(taken);
   const std::string path = sink_->Write({turn.index, turn.number, info}, picture);
   progress_->FrameDone(turn.number, path);
 }
 
-/// What the frame's file has that is lost, or that somebody should know.
-void JobRun::WarnAbout(const pictures::PictureInfo& info) {
-  if (!files_.frame) {
+/// What the files of a frame and its layers have that is lost, or that somebody should know.
+void JobRun::WarnAbout(const TakenFrame& taken) {
+  const auto warn = [this](const JobInput& input, const pictures::PictureInfo& info) {
+    for (const std::string& warning : info.warnings) {
+      WarnOnce({Text(input.media.Name(), ": ", warning)});
+    }
+  };
+  for (std::size_t i = 0; i < taken.layers.size(); ++i) {
+    if (taken.layers[i] != nullptr) {
+      warn(files_.layers[i], taken.layers[i]->Info());
+    }
+  }
+  if (taken.frame == nullptr) {
     return;
   }
-  const std::string& name = files_.frame->media.Name();
-  for (const std::string& warning : info.warnings) {
-    WarnOnce({Text(name, ": ", warning)});
-  }
+  const pictures::PictureInfo& info = taken.frame->Info();
+  warn(*files_.frame, info);
   const PF_RationalScale& aspect = options_.pixelAspect;
   if (info.pixelAspect != 1 && static_cast<A_u_long>(aspect.num) == aspect.den) {
     std::array<char, 32> told{};  // files keep it in single precision, from 1e-6 to 1e6
     const auto end =
         std::to_chars(told.data(), told.data() + told.size(), static_cast<float>(info.pixelAspect));
-    WarnOnce({Text(name, ": its pixel aspect ratio of ", std::string_view(told.data(), end.ptr),
+    WarnOnce({Text(files_.frame->media.Name(), ": its pixel aspect ratio of ",
+                   std::string_view(told.data(), end.ptr),
                    " counts as 1 (render with it through --pixel-aspect)")});
   }
 }

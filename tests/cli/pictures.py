@@ -227,6 +227,39 @@ def write_exr(path, pixels, names=None, data_window=None, display_window=None, a
                 file.write(pixels[y, :, c].tobytes())
 
 
+def write_exr_parts(path, parts):
+    """Several parts of uncompressed scan lines: (name, channel names, float32 pixels) each."""
+    headers, chunks = [], []
+    for number, (name, names, pixels) in enumerate(parts):
+        height, width, _ = pixels.shape
+        order = sorted(range(len(names)), key=lambda c: names[c])
+        window = struct.pack("<4i", 0, 0, width - 1, height - 1)
+        headers.append(b"".join(_exr_attribute(*attribute) for attribute in (
+            ("channels", "chlist", b"".join(
+                names[c].encode() + b"\0" + struct.pack("<IIII", 2, 0, 1, 1) for c in order) + b"\0"),
+            ("chunkCount", "int", struct.pack("<i", height)),
+            ("compression", "compression", b"\0"), ("dataWindow", "box2i", window),
+            ("displayWindow", "box2i", window), ("lineOrder", "lineOrder", b"\0"),
+            ("name", "string", name.encode()),
+            ("pixelAspectRatio", "float", struct.pack("<f", 1)),
+            ("screenWindowCenter", "v2f", struct.pack("<2f", 0, 0)),
+            ("screenWindowWidth", "float", struct.pack("<f", 1)),
+            ("type", "string", b"scanlineimage"))) + b"\0")
+        chunks.append([struct.pack("<iiI", number, y, width * len(names) * 4) +
+                       b"".join(pixels[y, :, c].astype("<f4").tobytes() for c in order)
+                       for y in range(height)])
+    several_parts = 0x1000
+    head = b"\x76\x2f\x31\x01" + struct.pack("<I", 2 | several_parts) + b"".join(headers) + b"\0"
+    at = len(head) + 8 * sum(map(len, chunks))
+    offsets = []
+    for chunk in (chunk for part in chunks for chunk in part):
+        offsets.append(at)
+        at += len(chunk)
+    with open(path, "wb") as file:
+        file.write(head + struct.pack(f"<{len(offsets)}Q", *offsets))
+        file.write(b"".join(chunk for part in chunks for chunk in part))
+
+
 def read_exr_header(path):
     """The header's attributes by name."""
     with open(path, "rb") as file:

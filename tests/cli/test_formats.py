@@ -152,6 +152,10 @@ class Formats(ProgramTest):
         out, _ = pictures.read_exr(self.path("out.exr"))
         np.testing.assert_array_equal(out, frame)
         self.assertFalse(np.signbit(out).any())
+        told = "in.exr: its light without coverage (alpha 0) is left out at reduced resolution"
+        self.assertNotIn(told, process.stderr)
+        process = self.run_well("render", "-f", "in.exr", "-o", "out.exr", "--downsample", "2")
+        self.assertEqual(process.stderr.count(told), 1)
 
     def test_alpha_of_zero_everywhere_is_told_once(self):
         frame = np.zeros((8, 8, 4), np.float16)
@@ -186,6 +190,31 @@ class Formats(ProgramTest):
         self.assertEqual(struct.unpack("<4i", header["displayWindow"]), (0, 0, 3, 3))
         self.assertEqual(struct.unpack("<f", header["pixelAspectRatio"])[0], 1.5)
         self.assertEqual(header["studio/shot"], b"A 12")
+
+    def test_exr_parts_are_chosen_by_name(self):
+        left = gradient(6, 5, 4, np.float32, alpha=1)
+        right = left * np.array([2, 3, 4, 1], np.float32)
+        depth = gradient(6, 5, 1, np.float32) * 9
+        pictures.write_exr_parts(self.path("in.exr"), [("left", "RGBA", left),
+                                                       ("right", "RGBA", right),
+                                                       ("far", "Z", depth)])
+
+        def rendered(*options):
+            process = self.run_well("render", "-f", "in.exr", "-o", "out.exr", *options)
+            return pictures.read_exr(self.path("out.exr"))[0], process.stderr
+
+        out, told = rendered()
+        np.testing.assert_array_equal(out, left)
+        self.assertIn("in.exr: left out: part right, part far", told)
+        _, told = rendered("--layer", "in.exr", "--channels", "right")
+        self.assertIn("in.exr: left out: part right, part far", told)  # of the layer
+        np.testing.assert_array_equal(rendered("--channels", "right")[0], right)
+        np.testing.assert_array_equal(rendered("--channels", "right:G,R,B,A")[0],
+                                      right[:, :, [1, 0, 2, 3]])
+        out, _ = rendered("--channels", "far:Z", "--no-alpha")
+        np.testing.assert_array_equal(out, depth.repeat(3, axis=2))
+        self.assert_fails(1, "in.exr: no channels 'near:Z' (expected some of ", "render", "-f",
+                          "in.exr", "-o", "out.exr", "--channels", "near:Z")
 
     def test_exr_channels_are_chosen_by_name(self):
         names = ["A", "B", "G", "R", "left.B", "left.G", "left.R", "depth.Z"]

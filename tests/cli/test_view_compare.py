@@ -177,6 +177,26 @@ class Compare(ProgramTest):
         self.assert_fails(1, "y.3.png: no such file", "compare", "x.#.png", "y.#.png", "--threshold",
                           "1")
 
+    @unittest.skipUnless(shutil.which("ffmpeg"), "needs ffmpeg")
+    @unittest.skipIf(WINDOWS, "there is no ffmpeg for Windows here")
+    def test_videos_are_compared_frame_by_frame(self):
+        for name, frames, filters in (("a", 3, "null"), ("same", 3, "null"), ("short", 2, "null"),
+                                      ("b", 3, "drawbox=0:0:8:8:red:fill:enable='eq(n,1)'")):
+            subprocess.run(["ffmpeg", "-loglevel", "error", "-f", "lavfi", "-i",
+                            "testsrc=size=64x32:rate=24", "-vf", filters, "-frames:v", str(frames),
+                            "-c:v", "ffv1", "-pix_fmt", "bgr0", self.path(name + ".mkv")], check=True)
+        told = self.run_well("compare", "a.mkv", "same.mkv").stdout
+        self.assertIn("3 frames, none beyond the threshold", told)
+        process = self.run_program("compare", "a.mkv", "b.mkv")
+        self.assertEqual(process.returncode, 1)
+        self.assertIn("3 frames, 1 beyond the threshold", process.stdout)
+        self.assertIn("in frame 2", process.stdout)
+        for pair, missing in ((("a.mkv", "short.mkv"), "short.mkv"),
+                              (("short.mkv", "a.mkv"), "short.mkv")):
+            process = self.run_program("compare", *pair)
+            self.assertEqual(process.returncode, 1)
+            self.assertIn(f"{missing}: has no frame 3, which the other one has", process.stderr)
+
     def test_what_cannot_be_compared_is_told(self):
         pictures.write_png(self.path("small.png"), gradient(5, 5, 4, np.uint8))
         self.assert_fails(1, "small.png: 5x5, but a.png is 20x10", "compare", "a.png", "small.png")
