@@ -46,8 +46,11 @@ run_task >>"$log" 2>&1 &
 child=$!
 wait "$child"
 code=$?
-[ "$code" = 0 ] && exit 0
-[ "$code" != $untold ] && seen && exit "$code"
+case $code in
+  0) exit 0 ;;
+  [12]) seen && exit "$code" ;;
+esac
+# It could not tell how it ended, was killed, or is not on this node.
 give_back
 )";
 

@@ -11,7 +11,7 @@ import subprocess
 import time
 import unittest
 
-from cluster import (VELTRA, Shot, decoded, hashes, is_spherical, make_tour, slurm, sounds,
+from cluster import (VELTRA, Shot, decoded, hashes, identities, is_spherical, make_tour, slurm, sounds,
                      submission_of, veltra, wait_for)
 from farm_case import PATIENCE, FarmCase, FolderCase
 
@@ -167,10 +167,10 @@ class DryRunTest(FarmCase):
 class ListTest(FolderCase):
     """Without a cluster."""
 
-    def list_of(self, shot, program=VELTRA):
+    def list_of(self, shot, chunk=5):
         """The commands that other schedulers run."""
-        return subprocess.run([program, 'submit', shot.scene, '--chunk', '5', '--scheduler', 'list'],
-                              check=True, capture_output=True, text=True).stdout.splitlines()
+        return veltra('submit', shot.scene, '--chunk', chunk, '--scheduler',
+                      'list').stdout.splitlines()
 
     def test_a_list_of_commands_renders_the_same_anywhere(self):
         shot = Shot(self.folder, 'f.####.exr', size=(256, 128))
@@ -186,6 +186,19 @@ class ListTest(FolderCase):
         for number in range(5):
             veltra('task', env={'VELTRA_SUBMISSION': folder, 'VELTRA_RANGE': str(number)})
         self.assert_same(shot)
+
+    def test_a_renderer_that_is_killed_is_started_again(self):
+        shot = Shot(self.folder, 'f.####.png')
+        self.list_of(shot, chunk=24)
+        task = subprocess.Popen([VELTRA, 'task', submission_of(shot), '0'], stderr=subprocess.PIPE,
+                                text=True)
+        wait_for(lambda: len(hashes(shot.out)) >= 2, PATIENCE, 'the second frame')
+        before = identities(shot.out)
+        subprocess.run(['pkill', '-KILL', '--parent', str(task.pid)], check=True)
+        _, errors = task.communicate(timeout=PATIENCE)
+        self.assertEqual(task.returncode, 0, errors)
+        self.assertEqual(hashes(shot.out), hashes(shot.straight()))
+        self.assertEqual({path: identities(shot.out)[path] for path in before}, before)
 
     def test_the_last_task_waits_for_a_frame_that_the_file_server_shows_late(self):
         shot = Shot(self.folder, 'f.####.png', size=(64, 32))

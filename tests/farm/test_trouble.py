@@ -122,6 +122,15 @@ class NodeTest(FarmCase):
         log = submission_of(shot) / 'log' / f'range-{fixed(shot)["jobs"][0]}_{number}.txt'
         self.assertIn('pre-empted', log.read_text())
 
+    def test_a_task_that_is_killed_alone_goes_on_where_it_stopped(self):
+        shot = self.shot(frames='1-48')
+        self.submit(shot, chunk=24)
+        number, frames = self.wait_until_within(shot, 'n1')
+        self.cluster.on('n1', 'pkill', '--oldest', '-KILL', '-x', 'veltra')
+        self.wait(shot)
+        self.assert_same(shot)
+        self.assert_continued(shot, number, frames)
+
     def test_nodes_with_the_same_process_numbers_and_clocks_days_apart_do_no_harm(self):
         """Both nodes render the same range at once, in processes of the same numbers."""
         shot = self.shot(frames='1-24')
