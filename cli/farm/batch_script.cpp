@@ -27,6 +27,7 @@ wait_until_seen() {
 # Back to the queue, and not to this node again where the partition has another one.
 give_back() {
   trap '' TERM
+  [ ! -e "$folder/cancelled" ] || exit $untold
   [ "${SLURM_RESTART_COUNT:-0}" -lt 10 ] && scontrol requeue "$SLURM_JOB_ID" || exit $untold
   others=$(sinfo -h -N -p "$SLURM_JOB_PARTITION" -t idle,mix,alloc -o %N |
     grep -vcx "$SLURMD_NODENAME")
@@ -48,7 +49,8 @@ wait "$child"
 code=$?
 case $code in
   0) exit 0 ;;
-  [12]) seen && exit "$code" ;;
+  1 | 2) seen && exit "$code" ;;
+  129 | 130 | 143) exit "$code" ;; # Slurm or somebody wants it to end
 esac
 # It could not tell how it ended, was killed, or is not on this node.
 give_back
