@@ -33,22 +33,52 @@ std::string NameOf(const ControlDeclaration& control) {
   return Text("control ", control.index, name.empty() ? "" : " (", name, name.empty() ? "" : ")");
 }
 
-void CheckSlider(TestRun& run, const ControlDeclaration& c) {
-  if (c.validMin > c.validMax) {
+/// What a slider of any kind declares.
+template <class Number>
+struct SliderRange {
+  Number validMin;
+  Number validMax;
+  Number sliderMin;
+  Number sliderMax;
+  Number fallback;
+  Number value;
+};
+
+template <class Number>
+void CheckRange(TestRun& run, const ControlDeclaration& c, const SliderRange<Number>& range) {
+  if (range.validMin > range.validMax) {
     run.Fail(Text(NameOf(c), ": the valid range is empty"));
   }
-  if (c.sliderMin >= c.sliderMax) {
+  if (range.sliderMin >= range.sliderMax) {
     run.Fail(Text(NameOf(c), ": the slider's range is empty"));
   }
-  if (c.sliderMin < c.validMin || c.sliderMax > c.validMax) {
+  if (range.sliderMin < range.validMin || range.sliderMax > range.validMax) {
     run.Fail(Text(NameOf(c), ": the slider reaches beyond the valid range"));
   }
-  if (c.defaultValue < c.validMin || c.defaultValue > c.validMax) {
+  if (range.fallback < range.validMin || range.fallback > range.validMax) {
     run.Fail(Text(NameOf(c), ": the default lies outside of the valid range"));
   }
-  if (c.raw.u.fd.value != c.defaultValue) {
+  if (range.value != range.fallback) {
     run.Note(Text(NameOf(c), ": value and default differ, hosts start with the default"));
   }
+}
+
+void CheckSlider(TestRun& run, const ControlDeclaration& c) {
+  const auto& u = c.raw.u;
+  CheckRange<A_long>(run, c,
+                     {c.validMin, c.validMax, c.sliderMin, c.sliderMax, c.defaultValue,
+                      c.type == PF_Param_SLIDER ? u.sd.value : u.fd.value});
+}
+
+void CheckFloatSlider(TestRun& run, const ControlDeclaration& c) {
+  // A default is declared in single precision, a value in double.
+  CheckRange<double>(
+      run, c,
+      {c.validMinNumber, c.validMaxNumber, c.sliderMinNumber, c.sliderMaxNumber, c.defaultNumber,
+       static_cast<double>(static_cast<float>(c.raw.u.fs_d.value))});
+}
+
+void CheckPrecision(TestRun& run, const ControlDeclaration& c) {
   if (c.precision < 0 || c.precision > 9) {
     run.Fail(Text(NameOf(c), ": ", c.precision, " decimals"));
   }
@@ -73,8 +103,16 @@ void CheckControl(TestRun& run, const ControlDeclaration& c) {
     run.Fail(Text(NameOf(c), ": there is no parameter type ", c.type));
   }
   switch (c.type) {
+    case PF_Param_SLIDER:
+      CheckSlider(run, c);
+      break;
     case PF_Param_FIX_SLIDER:
       CheckSlider(run, c);
+      CheckPrecision(run, c);
+      break;
+    case PF_Param_FLOAT_SLIDER:
+      CheckFloatSlider(run, c);
+      CheckPrecision(run, c);
       break;
     case PF_Param_POPUP:
       CheckPopup(run, c);

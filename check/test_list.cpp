@@ -52,6 +52,8 @@ constexpr std::array kTests{
          &TestArbitraryData},
     Test{"sequences", 4, kRenders, "a sequence goes on, is stored and opened with the same picture",
          &TestSequences},
+    Test{"user-changes", 4, kRenders, "the user may set controls, press buttons and look at them",
+         &TestUserChanges},
     // 5: any frame that an ordinary project can hold.
     Test{"canaries", 5, kRenders, "nothing is written outside of any world's pixels",
          &TestCanaries},

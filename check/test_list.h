@@ -63,6 +63,8 @@ void TestReducedResolution(TestRun& run);
 void TestSequences(TestRun& run);
 void TestArbitraryData(TestRun& run);
 void TestOtherTimes(TestRun& run);
+// change_tests.cpp
+void TestUserChanges(TestRun& run);
 // world_tests.cpp
 void TestCanaries(TestRun& run);
 void TestStrides(TestRun& run);

@@ -196,11 +196,13 @@ bool FrameSequence::IsSupervised(PF_ParamIndex index) const {
 /// the buttons that were pressed.
 bool FrameSequence::TellChanges() {
   const auto heard = [this](PF_ParamIndex index) { return IsSupervised(index); };
-  if (std::none_of(settings_.changedByUser.begin(), settings_.changedByUser.end(), heard) &&
-      std::none_of(settings_.pressed.begin(), settings_.pressed.end(), heard)) {
+  const bool any =
+      std::any_of(settings_.changedByUser.begin(), settings_.changedByUser.end(), heard) ||
+      std::any_of(settings_.pressed.begin(), settings_.pressed.end(), heard);
+  if (!any && !settings_.controlsShown) {
     return true;
   }
-  if (!commands_.ReadInput()) {
+  if (any && !commands_.ReadInput()) {
     return false;
   }
   session_.InData().current_time = settings_.changeTime.value_or(settings_.currentTime);

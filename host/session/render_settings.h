@@ -74,6 +74,9 @@ struct RenderSettings {
   /// Buttons that somebody presses after that, one after the other. What the effect then changes
   /// counts for all controls, also for those in `controls`; with keyframes it ends the frame.
   std::vector<PF_ParamIndex> pressed;
+  /// Somebody looks at the controls: an effect that wants UPDATE_PARAMS_UI gets it, as after
+  /// changes that it hears of.
+  bool controlsShown = false;
   /// When somebody did all this, in units of 1 / timeScale seconds; absent is the frame's time.
   std::optional<A_long> changeTime;
   /// Where given, the sequence that this frame goes on with; null is one of the frame's own.

@@ -91,18 +91,101 @@ A_Err EndQuietErrors(PF_Boolean, void*) noexcept {
   return A_Err_NONE;
 }
 
+/// Versions of the driver: there is none.
+A_Err NoVersion(A_short* major, A_short* minor) noexcept {
+  Give(major, A_short{0});
+  Give(minor, A_short{0});
+  return A_Err_GENERIC;
+}
+
+A_Err TakeThreeTexts(const A_char*, const A_char*, const A_char*) noexcept {
+  return A_Err_NONE;
+}
+
+/// Reports are for a user, of whom there is none.
+A_Err TakeReport(A_long, const A_char*) noexcept {
+  return A_Err_NONE;
+}
+
+A_Err TakeUnicodeReport(A_long, const A_u_short*) noexcept {
+  return A_Err_NONE;
+}
+
+A_Err NoLastError(A_long size, A_char* text, A_long* number) noexcept {
+  if (text != nullptr && size > 0) {
+    *text = '\0';
+  }
+  return Give(number, 0);
+}
+
+struct ProjectColor {
+  A_FpLong alpha;
+  A_FpLong red;
+  A_FpLong green;
+  A_FpLong blue;
+};
+
+constexpr ProjectColor kBlack{1, 0, 0, 0};
+
+/// Colours of palettes that there are none of.
+A_Err NoColor(ProjectColor* color) noexcept {
+  Give(color, kBlack);
+  return A_Err_GENERIC;
+}
+
+A_Err NoTextColor(PF_Boolean* defined, ProjectColor* color) noexcept {
+  Give(defined, PF_Boolean{0});
+  return NoColor(color);
+}
+
+A_Err RunNoScript(A_long, const A_char*, PF_Boolean, PF_Handle* result, PF_Handle* error) noexcept {
+  Give<PF_Handle>(result, nullptr);
+  Give<PF_Handle>(error, nullptr);
+  return A_Err_GENERIC;
+}
+
+A_Err NoPlatformRef(A_long, void** out) noexcept {
+  Give<void*>(out, nullptr);
+  return A_Err_GENERIC;
+}
+
+A_Err NoPaths(A_long, A_u_long, PF_Handle* out) noexcept {
+  Give<PF_Handle>(out, nullptr);
+  return A_Err_GENERIC;
+}
+
+/// Where the functions of the utility suite begin that both versions have in one order.
+struct UtilitySlots {
+  std::size_t versions;
+  std::size_t quietErrors;
+  std::size_t undo;
+};
+
+/// From the undo group on the versions do not differ.
+template <std::size_t kSlots>
+void FillUtility(ErrTable<kSlots>& table, const UtilitySlots& at) {
+  auto& slots = table.slots;
+  slots[0] = Any(&TakeReport);
+  slots[at.versions] = slots[at.versions + 1] = Any(&NoVersion);
+  slots[at.quietErrors] = Any(&StartQuietErrors);
+  slots[at.quietErrors + 1] = Any(&EndQuietErrors);
+  slots[at.undo] = Any(&TakeText);
+  slots[at.undo + 1] = Any(&Accept);
+  slots[at.undo + 2] = Any(&RegisterWithAEGP);
+  slots[at.undo + 3] = Any(&NoWindow);
+  slots[at.undo + 5] = slots[at.undo + 6] = Any(&NoColor);       // the paint palette's, read
+  slots[at.undo + 9] = slots[at.undo + 10] = Any(&NoTextColor);  // the character palette's, read
+  slots[at.undo + 13] = Any(&SayNo);                             // IsFillColorUIFrontmost
+  slots[at.undo + 16] = Any(&Accept);                            // CauseIdleRoutinesToBeCalled
+  slots[at.undo + 17] = Any(&SayYes);                            // GetSuppressInteractiveUI
+  slots[at.undo + 18] = Any(&TakeText);
+  slots[at.undo + 19] = Any(&TakeThreeTexts);
+}
+
 const void* Utility7() {
   static const auto* table = [] {
     auto* made = new ErrTable<25>;
-    made->slots[3] = Any(&StartQuietErrors);
-    made->slots[4] = Any(&EndQuietErrors);
-    made->slots[5] = Any(&TakeText);
-    made->slots[6] = Any(&Accept);
-    made->slots[7] = Any(&RegisterWithAEGP);
-    made->slots[8] = Any(&NoWindow);
-    made->slots[21] = Any(&Accept);  // CauseIdleRoutinesToBeCalled
-    made->slots[22] = Any(&SayYes);  // GetSuppressInteractiveUI
-    made->slots[23] = Any(&TakeText);
+    FillUtility(*made, {1, 3, 5});
     return made;
   }();
   return table->slots.data();
@@ -111,16 +194,15 @@ const void* Utility7() {
 const void* Utility13() {
   static const auto* table = [] {
     auto* made = new ErrTable<33>;
-    made->slots[4] = Any(&StartQuietErrors);
-    made->slots[5] = Any(&EndQuietErrors);
-    made->slots[7] = Any(&TakeText);
-    made->slots[8] = Any(&Accept);
-    made->slots[9] = Any(&RegisterWithAEGP);
-    made->slots[10] = Any(&NoWindow);
-    made->slots[23] = Any(&Accept);
-    made->slots[24] = Any(&SayYes);
-    made->slots[25] = Any(&TakeText);
+    FillUtility(*made, {2, 4, 7});
+    made->slots[1] = Any(&TakeUnicodeReport);
+    made->slots[6] = Any(&NoLastError);
     made->slots[27] = Any(&SayNo);  // IsScriptingAvailable
+    made->slots[28] = Any(&RunNoScript);
+    made->slots[29] = Any(&SayNo);  // HostIsActivated
+    made->slots[30] = Any(&NoPlatformRef);
+    made->slots[31] = Any(&Accept);  // UpdateFontList
+    made->slots[32] = Any(&NoPaths);
     return made;
   }();
   return table->slots.data();
@@ -210,19 +292,12 @@ const void* LayerTable() {
 
 // ---- Compositions and items ----
 
-struct ProjectColor {
-  A_FpLong alpha;
-  A_FpLong red;
-  A_FpLong green;
-  A_FpLong blue;
-};
-
 A_Err GetItemFromComp(Token, Token* item) noexcept {
   return Give<Token>(item, &itemToken);
 }
 
 A_Err GetCompBackground(Token, ProjectColor* color) noexcept {
-  return Give(color, ProjectColor{1, 0, 0, 0});
+  return Give(color, kBlack);
 }
 
 A_Err GetCompFramerate(Token, A_FpLong* rate) noexcept {

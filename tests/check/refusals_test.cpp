@@ -49,8 +49,10 @@ class Refusals : public testing::Test {
     return found;
   }
 
+  /// On Windows a death test is the whole program once more, up to there; the suite of the program
+  /// has crashes there.
   void ExpectCrash([[maybe_unused]] Wish wish, [[maybe_unused]] void (*test)(TestRun&)) {
-#if GTEST_HAS_DEATH_TEST
+#if GTEST_HAS_DEATH_TEST && !defined(_WIN32)
     wish.habit = Habit::kTrusts;
     EXPECT_DEATH(Found(wish, test), "");
 #endif

@@ -335,5 +335,45 @@ TEST_F(SuitesTest, PixelsAreOnlyGivenAtTheWorldsDepth) {
   EXPECT_EQ(static_cast<void*>(sixteen), view.data);
 }
 
+// ---- Suites of a project that there is none of ----
+
+using AnyErr = A_Err (*)();
+
+TEST(ProjectSuites, WriteTheirResultsAlsoWhereTheyRefuse) {
+  for (const auto& [version, versionsAt, undoAt] : {std::tuple{7, 1, 5}, {13, 2, 7}}) {
+    SCOPED_TRACE(version);
+    const void* found = FindSuite("AEGP Utility Suite", version, DefaultHost());
+    ASSERT_NE(found, nullptr);
+    const auto* slots = static_cast<const AnyErr*>(found);
+    const auto slot = [slots](int at, auto type) {
+      return reinterpret_cast<decltype(type)>(slots[at]);
+    };
+    A_short major = 9;
+    A_short minor = 9;
+    using VersionFn = A_Err (*)(A_short*, A_short*);
+    EXPECT_EQ(slot(versionsAt, VersionFn{})(&major, &minor), A_Err_GENERIC);
+    EXPECT_EQ(major, 0);
+    EXPECT_EQ(minor, 0);
+    using ReportFn = A_Err (*)(A_long, const A_char*);
+    EXPECT_EQ(slot(0, ReportFn{})(1, "a report"), A_Err_NONE);
+    using ColorFn = A_Err (*)(double*);
+    double color[4] = {9, 9, 9, 9};
+    EXPECT_EQ(slot(undoAt + 5, ColorFn{})(color), A_Err_GENERIC);
+    EXPECT_EQ(color[0], 1);
+    EXPECT_EQ(color[3], 0);
+    using TextColorFn = A_Err (*)(PF_Boolean*, double*);
+    PF_Boolean defined = 9;
+    color[1] = 9;
+    EXPECT_EQ(slot(undoAt + 10, TextColorFn{})(&defined, color), A_Err_GENERIC);
+    EXPECT_EQ(defined, 0);
+    EXPECT_EQ(color[1], 0);
+    using ThreeTextsFn = A_Err (*)(const A_char*, const A_char*, const A_char*);
+    EXPECT_EQ(slot(undoAt + 19, ThreeTextsFn{})("a", "b", "c"), A_Err_NONE);
+    using SwitchFn = A_Err (*)(PF_Boolean*);
+    EXPECT_EQ(slot(undoAt + 17, SwitchFn{})(&defined), A_Err_NONE);
+    EXPECT_EQ(defined, 1) << "no interface for a user";
+  }
+}
+
 }  // namespace
 }  // namespace veltra::host
