@@ -337,14 +337,12 @@ TEST_F(SuitesTest, PixelsAreOnlyGivenAtTheWorldsDepth) {
 
 // ---- Suites of a project that there is none of ----
 
-using AnyErr = A_Err (*)();
-
 TEST(ProjectSuites, WriteTheirResultsAlsoWhereTheyRefuse) {
   for (const auto& [version, versionsAt, undoAt] : {std::tuple{7, 1, 5}, {13, 2, 7}}) {
     SCOPED_TRACE(version);
     const void* found = FindSuite("AEGP Utility Suite", version, DefaultHost());
     ASSERT_NE(found, nullptr);
-    const auto* slots = static_cast<const AnyErr*>(found);
+    const auto* slots = static_cast<const PF_AnyFn*>(found);
     const auto slot = [slots](int at, auto type) {
       return reinterpret_cast<decltype(type)>(slots[at]);
     };
