@@ -13,6 +13,7 @@ import {
   withoutKey,
   withWay,
   type Key,
+  type Scene,
 } from '../scene/scene';
 import { rateText } from '../scene/scene_file';
 import { el, icon, iconButton } from '../ui/dom';
@@ -219,7 +220,7 @@ export class Timeline {
       const step = event.key === 'ArrowLeft' ? -1 : event.key === 'ArrowRight' ? 1 : 0;
       if (step !== 0) {
         event.preventDefault();
-        this.#move(control, key.frame, key.frame + step * (event.shiftKey ? 10 : 1));
+        this.#move(this.#app.scene, control, key.frame, key.frame + step * (event.shiftKey ? 10 : 1));
       } else if (event.key === 'Delete' || event.key === 'Backspace') {
         event.preventDefault();
         this.#remove(control, key.frame);
@@ -237,15 +238,17 @@ export class Timeline {
       event.preventDefault();
       const app = this.#app;
       let at = start;
+      // Each step begins from here, so that keyframes on the way stay as they are.
+      const before = app.scene;
       app.beginGesture();
       // The button itself is made anew with every change, so the window follows the pointer.
       const move = (now: PointerEvent): void => {
         const box = lane.isConnected ? lane.getBoundingClientRect() : this.#laneBox();
-        const { firstFrame, lastFrame } = app.scene;
+        const { firstFrame, lastFrame } = before;
         const share = Math.max(0, Math.min(1, (now.clientX - box.left) / box.width));
         const frame = Math.round(firstFrame + share * (lastFrame - firstFrame));
         if (frame !== at) {
-          this.#move(control, at, frame);
+          this.#move(before, control, start, frame);
           at = frame;
         }
       };
@@ -270,11 +273,11 @@ export class Timeline {
     this.#updateTracks();
   }
 
-  #move(control: ValueControl, from: number, to: number): void {
-    const { firstFrame, lastFrame } = this.#app.scene;
+  #move(before: Scene, control: ValueControl, from: number, to: number): void {
+    const { firstFrame, lastFrame } = before;
     const kept = Math.max(firstFrame, Math.min(lastFrame, to));
     this.#selected = { control, frame: kept };
-    this.#app.changeScene((scene) => withKeyMoved(scene, control, from, kept));
+    this.#app.changeScene(() => withKeyMoved(before, control, from, kept));
     const name = `${slug(control.name)}@${kept}`;
     queueMicrotask(() => this.#tracks.querySelector<HTMLElement>(`[data-key="${name}"]`)?.focus());
   }

@@ -1,10 +1,16 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Pictures of every kind in, and what is no picture.
+import { execFile } from 'node:child_process';
+import { mkdtemp, readFile, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { promisify } from 'node:util';
 import { readPng, writePng } from '../../src/pictures/png';
 import { writeExr } from '../../src/pictures/exr';
 import { control, expect, exported, settled, test } from './page';
 
+const run = promisify(execFile);
 const size = { width: 64, height: 32 };
 
 function gradient(channels: 3 | 4, full: number): number[] {
@@ -43,6 +49,12 @@ test('each kind of picture in, at its own depth', async ({ studio }) => {
   });
   await open('e.jpg', Buffer.from(made.jpeg), '60 × 40 · not 2:1', '8');
   await open('f.webp', Buffer.from(made.webp), '60 × 40', '8');
+  // What this browser reads but does not write.
+  const folder = await mkdtemp(join(tmpdir(), 'veltra-web-'));
+  const avif = join(folder, 'g.avif');
+  await run('ffmpeg', ['-v', 'error', '-f', 'lavfi', '-i', 'testsrc=size=80x40', '-frames:v', '1', '-still-picture', '1', avif]);
+  await open('g.avif', await readFile(avif), '80 × 40', '8');
+  await rm(folder, { recursive: true });
 });
 
 test('alpha of a layer stays straight, through a browser’s decoder too', async ({ studio }) => {

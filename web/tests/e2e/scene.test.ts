@@ -185,6 +185,36 @@ test('an animated scene goes out, comes back by file and by link, and renders as
   await expect(studio.locator('.notice')).toContainText('scene.json is open');
 });
 
+test('a keyframe is dragged past others, which stay, and back in one step', async ({ studio }) => {
+  await studio.getByRole('spinbutton', { name: 'Last frame' }).fill('9');
+  await studio.getByRole('spinbutton', { name: 'Last frame' }).press('Enter');
+  await control(studio, 'travel').getByRole('button', { name: 'Animate Travel' }).click();
+  const frameNumber = studio.getByLabel('Frame number');
+  for (const [frame, value] of [['5', '40'], ['9', '80']] as const) {
+    await frameNumber.fill(frame);
+    await frameNumber.press('Enter');
+    await type(studio, 'travel', /Travel/, value);
+  }
+  const frames = async (): Promise<string[]> =>
+    (await studio.locator('.key').evaluateAll((keys) => keys.map((key) => key.getAttribute('data-key') ?? ''))).sort();
+  expect(await frames()).toEqual(['travel@1', 'travel@5', 'travel@9']);
+  const lane = await studio.locator('.lane').boundingBox();
+  const key = await studio.locator('[data-key="travel@1"]').boundingBox();
+  if (lane === null || key === null) {
+    throw new Error('the keyframes are not on the screen');
+  }
+  await studio.mouse.move(key.x + key.width / 2, key.y + key.height / 2);
+  await studio.mouse.down();
+  for (let frame = 2; frame <= 7; ++frame) {
+    await studio.mouse.move(lane.x + (lane.width * (frame - 1)) / 8, key.y + key.height / 2);
+  }
+  await studio.mouse.up();
+  await expect.poll(frames).toEqual(['travel@5', 'travel@7', 'travel@9']);
+  await expect(frameNumber).toHaveValue('7');
+  await studio.keyboard.press('Control+z');
+  await expect.poll(frames).toEqual(['travel@1', 'travel@5', 'travel@9']);
+});
+
 test('playing runs through the frames at the scene’s rate, and loops', async ({ studio }) => {
   await studio.getByRole('spinbutton', { name: 'Last frame' }).fill('4');
   await studio.getByRole('spinbutton', { name: 'Last frame' }).press('Enter');
