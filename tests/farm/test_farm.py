@@ -113,7 +113,7 @@ class SubmissionTest(FarmCase):
     def test_ctrl_c_leaves_the_job_running(self):
         shot = self.shot(frames='1-30')
         process = self.start_waiting(shot)
-        wait_for(lambda: len(hashes(shot.out)) >= 3, PATIENCE, 'the first frames')
+        wait_for(lambda: len(identities(shot.out)) >= 3, PATIENCE, 'the first frames')
         process.send_signal(signal.SIGINT)
         _, errors = process.communicate(timeout=PATIENCE)
         self.assertEqual(process.returncode, 130)
@@ -192,7 +192,7 @@ class ListTest(FolderCase):
         self.list_of(shot, chunk=24)
         task = subprocess.Popen([VELTRA, 'task', submission_of(shot), '0'], stderr=subprocess.PIPE,
                                 text=True)
-        wait_for(lambda: len(hashes(shot.out)) >= 2, PATIENCE, 'the second frame')
+        wait_for(lambda: len(identities(shot.out)) >= 2, PATIENCE, 'the second frame')
         before = identities(shot.out)
         subprocess.run(['pkill', '-KILL', '--parent', str(task.pid)], check=True)
         _, errors = task.communicate(timeout=PATIENCE)

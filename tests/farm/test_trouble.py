@@ -22,7 +22,7 @@ class NetworkTest(FarmCase):
         self.cluster.on('n1', 'umount', '--lazy', self.folder)
 
     def test_a_node_that_loses_the_file_server_leaves_its_tasks_to_the_others(self):
-        shot = self.shot(frames='1-96')
+        shot = self.shot(frames='1-72')
         self.submit(shot, chunk=24)
         number, frames = self.wait_until_within(shot, 'n1')
         self.lose_file_server()
@@ -99,7 +99,7 @@ class NodeTest(FarmCase):
         self.assert_continued(shot, number, frames)
 
     def test_a_drained_node_gets_no_more_tasks_and_loses_nothing(self):
-        shot = self.shot(frames='1-96')
+        shot = self.shot(frames='1-72')
         self.submit(shot, chunk=24)
         number, frames = self.wait_until_within(shot, 'n1')
         slurm('scontrol', 'update', 'NodeName=n1', 'State=DRAIN', 'Reason=repairs')
@@ -199,7 +199,7 @@ class OtherTroubleTest(FarmCase):
     def test_the_controller_may_restart(self):
         shot = self.shot(frames='1-30')
         process = self.start_waiting(shot)
-        wait_for(lambda: len(hashes(shot.out)) >= 3, PATIENCE, 'the first frames')
+        wait_for(lambda: len(identities(shot.out)) >= 3, PATIENCE, 'the first frames')
         self.cluster.restart()
         output, errors = process.communicate(timeout=PATIENCE)
         self.assertEqual(process.returncode, 0, output + errors)
