@@ -22,7 +22,12 @@ std::vector<std::string> Accounts(const host::RenderResult& result, bool keptOnl
   const host::RenderDiagnostics& d = result.diagnostics;
   std::vector<std::string> out;
   Compare(out, d.paramCheckouts, d.paramCheckins + d.paramsTakenBack, "parameters", keptOnly);
-  Compare(out, d.suitesAcquired, d.suitesReleased, "suites", keptOnly);
+  for (const host::Violation& note : d.notes) {
+    if (note.rule == host::Rule::kSuiteKept ||
+        (note.rule == host::Rule::kSuiteOverReleased && !keptOnly)) {
+      out.push_back(note.text);
+    }
+  }
   Compare(out, d.worldsMade, d.worldsDisposed, "worlds", keptOnly);
   Compare(out, d.blocksAllocated, d.blocksFreed, "memory blocks", keptOnly);
   if (d.layerCheckins > d.layerCheckouts && !keptOnly) {

@@ -82,7 +82,7 @@ void PreRenderManyTimes(TestRun& run, const Effect& effect, RenderSettings setti
     if (!result.Ok()) {
       run.FailStep(Text("pre-render ", i + 1, " in a row: ", result.errorText), ShownOf(result));
     }
-    for (const std::string& imbalance : Imbalances(result)) {
+    for (const std::string& imbalance : Kept(result)) {
       run.FailStep(imbalance);
     }
   }

@@ -95,6 +95,13 @@ void CheckPopup(TestRun& run, const ControlDeclaration& c) {
   }
 }
 
+void CheckLayerDefault(TestRun& run, const ControlDeclaration& c) {
+  if (c.defaultValue != PF_LayerDefault_NONE && c.defaultValue != PF_LayerDefault_MYSELF) {
+    run.Fail(Text(NameOf(c), ": the default layer is ", c.defaultValue,
+                  " (expected none, 0, or the effect's own, -1)"));
+  }
+}
+
 void CheckControl(TestRun& run, const ControlDeclaration& c) {
   if (std::find(std::begin(c.raw.name), std::end(c.raw.name), '\0') == std::end(c.raw.name)) {
     run.Fail(Text(NameOf(c), ": the name does not end within its field"));
@@ -123,10 +130,7 @@ void CheckControl(TestRun& run, const ControlDeclaration& c) {
       }
       break;
     case PF_Param_LAYER:
-      if (c.defaultValue != PF_LayerDefault_NONE && c.defaultValue != PF_LayerDefault_MYSELF) {
-        run.Fail(Text(NameOf(c), ": the default layer is ", c.defaultValue,
-                      " (expected none, 0, or the effect's own, -1)"));
-      }
+      CheckLayerDefault(run, c);
       break;
     default:
       break;

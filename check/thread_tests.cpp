@@ -52,6 +52,13 @@ std::vector<std::string> RenderAtOnce(const Effect& effect, const std::vector<Fr
   return troubles;
 }
 
+void CheckAtOnce(TestRun& run, const Effect& effect, const std::vector<FrameAlone>& frames) {
+  for (const std::string& trouble :
+       RenderAtOnce(effect, frames, run.Rounds(2), !run.PicturesVary())) {
+    run.FailStep(trouble);
+  }
+}
+
 }  // namespace
 
 void TestOneThreadMany(TestRun& run) {
@@ -91,9 +98,14 @@ void TestConcurrentRenders(TestRun& run) {
       frames.push_back({std::move(settings), std::move(picture)});
     }
     run.Step(Text(VariantName(variant), ", ", kThreads, " frames at once"));
-    for (const std::string& trouble :
-         RenderAtOnce(*effect, frames, run.Rounds(2), !run.PicturesVary())) {
-      run.FailStep(trouble);
+    CheckAtOnce(run, *effect, frames);
+    if (effect->CopiesSequences()) {
+      host::HeldSequence sequence(*effect);
+      for (FrameAlone& frame : frames) {
+        frame.settings.sequence = &sequence;
+      }
+      run.Step(Text(VariantName(variant), ", ", kThreads, " frames of one sequence at once"));
+      CheckAtOnce(run, *effect, frames);
     }
   }
 }

@@ -26,7 +26,6 @@ enum class Rule {
   kLayerNotTaken,            ///< pixels returned that were not taken
   kOutputBeforeInput,        ///< the output checked out before any input
   kForeignHandle,            ///< a handle or world given back that is none of this host's
-  kDataWithoutDelete,        ///< pre-render data that the host cannot tell how to free
   kLiveSequenceAnswered,     ///< the live sequence data given where a flat copy was asked for
 
   kSuiteKept,          ///< acquired more often than released
@@ -34,6 +33,7 @@ enum class Rule {
   kParametersUneven,   ///< parameters taken and returned
   kWorldsUneven,       ///< worlds made and disposed of
   kBlocksUneven,       ///< memory blocks of the basic suite
+  kDataWithoutDelete,  ///< pre-render data that the host cannot tell how to free
 };
 
 /// Whether the rule is about what was taken and not given back, or the reverse.

@@ -124,6 +124,7 @@ class Fixtures(unittest.TestCase):
             ("kMixesIds", "controls", "some have none"),
             ("kValueOffDefault", "controls", "value and default differ"),
             ("kLongerName", "registration", "earlier hosts"),
+            ("kReturnsTwice", "balance", "parameters: 0 taken, 1 returned"),
         ):
             with self.subTest(fixture=name):
                 tests = {t["name"]: t for t in self.results[name][1]["tests"]}
