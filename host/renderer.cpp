@@ -14,6 +14,7 @@
 #include "host/pixels/transfer.h"
 #include "host/pixels/world_view.h"
 #include "host/suites/tables.h"
+#include "system/dynamic_library.h"
 
 namespace veltra::host {
 namespace {
@@ -416,11 +417,11 @@ class FrameRender : private FrameCommands {
     if (DisposeHandle(static_cast<PF_Handle>(data))) {
       return;
     }
-#ifdef _WIN32
-    session_.accounts.Broke(Rule::kDataWithoutDelete);
-#else
-    std::free(data);
-#endif
+    if (LibrariesShareHeap()) {
+      std::free(data);
+    } else {
+      session_.accounts.Broke(Rule::kDataWithoutDelete);
+    }
   }
 
   // ---- Classic render ----
@@ -488,9 +489,7 @@ class FrameRender : private FrameCommands {
     return done;
   }
 
-  bool UsesExtent() const {
-    return (effect_.OutFlags() & PF_OutFlag_USE_OUTPUT_EXTENT) != 0;
-  }
+  bool UsesExtent() const { return (effect_.OutFlags() & PF_OutFlag_USE_OUTPUT_EXTENT) != 0; }
 
   /// Keeps the rectangle that FRAME_SETUP answered; false where nothing is to be rendered.
   bool TakeAnsweredSize() {

@@ -34,4 +34,7 @@ class DynamicLibrary {
   void* handle_;
 };
 
+/// Whether what a library has allocated may be freed by us: all libraries share one C library.
+bool LibrariesShareHeap();
+
 }  // namespace veltra

@@ -31,4 +31,8 @@ DynamicLibrary::AnyFunction DynamicLibrary::Find(const char* name) const {
   return reinterpret_cast<AnyFunction>(dlsym(handle_, name));
 }
 
+bool LibrariesShareHeap() {
+  return true;
+}
+
 }  // namespace veltra

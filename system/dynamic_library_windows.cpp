@@ -28,4 +28,8 @@ DynamicLibrary::AnyFunction DynamicLibrary::Find(const char* name) const {
   return reinterpret_cast<AnyFunction>(GetProcAddress(static_cast<HMODULE>(handle_), name));
 }
 
+bool LibrariesShareHeap() {
+  return false;  // each may bring a C library of its own
+}
+
 }  // namespace veltra

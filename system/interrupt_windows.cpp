@@ -15,6 +15,7 @@ constexpr int kInterrupt = 2;
 constexpr int kHangUp = 1;
 
 [[noreturn]] void EndNow(int signal) {
+  EndChildren();  // what they write cannot be removed before
   RemoveTemporaryFiles();
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(kSignalExitBase + signal));
   for (;;) {

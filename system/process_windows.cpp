@@ -228,6 +228,17 @@ class StartupList {
   std::vector<std::byte> memory_;
 };
 
+/// The jobs and processes of all children that have been started.
+struct RunningChildren {
+  std::mutex mutex;
+  std::vector<std::pair<HANDLE, HANDLE>> list;
+
+  static RunningChildren& Instance() {
+    static RunningChildren children;
+    return children;
+  }
+};
+
 /// A child that is killed, with all it has started, and waited for with its owner.
 class Child {
  public:
@@ -259,6 +270,9 @@ class Child {
     process_ = Handle(information.hProcess);
     const Handle thread(information.hThread);
     AssignProcessToJobObject(job_.Get(), process_.Get());
+    RunningChildren& running = RunningChildren::Instance();
+    const std::scoped_lock lock(running.mutex);
+    running.list.emplace_back(job_.Get(), process_.Get());
     ResumeThread(thread.Get());
     return 0;
   }
@@ -285,6 +299,9 @@ class Child {
       }
       TerminateJobObject(job_.Get(), 1);
       WaitForSingleObject(process_.Get(), INFINITE);
+      RunningChildren& running = RunningChildren::Instance();
+      const std::scoped_lock lock(running.mutex);
+      std::erase(running.list, std::pair(job_.Get(), process_.Get()));
       process_.Close();
       job_.Close();
     }
@@ -405,6 +422,16 @@ bool Listen(const Child& child, Inlet& report, Inlet& output, Clock::time_point 
 }
 
 }  // namespace
+
+void EndChildren() noexcept {
+  constexpr DWORD kPatience = 1000;  // milliseconds
+  RunningChildren& running = RunningChildren::Instance();
+  const std::scoped_lock lock(running.mutex);
+  for (const auto& [job, process] : running.list) {
+    TerminateJobObject(job, 1);
+    WaitForSingleObject(process, kPatience);
+  }
+}
 
 // ---- A program with a pipe ----
 

@@ -63,4 +63,8 @@ class Handle {
   HANDLE handle_ = nullptr;
 };
 
+/// Ends every program that Process and RunChild have started, and waits until it is gone with the
+/// files that it has open.
+void EndChildren() noexcept;
+
 }  // namespace veltra
