@@ -150,7 +150,9 @@ Json ControlJson(const host::Effect& effect, const ControlOption& option) {
   switch (control.type) {
     case PF_Param_BUTTON:
       json["options"] = Json::array();
-      json["press"] = option.LongName();
+      if (CanBePressed(control)) {
+        json["press"] = option.LongName();
+      }
       json["default"] = nullptr;
       break;
     case PF_Param_FIX_SLIDER:
@@ -209,7 +211,7 @@ using Row = std::array<std::string, 5>;
 
 std::string NamesText(const ControlOption& option) {
   if (option.declaration->type == PF_Param_BUTTON) {
-    return Text("--press ", option.LongName());
+    return CanBePressed(*option.declaration) ? Text("--press ", option.LongName()) : "";
   }
   std::string names;
   for (const std::string& name : option.names) {

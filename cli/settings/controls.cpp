@@ -114,6 +114,10 @@ std::vector<ControlOption> ButtonOptions(const host::Effect& effect) {
   return buttons;
 }
 
+bool CanBePressed(const ControlDeclaration& button) {
+  return (button.flags & PF_ParamFlag_SUPERVISE) != 0;
+}
+
 namespace {
 
 PF_ParamIndex ParseButton(const std::vector<ControlOption>& buttons, std::string_view name) {
@@ -121,11 +125,14 @@ PF_ParamIndex ParseButton(const std::vector<ControlOption>& buttons, std::string
   if (button == nullptr) {
     std::string known;
     for (const ControlOption& other : buttons) {
-      known += Text(known.empty() ? "" : ", ", other.LongName());
+      if (CanBePressed(*other.declaration)) {
+        known += Text(known.empty() ? "" : ", ", other.LongName());
+      }
     }
-    ThrowNotA(name, "a button of the effect", known.empty() ? "none: it has no buttons" : known);
+    ThrowNotA(name, "a button of the effect",
+              known.empty() ? "none: it has no buttons to press" : known);
   }
-  if ((button->declaration->flags & PF_ParamFlag_SUPERVISE) == 0) {
+  if (!CanBePressed(*button->declaration)) {
     throw UsageError(Text("'", name, "' is a button that the effect does not listen to"));
   }
   return button->declaration->index;

@@ -35,8 +35,11 @@ struct ControlOption {
 std::vector<ControlOption> ControlOptions(const host::Effect& effect,
                                           const std::vector<std::string>& taken);
 
-/// The buttons that can be pressed, each with one name, made by the same rule.
+/// All buttons, each with one name, made by the same rule.
 std::vector<ControlOption> ButtonOptions(const host::Effect& effect);
+
+/// Whether a press does anything: the effect asks to hear of it.
+bool CanBePressed(const host::ControlDeclaration& button);
 
 /// The buttons that a list such as "reset,bake" names, in its order. Throws UsageError for those
 /// that the effect does not have or does not listen to.
