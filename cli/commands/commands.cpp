@@ -217,7 +217,8 @@ int RunProgram(const Arguments& arguments) {
   };
   try {
     const int exitCode = Dispatch(arguments);
-    if (std::fflush(stdout) != 0) {
+    // Where nothing is buffered the flush has nothing to fail at.
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
       return complain("standard output cannot be written", kExitFailed);
     }
     return exitCode;

@@ -11,10 +11,15 @@ import unittest
 import numpy as np
 
 import pictures
-from support import PROGRAM, ProgramTest
+from support import PROGRAM, WINDOWS, ProgramTest
 
 FAILED = 1
 USAGE = 2
+COMPILER = "x86_64-w64-mingw32-gcc" if WINDOWS else "cc"
+ABORTED = "aborted" if WINDOWS else "aborted (SIGABRT)"
+# Windows' own loader survives that.
+ADDRESSED = ("not a library this system can load" if WINDOWS else
+             "crashed: segmentation fault (SIGSEGV)")
 
 
 class Info(ProgramTest):
@@ -78,19 +83,20 @@ class Info(ProgramTest):
 
     def make_library(self, name, on_load):
         """A library that does this in C as soon as it is loaded."""
-        source = f"#include <stdio.h>\n#include <stdlib.h>\n" \
-                 f"#include <sys/syscall.h>\n#include <unistd.h>\n" \
+        headers = ("windows.h",) if WINDOWS else ("sys/syscall.h", "unistd.h")
+        source = "".join(f"#include <{name}>\n" for name in ("stdio.h", "stdlib.h", *headers)) + \
                  f"__attribute__((constructor)) static void Load(void) {{ {on_load} }}\n"
-        subprocess.run(["cc", "-shared", "-fPIC", "-x", "c", "-", "-o", name], cwd=self.folder,
+        subprocess.run([COMPILER, "-shared", "-fPIC", "-x", "c", "-", "-o", name], cwd=self.folder,
                        input=source, text=True, check=True)
 
     def test_a_library_that_crashes_or_ends_the_process_is_an_error_of_one_line(self):
         self.make_library("crash.so", "puts(\"noise\"); fflush(stdout); abort();")
         # Not by _exit, where the thread sanitizer would complain of leaving in mid-load.
-        self.make_library("leave.so", "syscall(SYS_exit_group, 0);")
+        self.make_library("leave.so", "TerminateProcess(GetCurrentProcess(), 0);" if WINDOWS else
+                          "syscall(SYS_exit_group, 0);")
         for command in ("about", "controls"):
             done = self.assert_fails(FAILED, "crash.so: crashed", command, "--effect", "crash.so")
-            self.assertIn("aborted (SIGABRT)", done.stderr)
+            self.assertIn(ABORTED, done.stderr)
             self.assertEqual(done.stdout, "")
             self.assert_fails(FAILED, "leave.so: ended the program with exit status 0", command,
                               "--json", "--effect", "leave.so")
@@ -99,10 +105,10 @@ class Info(ProgramTest):
     @unittest.skipIf(os.environ.get("VELTRA_SANITIZE"), "sanitizers tell of crashes themselves")
     def test_a_render_ends_with_a_word_when_its_effect_crashes(self):
         pictures.write_png(self.path("f.png"), np.zeros((4, 8, 4), np.uint8))
-        for how, words in (("abort();", "aborted (SIGABRT)"),
-                           ("*(volatile int*)16 = 1;", "segmentation fault (SIGSEGV)")):
+        for how, words in (("abort();", "crashed: " + ABORTED),
+                           ("*(volatile int*)16 = 1;", ADDRESSED)):
             self.make_library("crash.so", how)
-            self.assert_fails(FAILED, f"crash.so: crashed: {words}", "render", "--effect",
+            self.assert_fails(FAILED, f"crash.so: {words}", "render", "--effect",
                               "crash.so", "-f", "f.png", "-o", "o.png")
             self.assertEqual(self.files(), ["crash.so", "f.png"])
 

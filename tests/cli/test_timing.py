@@ -12,7 +12,7 @@ import unittest
 import numpy as np
 
 import pictures
-from support import PROGRAM, ProgramTest, posix_only
+from support import PROGRAM, WINDOWS, ProgramTest, posix_only
 
 FAILED = 1
 USAGE = 2
@@ -166,6 +166,7 @@ class FailingFrames(ProgramTest):
         self.assertEqual(self.files(), before)
 
 
+@unittest.skipIf(WINDOWS, "there is no ffmpeg for Windows here")
 @unittest.skipUnless(shutil.which("ffmpeg") and shutil.which("ffprobe"), "ffmpeg is not installed")
 class VideoTiming(ProgramTest):
     """Frame n of a video is a grey of about 10 n."""
