@@ -23,7 +23,7 @@ class Fnv1a {
   std::string Digits() const {
     constexpr std::size_t kDigits = 16;
     std::array<char, kDigits> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + kDigits, hash_, 16).ptr;
+    auto* const end = std::to_chars(digits.data(), digits.data() + kDigits, hash_, 16).ptr;
     const std::string text(digits.data(), end);
     return std::string(kDigits - text.size(), '0') + text;
   }

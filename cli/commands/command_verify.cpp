@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "cli/commands/commands.h"
 #include "cli/farm/ranges.h"
+#include "cli/farm/submit.h"
 #include "cli/farm/verify.h"
 #include "cli/job/progress.h"
 #include "cli/settings/values.h"
@@ -149,6 +150,7 @@ int RunVerify(const Arguments& arguments) {
   }
   CatchInterrupts();
   RenderJob job = JobOfScene(options.scene);
+  CheckFilesHaveNames(options.scene, job);
   const JobPlan plan = PlanJob(job);
   return plan.output.kind == MediaKind::kVideo ? VerifyVideo(job, plan, options)
                                                : VerifyPictures(job, plan, options);

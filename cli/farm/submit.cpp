@@ -193,8 +193,21 @@ void CancelSubmission(const SubmissionFolder& folder, const Submission& submissi
   RemoveTemporariesOf(folder, submission);
 }
 
+void CheckFilesHaveNames(const std::string& scene, const RenderJob& job) {
+  bool piped = job.options.frame == "-" || job.options.output == "-";
+  for (const RenderPass& pass : job.passes) {
+    piped = piped || std::any_of(pass.layers.begin(), pass.layers.end(),
+                                 [](const auto& layer) { return layer.second == "-"; });
+  }
+  if (piped) {
+    throw UsageError(
+        Text(scene, ": - is no file that others could read or write (expected a name)"));
+  }
+}
+
 PreparedSubmission PrepareSubmission(const SubmitOptions& options, const RenderJob& job,
                                      const FreezeTheScene& freeze, std::size_t largestArray) {
+  CheckFilesHaveNames(options.scene, job);
   const JobPlan plan = PlanJob(job);
   if (plan.numbers.size() < 2) {
     throw UsageError(Text(options.scene, ": a single frame needs no farm (see veltra render)"));

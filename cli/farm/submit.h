@@ -46,6 +46,9 @@ struct PreparedSubmission {
 /// Writes the scene once more under another name, for these frames, or all where there are none.
 using FreezeTheScene = std::function<void(const std::string& frames, const std::string& to)>;
 
+/// Throws UsageError where a job reads or writes "-", which only its own process can.
+void CheckFilesHaveNames(const std::string& scene, const RenderJob& job);
+
 /// Checks the scene's job as `veltra render` would, in all its frames, renders one frame to see how
 /// long that takes, and freezes everything in a new folder, which is removed again when something
 /// fails. `largestArray` is 0 for a scheduler without arrays. Throws UsageError, RenderError,

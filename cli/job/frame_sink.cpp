@@ -1,6 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The two kinds of sinks.
+// The three kinds of sinks.
 #include "cli/job/frame_sink.h"
 
 #include <algorithm>
@@ -63,11 +63,14 @@ pictures::PictureFormat FormatOf(const Media& output, const RenderOptions& optio
       return pictures::WritableFormatOf(Text(".", options.format).insert(0, "format"));
     } catch (const UsageError&) {
       throw UsageError(
-          Text("--format: '", options.format, "' is none (expected png, exr, tif or jpg)"));
+          Text("--format: '", options.format, "' is none (expected png, exr, tif, jpg or pam)"));
     }
   }
+  if (output.kind == MediaKind::kStream) {
+    return pictures::PictureFormat::kPam;
+  }
   if (output.Name() == "-") {
-    throw UsageError("-: standard output needs a format (add --format png, exr, tif or jpg)");
+    throw UsageError("-: standard output needs a format (add --format png, exr, tif, jpg or pam)");
   }
   return pictures::WritableFormatOf(output.Name());
 }
@@ -161,6 +164,67 @@ class FileSink : public FrameSink {
   std::atomic<bool> losesAlpha_{false};
 };
 
+/// Lets frames that are rendered side by side out one after the other.
+class TurnQueue {
+ public:
+  /// Waits for the frames before this turn; false where it does not come any more.
+  bool WaitFor(std::size_t turn) {
+    std::unique_lock lock(mutex_);
+    turnCame_.wait(lock, [&] { return done_ == turn || turn >= end_; });
+    return turn < end_;
+  }
+  /// The frame whose turn it was is out.
+  void Done() {
+    const std::lock_guard lock(mutex_);
+    ++done_;
+    turnCame_.notify_all();
+  }
+  /// This turn and all after it are dropped.
+  void EndBefore(std::size_t turn) {
+    const std::lock_guard lock(mutex_);
+    end_ = std::min(end_, turn);
+    turnCame_.notify_all();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable turnCame_;
+  std::size_t done_ = 0;
+  std::size_t end_ = std::numeric_limits<std::size_t>::max();
+};
+
+/// Raw frames one after the other, each passed on when it is whole.
+class StreamSink : public FileSink {
+ public:
+  StreamSink(const Media& output, const RenderOptions& options) : FileSink(output, options) {
+    if (!options.format.empty() && options.format != "pam") {
+      throw UsageError(
+          Text("--stream: passes frames on as PAM (leave out --format ", options.format, ")"));
+    }
+    if (options.resume || options.noClobber) {
+      throw UsageError(Text(options.resume ? "--resume" : "--no-clobber",
+                            ": not for a stream, which has nothing before it"));
+    }
+  }
+
+  std::string Write(const FinishedFrame& frame, const host::World& picture) override {
+    if (!turns_.WaitFor(frame.turn)) {
+      return {};
+    }
+    std::string path = FileSink::Write(frame, picture);
+    turns_.Done();
+    return path;
+  }
+
+  bool EndBefore(std::size_t turn) override {
+    turns_.EndBefore(turn);
+    return true;
+  }
+
+ private:
+  TurnQueue turns_;
+};
+
 /// All frames into one video, in their order.
 class VideoSink : public FrameSink {
  public:
@@ -187,9 +251,7 @@ class VideoSink : public FrameSink {
   }
 
   std::string Write(const FinishedFrame& frame, const host::World& picture) override {
-    std::unique_lock lock(mutex_);
-    turnCame_.wait(lock, [&] { return written_ == frame.turn || frame.turn >= end_; });
-    if (frame.turn >= end_) {
+    if (!turns_.WaitFor(frame.turn)) {
       return {};
     }
     if (writer_ == nullptr) {
@@ -197,18 +259,13 @@ class VideoSink : public FrameSink {
           std::make_unique<VideoWriter>(output_.Name(), picture.Width(), picture.Height(),
                                         Options(!IsWholeFrame(options_, picture, frame.input)));
     }
-    lock.unlock();
-    writer_->Write(picture);  // nobody else has this turn
-    lock.lock();
-    ++written_;
-    turnCame_.notify_all();
+    writer_->Write(picture);
+    turns_.Done();
     return {};
   }
 
   bool EndBefore(std::size_t turn) override {
-    const std::lock_guard lock(mutex_);
-    end_ = std::min(end_, turn);
-    turnCame_.notify_all();
+    turns_.EndBefore(turn);
     return true;
   }
 
@@ -274,10 +331,7 @@ class VideoSink : public FrameSink {
   const RenderOptions& options_;
   SinkSettings settings_;
   bool alpha_ = false;  ///< the frames come from something that has it
-  std::mutex mutex_;
-  std::condition_variable turnCame_;
-  std::size_t written_ = 0;
-  std::size_t end_ = std::numeric_limits<std::size_t>::max();  ///< turns from here on are dropped
+  TurnQueue turns_;
   std::unique_ptr<VideoWriter> writer_;
 };
 
@@ -286,6 +340,9 @@ class VideoSink : public FrameSink {
 std::unique_ptr<FrameSink> MakeSink(const Media& output, const RenderOptions& options) {
   if (output.kind == MediaKind::kVideo) {
     return std::make_unique<VideoSink>(output, options);
+  }
+  if (output.kind == MediaKind::kStream) {
+    return std::make_unique<StreamSink>(output, options);
   }
   return std::make_unique<FileSink>(output, options);
 }

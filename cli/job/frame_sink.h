@@ -1,6 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Where the rendered frames of a job go: image files or a video.
+// Where the rendered frames of a job go: image files, a stream of frames or a video.
 #pragma once
 
 #include <cstddef>
@@ -50,11 +50,11 @@ class FrameSink {
   }
   /// To be called once, before the first frame. Throws UsageError for what cannot be written.
   virtual void Prepare(const SinkSettings& settings, const pictures::PictureInfo& firstInput) = 0;
-  /// Writes a frame and returns the name of its file; a video, which has none for a frame, waits
-  /// for the frames before it. Throws RenderError "NAME: reason".
+  /// Writes a frame and returns the name of its file; a video, which has none for a frame, and a
+  /// stream wait for the frames before it. Throws RenderError "NAME: reason".
   virtual std::string Write(const FinishedFrame& frame, const host::World& picture) = 0;
-  /// The frame of this turn does not come, and in a video none after it: whoever waits for a later
-  /// turn, returns. False where other frames can do without it.
+  /// The frame of this turn does not come, and in a video or a stream none after it: whoever waits
+  /// for a later turn, returns. False where other frames can do without it.
   virtual bool EndBefore(std::size_t /*turn*/) { return false; }
   /// In place of all frames: takes the segments that --join lists. Returns what could not be kept,
   /// a line each. Throws RenderError.

@@ -1,6 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// The three kinds of sources.
+// The four kinds of sources.
 #include "cli/job/frame_source.h"
 
 #include <algorithm>
@@ -17,6 +17,8 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "cli/job/layer_timing.h"
+#include "pictures/bytes/memory_bytes.h"
+#include "pictures/pam_stream.h"
 #include "pictures/picture_world.h"
 #include "system/interrupt.h"
 
@@ -278,6 +280,80 @@ std::unique_ptr<SourcePicture> SequenceSource::Take(int frame) {
   return std::make_unique<SharedPicture>(held_, true);
 }
 
+/// Raw frames that come through a pipe: the first is frame 1.
+class StreamSource : public FrameSource {
+ public:
+  explicit StreamSource(std::string path)
+      : path_(std::move(path)),
+        stream_(Named(path_, [this] { return pictures::PamStream(path_); })) {}
+
+  void SetTiming(const SourceTiming& /*timing*/) override {}
+  Presence Has(int frame) const override {
+    return frame >= 1 ? Presence::kThere : Presence::kMissing;
+  }
+  std::string Describe(int frame) const override { return Text(path_, " frame ", frame); }
+  pictures::PictureInfo Look(int frame) override {
+    auto picture = Take(frame);
+    if (picture == nullptr) {
+      throw RenderError(Text(path_, ": ends after ", EndText()));
+    }
+    looked_ = std::move(picture);
+    lookedAt_ = frame;
+    return looked_->Info();
+  }
+  void Prepare(const SourceSettings& settings) override { settings_ = settings; }
+  std::unique_ptr<SourcePicture> Take(int frame) override;
+
+ private:
+  /// A frame in memory, decoded by whoever renders it.
+  class Raw : public SourcePicture {
+   public:
+    Raw(std::vector<std::byte> bytes, const std::string& path, const SourceSettings& settings)
+        : bytes_(std::move(bytes)),
+          path_(path),
+          settings_(settings),
+          source_(bytes_),
+          reader_(Named(path_, [this] { return pictures::OpenPicture(source_); })) {}
+    const pictures::PictureInfo& Info() override { return reader_->Info(); }
+    SharedWorld Read() override {
+      return Named(path_, [this] {
+        return Reduced(pictures::ReadWorld(*reader_, settings_.depth, settings_.pool), settings_);
+      });
+    }
+
+   private:
+    std::vector<std::byte> bytes_;
+    const std::string& path_;
+    const SourceSettings& settings_;
+    pictures::MemorySource source_;
+    std::unique_ptr<pictures::PictureReader> reader_;
+  };
+
+  std::string EndText() const { return Count(static_cast<std::size_t>(given_), "frame"); }
+
+  std::string path_;
+  SourceSettings settings_;
+  pictures::PamStream stream_;
+  int given_ = 0;  ///< frames that have been read
+  std::unique_ptr<SourcePicture> looked_;
+  int lookedAt_ = 0;
+};
+
+std::unique_ptr<SourcePicture> StreamSource::Take(int frame) {
+  if (looked_ != nullptr && lookedAt_ == frame) {
+    return std::move(looked_);
+  }
+  std::vector<std::byte> bytes;
+  while (given_ < frame) {
+    bytes = Named(path_, [this] { return stream_.Next(); });
+    if (bytes.empty()) {
+      return nullptr;
+    }
+    ++given_;
+  }
+  return std::make_unique<Raw>(std::move(bytes), path_, settings_);
+}
+
 /// The frames of a video, decoded in their order. Its first frame belongs to frame 1 unless a layer
 /// is told to begin elsewhere.
 class VideoSource : public FrameSource {
@@ -471,6 +547,8 @@ std::unique_ptr<FrameSource> OpenSource(const Media& media,
       return std::make_unique<VideoSource>(media.At(0));
     case MediaKind::kSequence:
       return std::make_unique<SequenceSource>(media.name, selection);
+    case MediaKind::kStream:
+      return std::make_unique<StreamSource>(media.At(0));
     case MediaKind::kStill:
     case MediaKind::kNone:
       break;

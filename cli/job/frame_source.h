@@ -1,6 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Where the pictures of a job come from: a still, a sequence of files or a video.
+// Where the pictures of a job come from: a still, a sequence of files, a stream of frames or a
+// video.
 #pragma once
 
 #include <memory>
@@ -70,7 +71,7 @@ class FrameSource {
   virtual const VideoInfo* Video() const { return nullptr; }
   /// Says how the frames lie in time. Throws UsageError where that cannot be.
   virtual void SetTiming(const SourceTiming& timing) = 0;
-  /// The last frame of the output that a video has something for; 0 for pictures.
+  /// The last frame of the output that a video has something for; 0 for pictures and streams.
   virtual int LastFrame() const { return 0; }
   /// Whether there is a picture for a frame, as far as can be told without reading it.
   virtual Presence Has(int frame) const = 0;
@@ -81,7 +82,8 @@ class FrameSource {
   /// a pipe cannot be opened twice. Throws RenderError "NAME: reason".
   virtual pictures::PictureInfo Look(int frame) = 0;
   virtual void Prepare(const SourceSettings& settings) = 0;
-  /// The picture for a frame; null where a layer has nothing, and after the last frame of a video.
+  /// The picture for a frame; null where a layer has nothing, and after the last frame of a video
+  /// or a stream.
   /// Frames must rise. Throws RenderError "NAME: reason".
   virtual std::unique_ptr<SourcePicture> Take(int frame) = 0;
 };

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <exception>
 #include <filesystem>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <set>
@@ -32,12 +33,20 @@ namespace {
 
 // ---- Inputs ----
 
+Media OutputOf(const RenderOptions& options) {
+  const Media media = OutputMedia(options.output);
+  return options.stream ? AsStream(media) : media;
+}
+
 JobFiles NameFiles(const RenderJob& job) {
   JobFiles files;
-  files.output = OutputMedia(job.options.output);
+  files.output = OutputOf(job.options);
   if (!job.options.frame.empty()) {
     files.frame.emplace();
     files.frame->media = InputMedia(job.options.frame);
+    if (job.options.stream) {
+      files.frame->media = AsStream(files.frame->media);
+    }
     files.frame->pixelAspect = job.options.pixelAspect;
   }
   for (std::size_t pass = 0; pass < job.passes.size(); ++pass) {
@@ -50,6 +59,11 @@ JobFiles NameFiles(const RenderJob& job) {
       layer.pass = pass;
       layer.index = index;
     }
+  }
+  const bool streams = files.output.kind == MediaKind::kStream ||
+                       (files.frame && files.frame->media.kind == MediaKind::kStream);
+  if (job.options.stream && !streams) {
+    throw UsageError("--stream: neither the frame nor the output is - (add -f - or -o -)");
   }
   return files;
 }
@@ -142,7 +156,7 @@ class JobRun {
   explicit JobRun(const RenderJob& job)
       : job_(job),
         options_(job.options),
-        sink_(MakeSink(OutputMedia(job.options.output), job.options)),
+        sink_(MakeSink(OutputOf(job.options), job.options)),
         files_(OpenFiles(job)),
         rate_(RateOf(options_, files_)),
         schedule_(options_, files_) {}
@@ -292,7 +306,9 @@ std::uint64_t JobRun::BytesPerFrame() const {
 /// Settles threads and memory, and tells sources and sink.
 void JobRun::Prepare() {
   const std::vector<int>& numbers = schedule_.Numbers();
-  spread_ = SpreadOver(options_, numbers.size(), BytesPerFrame());
+  const std::size_t total = schedule_.Total();
+  spread_ = SpreadOver(options_, total == 0 ? std::numeric_limits<std::size_t>::max() : total,
+                       BytesPerFrame());
   if (std::any_of(job_.passes.begin(), job_.passes.end(), [](const RenderPass& pass) {
         return !pass.effect->SupportsThreadedRendering();
       })) {
@@ -331,6 +347,9 @@ std::optional<TakenFrame> JobRun::Take(int number) {
   TakenFrame taken;
   if (files_.frame) {
     taken.frame = files_.frame->source->Take(number);
+    if (taken.frame == nullptr && !schedule_.HasOpenEnd()) {
+      throw RenderError(Text(files_.frame->media.Name(), ": has no frame ", number));
+    }
     if (taken.frame == nullptr) {
       return std::nullopt;
     }
@@ -355,7 +374,7 @@ void JobRun::CheckSameDepth(int number, const pictures::PictureInfo& info) const
 host::World JobRun::LayPasses(int number, FrameInputs inputs, TakenLayers& layers,
                               std::span<const FrameRenderer> renderers) {
   std::function<void(double)> within;
-  if (schedule_.Numbers().size() == 1 && renderers.size() == 1 && !options_.stereo) {
+  if (schedule_.Total() == 1 && renderers.size() == 1 && !options_.stereo) {
     within = [this](double fraction) { progress_->Within(fraction); };
   }
   for (std::size_t pass = 0;; ++pass) {
@@ -582,8 +601,7 @@ void JobRun::Conclude() {
 
 void JobRun::Run() {
   schedule_.CheckOutputs(options_, files_.output);
-  progress_ = std::make_unique<Progress>(
-      options_, static_cast<int>(schedule_.Numbers().size() + schedule_.LeftOut()));
+  progress_ = std::make_unique<Progress>(options_, static_cast<int>(schedule_.Total()));
   const bool any = !schedule_.Numbers().empty();
   if (any) {
     WarnOnce(schedule_.CheckInputs(options_, files_));

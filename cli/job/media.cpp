@@ -57,6 +57,13 @@ Media InputMedia(const std::string& path) {
                                                                 : FileName(path));
 }
 
+Media AsStream(Media media) {
+  if (media.Name() == "-") {
+    media.kind = MediaKind::kStream;
+  }
+  return media;
+}
+
 Media OutputMedia(const std::string& path) {
   return path.empty() ? Media{} : MediaOf(FileName(path));
 }

@@ -9,9 +9,10 @@
 
 namespace veltra::cli {
 
-enum class MediaKind { kNone, kStill, kSequence, kVideo };
+/// A stream is raw frames one after the other through a pipe.
+enum class MediaKind { kNone, kStill, kSequence, kVideo, kStream };
 
-/// A file or a sequence of files, by its name alone.
+/// A file, a pipe or a sequence of files, by its name alone.
 struct Media {
   MediaKind kind = MediaKind::kNone;
   FileName name = FileName::Literal("");
@@ -29,5 +30,8 @@ Media InputMedia(const std::string& path);
 
 /// What a name stands for as an output.
 Media OutputMedia(const std::string& path);
+
+/// What it is where --stream was given: standard input and output are streams.
+Media AsStream(Media media);
 
 }  // namespace veltra::cli

@@ -23,7 +23,8 @@ std::int64_t FrameAt(A_long time, A_u_long scale, PF_RationalScale rate) {
 }  // namespace
 
 bool ChangesWithTime(const JobInput& input) {
-  return input.media.kind == MediaKind::kSequence || input.media.kind == MediaKind::kVideo;
+  return input.media.kind == MediaKind::kSequence || input.media.kind == MediaKind::kVideo ||
+         input.media.kind == MediaKind::kStream;
 }
 
 OtherTimes::OtherTimes(const RenderOptions& options, const JobFiles& files, std::size_t pass,
@@ -41,6 +42,11 @@ OtherTimes::OtherTimes(const RenderOptions& options, const JobFiles& files, std:
 
 void OtherTimes::Open(Input& input) const {
   const JobInput& job = *input.input;
+  if (job.media.kind == MediaKind::kStream) {
+    throw RenderError(Text(job.media.Name(),
+                           ": the effect asks for frames of other times, which a stream does not "
+                           "have (render from files)"));
+  }
   if (job.media.kind == MediaKind::kSequence && !job.timing.IsSet()) {
     const std::vector<int> numbers = FramesOnDisk(job.media.name);
     input.onDisk = numbers.empty() ? FrameRange{1, 0} : FrameRange{numbers.front(), numbers.back()};

@@ -42,12 +42,15 @@ std::vector<int> SequenceNumbers(const RenderOptions& options, const Media& sequ
   return numbers;
 }
 
-/// The input that tells which frames there are: the frame where it is a sequence or a video, or
-/// else the first layer that is, a video before a sequence. Null where nothing counts.
+/// The input that tells which frames there are: the frame where it is a sequence, a stream or a
+/// video, or else the first layer that is, a video before a sequence. Null where nothing counts.
 const JobInput* CountedInput(const JobFiles& files) {
   const auto counts = [](const JobInput& input, MediaKind kind) {
     return input.media.kind == kind && (kind == MediaKind::kVideo || !input.timing.IsSet());
   };
+  if (files.frame && files.frame->media.kind == MediaKind::kStream) {
+    return &*files.frame;
+  }
   for (const MediaKind kind : {MediaKind::kVideo, MediaKind::kSequence}) {
     if (files.frame && counts(*files.frame, kind)) {
       return &*files.frame;
@@ -76,7 +79,8 @@ std::vector<int> VideoNumbers(const JobInput& video) {
 
 std::vector<int> FrameNumbers(const RenderOptions& options, const JobFiles& files) {
   const Media& output = files.output;
-  const bool outputCounts = output.kind == MediaKind::kSequence || output.kind == MediaKind::kVideo;
+  const bool outputCounts = output.kind == MediaKind::kSequence ||
+                            output.kind == MediaKind::kVideo || output.kind == MediaKind::kStream;
   if (options.frames) {
     std::vector<int> numbers = options.frames->Numbers();
     if (numbers.size() > 1 && !outputCounts) {
@@ -92,10 +96,11 @@ std::vector<int> FrameNumbers(const RenderOptions& options, const JobFiles& file
   if (counted == nullptr) {
     throw UsageError(Text(output.Name(), ": which frames? (give --frames, such as 1-240)"));
   }
-  const bool video = counted->media.kind == MediaKind::kVideo;
+  const bool stream = counted->media.kind == MediaKind::kStream;
+  const bool video = counted->media.kind == MediaKind::kVideo || stream;
   if (!outputCounts && video) {
-    throw UsageError(Text(output.Name(), ": which frame of the video? (give --frames, or an ",
-                          "output such as name.####.png)"));
+    throw UsageError(Text(output.Name(), ": which frame of the ", stream ? "stream" : "video",
+                          "? (give --frames, or an ", "output such as name.####.png)"));
   }
   if (!outputCounts) {
     throw UsageError(Text(counted->media.Name(),
@@ -122,7 +127,9 @@ Schedule::Schedule(const RenderOptions& options, const JobFiles& files)
       first_(numbers_.front()),
       last_(numbers_.back()),
       openEnd_(!options.frames && !options.part && files.frame &&
-               files.frame->media.kind == MediaKind::kVideo) {
+               (files.frame->media.kind == MediaKind::kVideo ||
+                files.frame->media.kind == MediaKind::kStream)),
+      unknownCount_(openEnd_ && files.frame->media.kind == MediaKind::kStream) {
   if (options.part) {
     numbers_ = Chosen(*options.part, numbers_);
   }

@@ -39,9 +39,9 @@ struct JobFiles {
 class Schedule {
  public:
   /// The frames of --frames, or those that the input sequence has on disk, or all of the input
-  /// video; one frame when nothing counts; of them those of --part. Throws UsageError when it
-  /// cannot be told, and
-  /// RenderError when what is on disk has holes that nobody asked to skip.
+  /// video or stream; one frame when nothing counts; of them those of --part. Throws UsageError
+  /// when it cannot be told, and RenderError when what is on disk has holes that nobody asked to
+  /// skip.
   Schedule(const RenderOptions& options, const JobFiles& files);
 
   /// Frame numbers before any was left out, by --part either; there is at least one.
@@ -49,8 +49,10 @@ class Schedule {
   int Last() const { return last_; }
   /// The frames that are to be rendered.
   const std::vector<int>& Numbers() const { return numbers_; }
-  /// Whether more frames than these may come: the frame's video goes on until it ends.
+  /// Whether more frames than these may come: the frame's video or stream goes on until it ends.
   bool HasOpenEnd() const { return openEnd_; }
+  /// How many frames there are, those that were left out among them; 0 where nobody knows.
+  std::size_t Total() const { return unknownCount_ ? 0 : numbers_.size() + leftOut_; }
   /// How many were left out.
   std::size_t LeftOut() const { return leftOut_; }
 
@@ -80,6 +82,7 @@ class Schedule {
   int first_ = 0;
   int last_ = 0;
   bool openEnd_ = false;
+  bool unknownCount_ = false;
   std::size_t leftOut_ = 0;
   std::size_t next_ = 0;
 };

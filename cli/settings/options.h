@@ -51,6 +51,7 @@ struct RenderOptions {
   std::string channels;  ///< of the frame's OpenEXR files; empty for the usual ones
   std::string format;    ///< of the output: an ending without its point, where its name has none
   bool noAlpha = false;
+  bool stream = false;  ///< pipes as frame and output carry frame after frame
   std::string saveScene;
   std::optional<PictureSize> size;
   std::optional<FrameList> frames;

@@ -11,6 +11,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "pictures/formats/formats.h"
+#include "pictures/formats/pam_header.h"
 
 namespace veltra::pictures {
 namespace {
@@ -27,18 +28,72 @@ void SwapWhereLittle(std::byte* bytes, std::size_t size) {
   }
 }
 
+/// 0 for what is no number, which no field may be.
+int NumberOf(std::string_view text) {
+  int value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return error == std::errc() && end == text.data() + text.size() && value > 0 ? value : 0;
+}
+
+/// The fields that count. Comments and the kind of tuple are passed over, since the depth tells
+/// the channels.
+struct Fields {
+  int width = 0;
+  int height = 0;
+  int depth = 0;
+  int most = 0;
+
+  void Take(std::string_view line) {
+    const std::size_t blank = line.find(' ');
+    const std::string_view name = line.substr(0, blank);
+    int* field = name == "WIDTH"    ? &width
+                 : name == "HEIGHT" ? &height
+                 : name == "DEPTH"  ? &depth
+                 : name == "MAXVAL" ? &most
+                                    : nullptr;
+    if (field != nullptr && blank != line.npos) {
+      *field = NumberOf(line.substr(blank + 1));
+    }
+  }
+};
+
+PictureInfo InfoOf(const Fields& fields) {
+  CheckPictureSize(fields.width, fields.height);
+  if (fields.depth < 1 || fields.depth > 4) {
+    throw RenderError(Text("a PAM file of ", fields.depth, " channels (expected 1 to 4)"));
+  }
+  if (fields.most != kMost8 && fields.most != kMost16) {
+    throw RenderError(Text("a PAM file with MAXVAL ", fields.most, " (expected 255 or 65535)"));
+  }
+  PictureInfo info;
+  info.format = PictureFormat::kPam;
+  info.width = fields.width;
+  info.height = fields.height;
+  info.channels = fields.depth;
+  info.stored = fields.most == kMost16 ? SampleType::kUint16 : SampleType::kUint8;
+  info.rowType = info.stored;
+  return info;
+}
+
 class PamReader : public PictureReader {
  public:
   explicit PamReader(const ByteSource& source) : source_(source) {
-    ReadHeader();
-    const std::uint64_t expected =
-        start_ + std::uint64_t{info_.RowBytes()} * static_cast<std::uint64_t>(info_.height);
+    std::string text(
+        static_cast<std::size_t>(std::min<std::uint64_t>(source_.Size(), kMostPamHeader)), '\0');
+    text.resize(source_.ReadAt(0, text.data(), text.size()));
+    const std::optional<PamHeader> header = ReadPamHeader(text);
+    if (!header) {
+      ThrowDamaged("PAM", "no usable header");
+    }
+    info_ = header->info;
+    start_ = header->bytes;
+    const std::uint64_t expected = header->FrameBytes();
     if (source_.Size() < expected) {
       source_.ThrowIfFailed();
       ThrowDamaged("PAM", "the file ends early");
     }
     if (source_.Size() > expected) {
-      throw RenderError("more follows the PAM frame (expected one frame)");
+      throw RenderError("more follows the PAM frame (--stream takes frame after frame)");
     }
   }
 
@@ -58,62 +113,6 @@ class PamReader : public PictureReader {
   }
 
  private:
-  /// The words of the header, each line's name and value; comments and the kind of tuple are
-  /// passed over, since the depth tells the channels.
-  void ReadHeader() {
-    constexpr std::size_t kMostHeader = 4096;
-    std::string text(static_cast<std::size_t>(std::min<std::uint64_t>(source_.Size(), kMostHeader)),
-                     '\0');
-    text.resize(source_.ReadAt(0, text.data(), text.size()));
-    int width = 0;
-    int height = 0;
-    int depth = 0;
-    int most = 0;
-    const std::size_t firstLine = text.find('\n');
-    std::size_t at = firstLine == text.npos ? text.size() : firstLine + 1;
-    for (;;) {
-      const std::size_t end = text.find('\n', at);
-      if (end == text.npos) {
-        ThrowDamaged("PAM", "no usable header");
-      }
-      const std::string_view line = std::string_view(text).substr(at, end - at);
-      at = end + 1;
-      const auto takes = [line](std::string_view name, int& value) {
-        if (line.starts_with(name) && line.size() > name.size() && line[name.size()] == ' ') {
-          value = NumberOf(line.substr(name.size() + 1));
-        }
-      };
-      if (line == "ENDHDR") {
-        break;
-      }
-      takes("WIDTH", width);
-      takes("HEIGHT", height);
-      takes("DEPTH", depth);
-      takes("MAXVAL", most);
-    }
-    start_ = at;
-    CheckPictureSize(width, height);
-    if (depth < 1 || depth > 4) {
-      throw RenderError(Text("a PAM file of ", depth, " channels (expected 1 to 4)"));
-    }
-    if (most != kMost8 && most != kMost16) {
-      throw RenderError(Text("a PAM file with MAXVAL ", most, " (expected 255 or 65535)"));
-    }
-    info_.format = PictureFormat::kPam;
-    info_.width = width;
-    info_.height = height;
-    info_.channels = depth;
-    info_.stored = most == kMost16 ? SampleType::kUint16 : SampleType::kUint8;
-    info_.rowType = info_.stored;
-  }
-
-  /// 0 for what is no number, which no field may be.
-  static int NumberOf(std::string_view text) {
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() && value > 0 ? value : 0;
-  }
-
   const ByteSource& source_;
   std::uint64_t start_ = 0;
 };
@@ -152,6 +151,22 @@ class PamWriter : public PictureWriter {
 };
 
 }  // namespace
+
+std::optional<PamHeader> ReadPamHeader(std::string_view text) {
+  Fields fields;
+  for (std::size_t at = kPamSignature.size();;) {
+    const std::size_t end = text.find('\n', at);
+    if (end == text.npos) {
+      return std::nullopt;
+    }
+    const std::string_view line = text.substr(at, end - at);
+    at = end + 1;
+    if (line == "ENDHDR") {
+      return PamHeader{InfoOf(fields), at};
+    }
+    fields.Take(line);
+  }
+}
 
 std::unique_ptr<PictureReader> OpenPam(const ByteSource& source) {
   return std::make_unique<PamReader>(source);
