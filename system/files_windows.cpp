@@ -56,15 +56,16 @@ int Open(const std::string& path, DWORD access, DWORD disposition, DWORD flags, 
   return number;
 }
 
-bool IsPipeName(const std::string& path) {
-  return path.size() > 4 && (path[0] == '\\' || path[0] == '/') && path[2] == '.' &&
-         (path[3] == '\\' || path[3] == '/');
+/// Pipes and other devices, which begin with "\\.\", but no file of a drive named like that.
+bool IsDeviceName(std::string path) {
+  std::replace(path.begin(), path.end(), '/', '\\');
+  return path.starts_with("\\\\.\\") && path.find(":\\") != 5;
 }
 
 }  // namespace
 
 FileStatus StatusOf(const std::string& path) {
-  if (IsPipeName(path)) {
+  if (IsDeviceName(path)) {
     return {FileKind::kOther, 0};  // to open it would be taken for a visit
   }
   const Handle handle(CreateFileW(WidePath(path).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,

@@ -5,6 +5,8 @@
 import hashlib
 import os
 import pathlib
+import shutil
+import struct
 import subprocess
 import sys
 import unittest
@@ -20,6 +22,7 @@ FILE = os.environ["VELTRA_FILE"]
 NATIVE = os.environ["VELTRA_NATIVE"]
 RUN = os.environ["VELTRA_RUN"]
 HELPER = os.environ["VELTRA_HELPER"]
+EFFECT = os.environ["VELTRA_EFFECT"]
 FAILED = 1
 USAGE = 2
 
@@ -142,6 +145,55 @@ class Names(ProgramTest):
         self.assert_frame("again.png")
         self.assert_fails(USAGE, "unexpected argument", "about", f"{self.folder}/in.png")
 
+    def test_names_that_begin_with_dots_or_like_devices(self):
+        self.put("in.png")
+        drive = "Z:" + str(self.folder).replace("/", "\\")
+        self.copy(f"/..{self.folder}/in.png", "\\\\.\\" + drive + "\\out.png")
+        self.assert_frame("out.png")
+        self.copy("//./" + drive + "/out.png", "out.png")  # over itself
+        self.assert_frame("out.png")
+
+    def test_names_on_a_file_server(self):
+        # Wine looks for its servers there.
+        server = pathlib.Path(RUN).parent / "wine/dosdevices/unc" / f"veltra-{os.getpid()}"
+        server.mkdir(parents=True)
+        self.addCleanup(shutil.rmtree, server)
+        (server / "share").symlink_to(self.folder)
+        share = f"\\\\{server.name}\\share"
+        deep = "測試\\" + "\\".join(["d" * 120] * 2)
+        self.put("in.png")
+        self.put(deep.replace("\\", "/") + "/in.png")
+        for source, target in ((f"{share}\\in.png", "o1.png"),
+                               ("in.png", f"{share}\\o2.png"),
+                               ("in.png", f"{share}\\o2.png"),
+                               (f"//{server.name}/share/in.png", f"//{server.name}/share/o3.png"),
+                               (f"\\\\?\\UNC{share[1:]}\\in.png",
+                                f"\\\\?\\UNC{share[1:]}\\o4.png"),
+                               (f"{share}\\{deep}\\in.png", f"{share}\\{deep}\\o5.png")):
+            with self.subTest(source=source, target=target):
+                self.copy(source, target)
+        for name in ("o1.png", "o2.png", "o3.png", "o4.png"):
+            self.assert_frame(name)
+        self.assert_frame(deep.replace("\\", "/") + "/o5.png")
+        self.assertFalse([name for name in self.files() if "/." in name or name.startswith(".")])
+        self.assert_fails(FAILED, "gone.png: no such file", "render", "-f", f"{share}\\gone.png",
+                          "-o", "x.png")
+
+    def test_files_over_4_gigabytes(self):
+        width, height, far = 16, 8, 5 << 30
+        tags = [(256, 3, width), (257, 3, height), (258, 3, 8), (259, 3, 1), (262, 3, 1),
+                (273, 16, far), (277, 3, 1), (278, 3, height), (279, 16, width * height)]
+        grey = np.arange(width * height, dtype=np.uint8).reshape(height, width)
+        with open(self.path("big.tif"), "wb") as file:
+            file.write(struct.pack("<2sHHHQQ", b"II", 43, 8, 0, 16, len(tags)))
+            for tag, kind, value in tags:
+                file.write(struct.pack("<HHQQ", tag, kind, 1, value))
+            file.write(struct.pack("<Q", 0))
+            file.seek(far)
+            file.write(grey.tobytes())
+        self.copy("big.tif", "out.png")
+        np.testing.assert_array_equal(pictures.read_png(self.path("out.png"))[..., 0], grey)
+
     def test_names_longer_than_260_characters(self):
         folder = "/".join(["d" * 120] * 3)
         self.put(folder + "/in.png")
@@ -167,6 +219,18 @@ class Runs(ProgramTest):
 
     def test_the_effect_is_found_beside_the_program(self):
         self.assertIn("NVT Veltra", self.run_well("about").stdout)
+
+    def test_an_effect_lies_in_a_folder_of_any_script(self):
+        (self.folder / "測試 éß").mkdir()
+        shutil.copy(EFFECT, self.folder / "測試 éß/Effect.aex")
+        effect = "測試 éß\\Effect.aex"
+        self.assertIn("NVT Veltra", self.run_well("about", "--effect", effect).stdout)
+        self.run_well("render", "--effect", effect + "::NSVeltra", "--size", "64x32", "-o",
+                      "測試 éß/out.png", "--quiet")
+        self.assertIn("測試 éß/out.png", self.files())
+        self.assert_fails(FAILED, "測試 éß\\Effect.aex", "about", "--effect", effect + "::Other")
+        self.run_well("check", "--strictness", "1", effect)
+        self.assert_fails(USAGE, "測試 éß\\Gone.aex", "check", "測試 éß\\Gone.aex")
 
     def test_exit_codes(self):
         self.assert_fails(USAGE, "unknown option", "render", "--none")
