@@ -20,6 +20,7 @@ from support import PROGRAM, ProgramTest, gradient, wait_until
 
 RUN = os.environ["VELTRA_RUN"]
 FILE = os.environ["VELTRA_FILE"]
+HELPER = os.environ["VELTRA_HELPER"]
 PRESS_KEY = os.environ["VELTRA_PRESS_KEY"]
 STAND_IN = pathlib.Path(os.environ["VELTRA_STAND_IN"])
 WITH_FFMPEG = {**os.environ, "WINEPATH": str(STAND_IN)}
@@ -135,6 +136,18 @@ class Videos(VideoTest):
             self.assert_fails(FAILED, message, "render", "-f", "in.mp4", "-o", "out.mp4", "--quiet",
                               "--video-options", "-c:v " + encoder)
             self.assertEqual(self.files(), ["in.mp4"])
+
+    def test_a_video_that_is_open_elsewhere_stays_and_is_told_of(self):
+        self.make_video()
+        (self.folder / "out.mp4").write_text("precious")
+        with subprocess.Popen([RUN, HELPER, "hold", "out.mp4"], cwd=self.folder,
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as viewer:
+            self.assertEqual(viewer.stdout.readline().strip(), "held")
+            self.assert_fails(FAILED, "out.mp4: in use by another program", "render", "-f",
+                              "in.mp4", "-o", "out.mp4", "--quiet")
+            self.assertEqual((self.folder / "out.mp4").read_text(), "precious")
+            self.assertEqual(self.files(), ["in.mp4", "out.mp4"])
+            viewer.stdin.close()
 
     def test_without_ffmpeg_videos_are_refused_in_one_line(self):
         self.make_video()
