@@ -64,10 +64,17 @@ int wmain(int count, wchar_t** values) {
   PROCESS_INFORMATION child{};
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
-  if (CreateProcessW(nullptr, AfterWords(3), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                     &child) == 0) {
+  if (CreateProcessW(nullptr, AfterWords(3), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                     nullptr, &startup, &child) == 0) {
     return Fail("CreateProcess");
   }
+  // It does not outlive us, however we end.
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  HANDLE job = CreateJobObjectW(nullptr, nullptr);
+  SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof(limits));
+  AssignProcessToJobObject(job, child.hProcess);
+  ResumeThread(child.hThread);
   SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);  // we ourselves stay
   constexpr DWORD kPatience = 20;                                   // milliseconds between looks
   bool pressed = false;
