@@ -15,6 +15,8 @@
 #include "cli/farm/ranges.h"
 #include "cli/farm/render_process.h"
 #include "cli/farm/slurm.h"
+#include "cli/farm/verify.h"
+#include "cli/job/sequence.h"
 #include "cli/video/video.h"
 #include "pictures/output_file.h"
 #include "system/interrupt.h"
@@ -82,6 +84,12 @@ double MeasureFrame(const SubmissionFolder& folder, Submission& submission, int 
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
   if (!end.trouble.empty()) {
     throw RenderError(end.trouble);
+  }
+  const std::string trouble =
+      submission.video ? "" : PictureTrouble(FileName(output).At(first), submission.expected);
+  if (!trouble.empty()) {
+    throw UsageError(Text(submission.scene, ": its frame ", first, " comes out with ", trouble,
+                          "; what changes a frame's size is for veltra render alone"));
   }
   // Whether there is alpha goes by the first frame, and is then the same in every segment.
   submission.videoAlpha = submission.video && ProbeVideo(output).format.alpha;

@@ -187,6 +187,15 @@ class OrdinaryEffects(ProgramTest):
         self.assertIn("draws beyond the frame is left out (14x8 pixels", process.stderr)
         self.assertEqual(pictures.read_png(self.path("o.png")).shape, (4, 8, 4))
 
+    def test_a_farm_takes_no_frames_that_grow(self):
+        (self.folder / "s.json").write_text(json.dumps({
+            "version": 1, "effect": GROWING, "frame": "f.png", "frames": "1-4",
+            "output": "o.#.png", "controls": {}}))
+        before = self.files()
+        self.assert_fails(USAGE, "pixels (expected 8 x 4); what changes a frame's size is for",
+                          "submit", "s.json", "--scheduler", "list", "--chunk", "2")
+        self.assertEqual(self.files(), before)
+
     def test_deeper_pictures_render_at_the_effect_s_depth_with_a_word(self):
         pictures.write_png(self.path("f.png"), np.zeros((4, 8, 4), np.uint16))
         process = self.run_well("render", "--effect", EFFECT, "-f", "f.png", "-o", "o.png")
