@@ -118,13 +118,6 @@ A_Err NoLastError(A_long size, A_char* text, A_long* number) noexcept {
   return Give(number, 0);
 }
 
-struct ProjectColor {
-  A_FpLong alpha;
-  A_FpLong red;
-  A_FpLong green;
-  A_FpLong blue;
-};
-
 constexpr ProjectColor kBlack{1, 0, 0, 0};
 
 /// Colours of palettes that there are none of.

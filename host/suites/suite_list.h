@@ -11,6 +11,14 @@
 
 namespace veltra::host {
 
+/// A colour as the suites of a project have it, each part 0 to 1.
+struct ProjectColor {
+  A_FpLong alpha;
+  A_FpLong red;
+  A_FpLong green;
+  A_FpLong blue;
+};
+
 /// Whether an older host has a suite.
 enum class Age { kOld, kNewer };
 
