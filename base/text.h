@@ -35,6 +35,21 @@ inline std::string ReasonText(int failure) {
   return text;
 }
 
+/// Line breaks and other control characters, runs of them as one, become spaces; none at the ends.
+inline std::string OneLine(std::string_view text) {
+  std::string line;
+  for (const char c : text) {
+    const bool breaks = static_cast<unsigned char>(c) < ' ' || c == ' ';
+    if (!breaks) {
+      line.push_back(c);
+    } else if (!line.empty() && line.back() != ' ') {
+      line.push_back(' ');
+    }
+  }
+  line.erase(line.find_last_not_of(' ') + 1);
+  return line;
+}
+
 /// A quantity of something: "1 frame", "2 frames".
 inline std::string Count(std::size_t number, std::string_view thing) {
   return Text(number, " ", thing, number == 1 ? "" : "s");

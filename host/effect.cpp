@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "base/text.h"
 #include "host/base/error_names.h"
 #include "host/session/arbitrary_values.h"
 #include "host/session/control_declaration.h"
@@ -20,9 +21,7 @@ std::string Refusal(const EffectLibrary& library, const char* command, PF_Err er
                     const Session& session) {
   std::string text = std::string("the effect failed in ") + command + ": ";
   text += session.ThrewException() ? "an exception escaped from it" : ErrorName(error);
-  if (!session.Message().empty()) {
-    text += " (" + session.Message() + ")";
-  }
+  text += session.MessageInBrackets();
   if (const std::string missing = MissingText(session.accounts.MissingSoFar()); !missing.empty()) {
     text += "; " + missing;
   }
@@ -260,7 +259,9 @@ bool Effect::SupportsDepth(Depth depth) const {
 Expected<std::string> Effect::About() const {
   std::string message;
   if (const PF_Err error = Send(PF_Cmd_ABOUT, &message)) {
-    return Failure{"the effect failed in ABOUT: " + ErrorName(error)};
+    const std::string line = OneLine(message);
+    return Failure{"the effect failed in ABOUT: " + ErrorName(error) +
+                   (line.empty() ? "" : " (" + line + ")")};
   }
   return message;
 }

@@ -216,11 +216,8 @@ template <class Indices>
 bool FrameSequence::TellEach(const Indices& indices, Take take) {
   return std::all_of(indices.begin(), indices.end(), [&](PF_ParamIndex index) {
     PF_UserChangedParamExtra extra{index};
-    session_.hasUserChange = true;
-    const bool done = !IsSupervised(index) ||
-                      SendChangeable(PF_Cmd_USER_CHANGED_PARAM, "USER_CHANGED_PARAM", &extra, take);
-    session_.hasUserChange = false;
-    return done;
+    return !IsSupervised(index) ||
+           SendChangeable(PF_Cmd_USER_CHANGED_PARAM, "USER_CHANGED_PARAM", &extra, take);
   });
 }
 

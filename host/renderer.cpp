@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <utility>
 
@@ -139,6 +140,7 @@ class FrameRender : private FrameCommands {
         sequence_(effect, settings, session_, *this),
         region_(settings.region.value_or(session_.FrameRect())) {
     session_.input = settings.input;
+    session_.readInput = [this] { return ReadInput(); };
   }
 
   RenderResult Run() {
@@ -180,7 +182,7 @@ class FrameRender : private FrameCommands {
       const std::string answer =
           session_.ThrewException() ? "an exception escaped from it" : ErrorName(error);
       Fail(error, std::string("the effect failed in ") + name + ": " + answer +
-                      (missing.empty() ? "" : "; " + missing));
+                      session_.MessageInBrackets() + (missing.empty() ? "" : "; " + missing));
     }
     return error == PF_Err_NONE && hostFailure.empty();
   }
@@ -262,7 +264,11 @@ class FrameRender : private FrameCommands {
 
   /// Has the frame read, where that was left until it is needed; reports what prevents it.
   bool ReadInput() override {
-    if (!settings_.readInput || inputIsRead_) {
+    if (!settings_.readInput) {
+      return true;
+    }
+    const std::lock_guard lock(readMutex_);
+    if (inputIsRead_) {
       return true;
     }
     const Expected<const World*> read = settings_.readInput();
@@ -369,6 +375,13 @@ class FrameRender : private FrameCommands {
     return true;
   }
 
+  /// Where the input's first pixel lies in the output, as effects align the two by it.
+  void SetSmartOrigin(const PF_LRect& output) {
+    const PF_LRect input = session_.checkouts.FirstOf(0);
+    session_.InData().output_origin_x = IsEmpty(input) ? 0 : input.left - output.left;
+    session_.InData().output_origin_y = IsEmpty(input) ? 0 : input.top - output.top;
+  }
+
   void SmartRender(const PF_PreRenderOutput& answer) {
     const PF_LRect& rect = result_.resultRect;
     const bool extraPixels = !Contains(region_, rect);
@@ -379,6 +392,7 @@ class FrameRender : private FrameCommands {
     }
     if (!IsEmpty(rect)) {
       session_.outputView = WriteableView(canvas, rect);
+      SetSmartOrigin(rect);
       PF_SmartRenderInput input{};
       input.output_request = Request();
       input.bitdepth = BitDepth(settings_.depth);
@@ -593,7 +607,8 @@ class FrameRender : private FrameCommands {
   Session session_;
   FrameSequence sequence_;
   PF_LRect region_;
-  bool inputIsRead_ = false;
+  std::mutex readMutex_;
+  bool inputIsRead_ = false;  // guarded by readMutex_, as session_.input while a command runs
   RenderResult result_;
 
   // Of classic render.

@@ -286,7 +286,7 @@ RenderedFrame FrameRenderer::Render(int frame, const FrameInputs& inputs,
     rendered.warnings.push_back(std::move(violation.text));
   }
   if (!result.effectMessage.empty()) {
-    rendered.warnings.push_back(Text("the effect says: ", result.effectMessage));
+    rendered.warnings.push_back(Text("the effect says: ", OneLine(result.effectMessage)));
   }
   return rendered;
 }

@@ -61,6 +61,14 @@ bool LayerCheckouts::Return(A_long id) {
   return false;
 }
 
+PF_LRect LayerCheckouts::FirstOf(PF_ParamIndex index) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = std::find_if(entries_.begin(), entries_.end(), [index](const Entry& entry) {
+    return entry.checkout.request.index == index && !IsEmpty(entry.checkout.request.rect);
+  });
+  return found != entries_.end() ? found->checkout.request.rect : PF_LRect{0, 0, 0, 0};
+}
+
 bool LayerCheckouts::OutputMayFollow() const {
   const std::lock_guard lock(mutex_);
   return anyHandedOut_ || entries_.empty();

@@ -44,6 +44,9 @@ class LayerCheckouts {
   /// Takes pixels back; false where none are out under that id.
   bool Return(A_long id);
 
+  /// What was granted first of a parameter's layer, apart from nothing; empty for none.
+  PF_LRect FirstOf(PF_ParamIndex index) const;
+
   /// Whether the output may be handed out: some layer has been, or none was requested.
   bool OutputMayFollow() const;
 

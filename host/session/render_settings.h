@@ -44,10 +44,10 @@ struct RenderSettings {
   /// The frame under the effect, DownsampledLength(width) x DownsampledLength(height) pixels;
   /// null is a transparent one.
   const World* input = nullptr;
-  /// Where given, takes the place of `input`: called once, on the rendering thread, when the
-  /// effect has asked for pixels of the frame or hears of what somebody set or pressed, and never
-  /// otherwise. Null is a transparent
-  /// frame; a failure ends the render with its text. The world must live as long as the render.
+  /// Where given, takes the place of `input`: called once, on any thread, when the effect has asked
+  /// for pixels of the frame or hears of what somebody set or pressed, and never otherwise. Null is
+  /// a transparent frame; a failure ends the render with its text. The world must live as long as
+  /// the render.
   std::function<Expected<const World*>()> readInput;
   /// Layers for layer controls, by control index; null is no layer, and absent the default, which
   /// is no layer or the frame under the effect.

@@ -9,6 +9,7 @@
 #include <limits>
 #include <utility>
 
+#include "base/text.h"
 #include "host/pixels/world_view.h"
 #include "host/session/arbitrary_values.h"
 
@@ -20,6 +21,12 @@ thread_local Session* currentSession = nullptr;
 std::string TextOf(const A_char (&text)[kHostMessageCapacity]) {
   return {text,
           static_cast<std::size_t>(std::find(text, text + kHostMessageCapacity, '\0') - text)};
+}
+
+/// A time in units of a second that all common frame rates and time scales divide.
+std::int64_t UnitsOf(A_long time, A_u_long scale) {
+  constexpr std::int64_t kUnits = 705600000;
+  return std::int64_t{time} * kUnits / scale;
 }
 
 /// Commands that may come on several threads at once.
@@ -168,6 +175,11 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
   return error;
 }
 
+std::string Session::MessageInBrackets() const {
+  const std::string line = OneLine(TextOf(outData_.return_msg));
+  return line.empty() ? line : " (" + line + ")";
+}
+
 /// What effects leave alone must mean "as it was".
 void Session::PrefillOutData(PF_Cmd command) {
   if (command == PF_Cmd_FRAME_SETUP) {
@@ -245,14 +257,15 @@ bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_Par
     const ControlDeclaration& control = context_.controls[static_cast<std::size_t>(index - 1)];
     if (control.HasValue()) {
       SetValue(control, ValueAt(control, time, scale), param);
+    } else if (control.type == PF_Param_PATH) {
+      param.u.path_d.path_id = 0;  // no layer has a mask
     }
     return true;
   }
   param.param_type = PF_Param_LAYER;
   param.u.ld = PF_LayerDef{};
   const World* world = nullptr;
-  const bool hasPixels = settings_->mode == RenderMode::kClassic || hasUserChange;
-  if (hasPixels && LayerWorldAt(index, time, scale, world) && world != nullptr) {
+  if (LayerWorldAt(index, time, scale, world) && world != nullptr) {
     param.u.ld =
         LayerView(*world, {world->OriginX(), world->OriginY(), world->OriginX() + world->Width(),
                            world->OriginY() + world->Height()});
@@ -433,6 +446,18 @@ ControlFingerprint Session::FingerprintOf(PF_ParamIndex index, A_long time, A_u_
   return print;
 }
 
+ControlFingerprint Session::IdentityOf(PF_ParamIndex index, A_long time, A_u_long scale) {
+  if (!IsLayer(index)) {
+    return FingerprintOf(index, time, scale);
+  }
+  const bool changes = settings_->layerAt && scale != 0;
+  const std::int64_t when =
+      changes ? UnitsOf(time, scale) : UnitsOf(settings_->currentTime, settings_->timeScale);
+  const auto chosen = settings_->layers.find(index);
+  const void* image = chosen != settings_->layers.end() ? chosen->second : nullptr;
+  return {static_cast<std::uint64_t>(when), reinterpret_cast<std::uintptr_t>(image)};
+}
+
 // ---- What the host itself could not do ----
 
 void Session::FailWith(const std::string& reason) {
@@ -484,13 +509,12 @@ bool Session::IsOfFrame(PF_ParamIndex index, A_long time, A_u_long scale) const 
 
 bool Session::LayerWorldAt(PF_ParamIndex index, A_long time, A_u_long scale, const World*& world) {
   if (!settings_->layerAt || IsCurrentTime(time, scale)) {
-    world = LayerWorld(index);
-    return true;
+    const bool ready = !readInput || !IsOfFrame(index, time, scale) || readInput();
+    world = ready ? LayerWorld(index) : nullptr;
+    return ready;
   }
-  // All common frame rates and time scales divide this many units of a second.
-  constexpr std::int64_t kUnits = 705600000;
   const std::lock_guard lock(otherLayersMutex_);
-  auto& kept = otherLayers_[{index, std::int64_t{time} * kUnits / scale}];
+  auto& kept = otherLayers_[{index, UnitsOf(time, scale)}];
   if (kept == nullptr) {
     auto read = settings_->layerAt(index, time, scale);
     if (!read) {

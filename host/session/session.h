@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <list>
 #include <map>
 #include <memory>
@@ -82,7 +83,10 @@ class Session {
 
   PF_InData& InData() { return inData_; }
   const PF_OutData& OutData() const { return outData_; }
+  /// What the effect wants shown: the last message of all commands.
   const std::string& Message() const { return message_; }
+  /// The message that the last command left, in one line, in brackets after a space; mostly empty.
+  std::string MessageInBrackets() const;
   void SetSequenceData(PF_Handle data) { inData_.sequence_data = data; }
   /// The sequence data, also where the in-data does not show it.
   PF_Handle ConstSequenceData() const {
@@ -129,14 +133,15 @@ class Session {
   // ---- Parameters ----
 
   A_long ParamCount() const { return static_cast<A_long>(context_.controls.size()) + 1; }
-  /// The definition of a parameter with its value at a time. Layers have no pixels in the commands
-  /// of smart render, where they come another way. False where there is no such parameter. Safe on
-  /// many threads.
+  /// The definition of a parameter with its value at a time. False where there is no such
+  /// parameter. Safe on many threads.
   bool FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_ParamDef& param);
   bool IsLayer(PF_ParamIndex index) const;
   /// What a parameter's value at a time is recognised by; of layers the image. Safe on many
   /// threads.
   ControlFingerprint FingerprintOf(PF_ParamIndex index, A_long time, A_u_long scale);
+  /// The same without reading an image: layers that change with time differ from time to time.
+  ControlFingerprint IdentityOf(PF_ParamIndex index, A_long time, A_u_long scale);
   /// Fills a parameter for a command in which the effect may change it: its own copy of arbitrary
   /// data, layers without pixels.
   bool FillChangeable(PF_ParamIndex index, PF_ParamDef& param);
@@ -144,9 +149,6 @@ class Session {
   void TakeChangedValue(PF_ParamIndex index, const PF_ParamDef& param);
   /// Gives back what FillChangeable copied.
   void DisposeChangeable();
-  /// The effect hears of what somebody set or pressed: layers have pixels then, in smart render
-  /// too. Written between commands.
-  bool hasUserChange = false;
   /// Values that the effect has changed; written between commands.
   std::map<PF_ParamIndex, ControlValue> changedValues;
   /// Has the effect dispose of the values that were made for this session; the last command but the
@@ -164,8 +166,12 @@ class Session {
   // ---- Layers: safe on many threads ----
 
   PF_LRect FrameRect() const;
-  /// The frame under the effect, null for a transparent one; written between commands.
+  /// The frame under the effect, null for a transparent one; written between commands and by
+  /// `readInput`.
   const World* input = nullptr;
+  /// Where given, has the frame under the effect read before it is used; false where it could not
+  /// be. Called on many threads.
+  std::function<bool()> readInput;
   /// The borrowed image of a layer parameter at the current time; null for none.
   const World* LayerWorld(PF_ParamIndex index) const;
   /// The same at any time; lives as long as the session. False, and the reason noted, where it

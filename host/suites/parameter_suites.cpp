@@ -62,8 +62,7 @@ bool IsWanted(const Session& session, PF_ParamIndex wanted, PF_ParamIndex index)
 }
 
 void MixValue(Session& session, PF_ParamIndex index, A_long time, StateHash& hash) {
-  const ControlFingerprint print =
-      session.FingerprintOf(index, time, session.Settings()->timeScale);
+  const ControlFingerprint print = session.IdentityOf(index, time, session.Settings()->timeScale);
   for (const std::uint64_t word : print) {
     hash.Mix(word);
   }

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <mutex>
 
+#include "host/pixels/transfer.h"
+#include "host_api/suites.h"
 #include "images.h"
 #include "linked_effect.h"
 
@@ -590,6 +592,130 @@ TEST(OrdinaryEffects, KeepTheBorderThatTheyDrawAroundTheFrameInSmartRender) {
   const RenderResult plane = RenderFrame(*effect, settings);
   EXPECT_EQ(plane.output.Width(), 6) << "out of all proportion";
   EXPECT_EQ(plane.maxResultRect.right, 20006) << "but told";
+}
+
+TEST(OrdinaryEffects, AlignInputAndOutputByTheOutputsOriginInSmartRenderToo) {
+  const auto effect = LoadScripted([](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**,
+                                      PF_LayerDef*, void* extra) -> PF_Err {
+    if (cmd != PF_Cmd_SMART_RENDER) {
+      return AnswerGrowing(cmd, in, out, extra, 2);
+    }
+    auto* render = static_cast<PF_SmartRenderExtra*>(extra);
+    PF_EffectWorld* input = nullptr;
+    PF_EffectWorld* output = nullptr;
+    render->cb->checkout_layer_pixels(in->effect_ref, 0, &input);
+    render->cb->checkout_output(in->effect_ref, &output);
+    const PF_Point origin{in->output_origin_x, in->output_origin_y};
+    return in->utils->iterate_origin(
+        in, 0, 0, input, nullptr, &origin, nullptr,
+        [](void*, A_long, A_long, PF_Pixel8* from, PF_Pixel8* to) -> PF_Err {
+          *to = *from;
+          return PF_Err_NONE;
+        },
+        output);
+  });
+  ASSERT_NE(effect, nullptr);
+  const World input = RandomWorld<PF_Pixel8>(6, 4, 3);
+  RenderSettings settings = FrameOf(6, 4);
+  settings.input = &input;
+  settings.wholeOutput = true;
+  const RenderResult grown = RenderFrame(*effect, settings);
+  ASSERT_EQ(grown.output.Width(), 10) << grown.errorText;
+  const PF_EffectWorld inside = grown.output.View({0, 0, 6, 4});
+  World cut = MakeWorld(6, 4, Depth::k8);
+  PF_EffectWorld to = cut.View();
+  ASSERT_EQ(CopyWorld(inside, nullptr, to, nullptr, true), PF_Err_NONE);
+  EXPECT_EQ(FirstDifference<PF_Pixel8>(input, cut), "");
+  settings.region = PF_LRect{2, 1, 5, 4};
+  const RenderResult part = RenderFrame(*effect, settings);
+  EXPECT_EQ(part.output.Row<PF_Pixel8>(0)[0].red, input.Row<PF_Pixel8>(1)[2].red);
+}
+
+TEST(OrdinaryEffects, TellByTheirPixelsWhichLayersAreChosenInSmartRenderToo) {
+  std::string seen;
+  const auto effect = LoadScripted(
+      [&](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void*) {
+        if (cmd == PF_Cmd_GLOBAL_SETUP) {
+          out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+        } else if (cmd == PF_Cmd_PARAMS_SETUP) {
+          AddControl(in, PF_Param_LAYER, [](PF_ParamDef& p) { p.u.ld.dephault = 0; });
+          out->num_params = 2;
+        } else if (cmd == PF_Cmd_SMART_PRE_RENDER) {
+          for (const PF_ParamIndex index : {0, 1}) {
+            PF_ParamDef layer{};
+            in->inter.checkout_param(in->effect_ref, index, 0, 1, 1, &layer);
+            seen += layer.u.ld.data != nullptr ? std::to_string(layer.u.ld.width) + " " : "none ";
+          }
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const World input = MakeWorld(6, 4, Depth::k8);
+  const World layer = MakeWorld(3, 2, Depth::k8);
+  RenderSettings settings = FrameOf(6, 4);
+  int reads = 0;
+  settings.readInput = [&]() -> Expected<const World*> {
+    ++reads;
+    return &input;
+  };
+  ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(seen, "6 none ");
+  EXPECT_EQ(reads, 1);
+  settings.layers[1] = &layer;
+  ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
+  EXPECT_EQ(seen, "6 none 6 3 ");
+}
+
+TEST(OrdinaryEffects, HaveNoPathWhatTheyDeclareAndTheirWordsInTheError) {
+  A_u_long path = 9;
+  const auto effect = LoadScripted([&](PF_Cmd cmd, PF_InData* in, PF_OutData* out,
+                                       PF_ParamDef** params, PF_LayerDef*, void*) -> PF_Err {
+    if (cmd == PF_Cmd_PARAMS_SETUP) {
+      AddControl(in, PF_Param_PATH, [](PF_ParamDef& p) { p.u.path_d = {7, 0, 1}; });
+      out->num_params = 2;
+    } else if (cmd == PF_Cmd_RENDER) {
+      path = params[1]->u.path_d.path_id;
+      std::strcpy(out->return_msg, "No table.\rCannot go on.\n");
+      return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    return PF_Err_NONE;
+  });
+  ASSERT_NE(effect, nullptr);
+  const RenderResult result = RenderFrame(*effect, FrameOf(4, 4, RenderMode::kClassic));
+  EXPECT_EQ(path, 0U);
+  EXPECT_NE(result.errorText.find("(No table. Cannot go on.)"), std::string::npos)
+      << result.errorText;
+}
+
+TEST(OrdinaryEffects, GetAStateOfTheirLayersThatReadsNoneOfThem) {
+  std::vector<PF_State> states;
+  const auto effect = LoadScripted(
+      [&](PF_Cmd cmd, PF_InData* in, PF_OutData*, PF_ParamDef**, PF_LayerDef*, void*) -> PF_Err {
+        if (cmd == PF_Cmd_SEQUENCE_SETUP || cmd == PF_Cmd_RENDER) {
+          const void* table = nullptr;
+          in->pica_basicP->AcquireSuite("PF Param Utils Suite", 3, &table);
+          const auto* suite = static_cast<const PF_ParamUtilsSuite3*>(table);
+          return suite->PF_GetCurrentState(in->effect_ref, -2, nullptr, nullptr,
+                                           &states.emplace_back());
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  const World input = MakeWorld(6, 4, Depth::k8);
+  RenderSettings settings = FrameOf(6, 4, RenderMode::kClassic);
+  settings.totalTime = 100;
+  settings.readInput = [&]() -> Expected<const World*> { return &input; };
+  int reads = 0;
+  settings.layerAt = [&](PF_ParamIndex, A_long,
+                         A_u_long) -> Expected<std::shared_ptr<const World>> {
+    ++reads;
+    return Failure{"it cannot be read"};
+  };
+  const RenderResult result = RenderFrame(*effect, settings);
+  EXPECT_TRUE(result.Ok()) << result.errorText;
+  EXPECT_EQ(reads, 0);
+  ASSERT_EQ(states.size(), 2U);
+  EXPECT_EQ(std::memcmp(&states[0], &states[1], sizeof states[0]), 0) << "nothing has changed";
 }
 
 }  // namespace
