@@ -21,13 +21,25 @@ bool WantsToHearOf(const ControlDeclaration& control) {
          (control.HasValue() || control.type == PF_Param_BUTTON);
 }
 
+/// A host shows an error of UPDATE_PARAMS_UI and renders.
+void CheckUpdated(TestRun& run, const host::RenderResult& result) {
+  for (const host::Violation& broken : result.diagnostics.violations) {
+    if (broken.rule == host::Rule::kUpdateFailed) {
+      run.SkipIfNeeded(result.diagnostics.missing);
+      run.FailStep(broken.text, Shown::kDialog);
+    }
+  }
+}
+
 /// The same change, twice: no error, the same picture, and nothing left behind.
 void CheckChange(TestRun& run, const Effect& effect, const RenderSettings& settings,
                  std::string_view what) {
   run.Step(Text(Describe(settings), ", ", what));
   const int handles = effect.Holdings()->handles;
   const int worlds = effect.Holdings()->worlds;
-  const World first = RenderChecked(run, effect, settings).output;
+  const host::RenderResult result = RenderChecked(run, effect, settings);
+  CheckUpdated(run, result);
+  const World& first = result.output;
   ComparePictures(run, "the same change makes another picture",
                   RenderChecked(run, effect, settings).output, first);
   if (effect.Holdings()->handles > handles || effect.Holdings()->worlds > worlds) {

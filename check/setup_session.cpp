@@ -27,6 +27,8 @@ bool SameControl(const ControlDeclaration& a, const ControlDeclaration& b) {
 host::SessionContext SetupContext(const host::EffectLibrary& library, PF_Handle globalData) {
   host::SessionContext context{host::Tables(), kNoControls, globalData};
   context.host = &library.Host();
+  context.libraryPath = library.Path();
+  context.libraryModule = library.Module();
   return context;
 }
 

@@ -216,18 +216,17 @@ template <class Indices>
 bool FrameSequence::TellEach(const Indices& indices, Take take) {
   return std::all_of(indices.begin(), indices.end(), [&](PF_ParamIndex index) {
     PF_UserChangedParamExtra extra{index};
-    return !IsSupervised(index) ||
-           SendChangeable(PF_Cmd_USER_CHANGED_PARAM, "USER_CHANGED_PARAM", &extra, take);
+    return !IsSupervised(index) || SendChangeable(PF_Cmd_USER_CHANGED_PARAM, &extra, take);
   });
 }
 
 bool FrameSequence::TellToUpdate() {
   return (effect_.OutFlags() & PF_OutFlag_SEND_UPDATE_PARAMS_UI) == 0 ||
-         SendChangeable(PF_Cmd_UPDATE_PARAMS_UI, "UPDATE_PARAMS_UI", nullptr, Take::kNone);
+         SendChangeable(PF_Cmd_UPDATE_PARAMS_UI, nullptr, Take::kNone);
 }
 
 /// Sends a command with parameters that the effect may change.
-bool FrameSequence::SendChangeable(PF_Cmd command, const char* name, void* extra, Take take) {
+bool FrameSequence::SendChangeable(PF_Cmd command, void* extra, Take take) {
   std::vector<PF_ParamDef> params(static_cast<std::size_t>(session_.ParamCount()));
   std::vector<PF_ParamDef*> pointers;
   bool done = true;
@@ -240,7 +239,9 @@ bool FrameSequence::SendChangeable(PF_Cmd command, const char* name, void* extra
     }
   }
   pointers.push_back(nullptr);
-  done = done && commands_.Send(command, name, pointers.data(), extra);
+  done = done && (command == PF_Cmd_UPDATE_PARAMS_UI
+                      ? commands_.SendUpdate(pointers.data())
+                      : commands_.Send(command, "USER_CHANGED_PARAM", pointers.data(), extra));
   const SessionScope scope(&session_);
   for (PF_ParamIndex index = 1; done && index < session_.ParamCount(); ++index) {
     const PF_ParamDef& param = params[static_cast<std::size_t>(index)];

@@ -19,6 +19,9 @@ class FrameCommands {
   virtual ~FrameCommands() = default;
   /// Sends a command; a failure becomes the frame's.
   virtual bool Send(PF_Cmd command, const char* name, PF_ParamDef** params, void* extra) = 0;
+  /// The same for UPDATE_PARAMS_UI: a failure is told and ends no frame, since pictures do not
+  /// depend on what the controls look like.
+  virtual bool SendUpdate(PF_ParamDef** params) = 0;
   /// Makes this the frame's failure, unless it has one already.
   virtual void Fail(PF_Err error, const std::string& text) = 0;
   /// Has the frame read; what prevents it becomes the frame's failure.
@@ -56,7 +59,7 @@ class FrameSequence {
   template <class Indices>
   bool TellEach(const Indices& indices, Take take);
   bool TellToUpdate();
-  bool SendChangeable(PF_Cmd command, const char* name, void* extra, Take take);
+  bool SendChangeable(PF_Cmd command, void* extra, Take take);
   void TakeChange(PF_ParamIndex index, const PF_ParamDef& param, Take take);
 
   // Sequences are set up one at a time, whichever effects they are of.

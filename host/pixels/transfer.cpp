@@ -243,12 +243,15 @@ PF_Err FillWorld(const PF_Pixel8* color, const PF_LRect* rect, PF_EffectWorld& w
 template <class Pixel>
 PF_Err FillSameDepth(const Pixel* color, const PF_LRect* rect, PF_EffectWorld& world,
                      const RowWork& work) {
+  if (color == nullptr) {
+    return FillWorld(nullptr, rect, world, work);
+  }
   if (DepthOf(world) != kDepthOf<Pixel> || !IsReadableAs(world, A_long{sizeof(Pixel)})) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   const PF_LRect bounds = BoundsOf(world);
   const PF_LRect part = rect != nullptr ? Intersection(*rect, bounds) : bounds;
-  return FillPart(color != nullptr ? *color : Pixel{}, part, world, work);
+  return FillPart(*color, part, world, work);
 }
 
 template PF_Err FillSameDepth(const PF_Pixel16*, const PF_LRect*, PF_EffectWorld&, const RowWork&);

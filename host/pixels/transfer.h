@@ -16,7 +16,7 @@ namespace veltra::host {
 /// cannot be written.
 PF_Err FillWorld(const PF_Pixel8* color, const PF_LRect* rect, PF_EffectWorld& world,
                  const RowWork& work = {});
-/// The same with a colour of the world's own depth; PF_Err_BAD_CALLBACK_PARAM for another depth.
+/// The same with a colour of the world's own depth; PF_Err_BAD_CALLBACK_PARAM for one of another.
 template <class Pixel>
 PF_Err FillSameDepth(const Pixel* color, const PF_LRect* rect, PF_EffectWorld& world,
                      const RowWork& work = {});

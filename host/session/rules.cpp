@@ -48,6 +48,8 @@ std::string RuleText(Rule rule) {
       return "pre-render data has no delete function and is no handle, so it stays allocated";
     case Rule::kLiveSequenceAnswered:
       return "GET_FLATTENED_SEQUENCE_DATA was answered with the live data instead of a copy";
+    case Rule::kUpdateFailed:
+      return "the effect failed in UPDATE_PARAMS_UI";
     case Rule::kSuiteKept:
       return "a suite was not released";
     case Rule::kSuiteOverReleased:

@@ -28,6 +28,8 @@ enum class Rule {
   kForeignHandle,            ///< a handle or world given back that is none of this host's
   kLiveSequenceAnswered,     ///< the live sequence data given where a flat copy was asked for
 
+  kUpdateFailed,  ///< an error in UPDATE_PARAMS_UI, which changes no picture
+
   kSuiteKept,          ///< acquired more often than released
   kSuiteOverReleased,  ///< released more often than acquired
   kParametersUneven,   ///< parameters taken and returned

@@ -4,9 +4,12 @@
 // without a project: one layer that covers one composition, no camera, no masks, no scripting.
 // Results are written even where a function refuses, since effects use them at once.
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <string>
+#include <utility>
 
 #include "host/suites/callback.h"
 #include "host/suites/suite_list.h"
@@ -22,8 +25,34 @@ char layerToken;
 char compToken;
 char itemToken;
 
-A_Err Refuse() noexcept {
+/// Notes what was called in vain, so that an effect which cannot do without it is not blamed.
+A_Err NotHere(const std::string& what) noexcept {
+  Guarded([&]() -> PF_Err {
+    if (Session* session = Session::Current()) {
+      session->accounts.Missing(what);
+    }
+    return PF_Err_NONE;
+  });
   return A_Err_GENERIC;
+}
+
+/// A suite as effects ask for it; a template's argument.
+template <std::size_t kLength>
+struct SuiteName {
+  char text[kLength] = {};
+  A_long version = 0;
+  // NOLINTNEXTLINE(google-explicit-constructor): a literal stands for it
+  constexpr SuiteName(const char (&name)[kLength], A_long asked) : version(asked) {
+    std::copy_n(name, kLength, text);
+  }
+};
+
+template <SuiteName kSuite, std::size_t kSlot>
+A_Err Refuse() noexcept {
+  return Guarded([]() -> PF_Err {
+    return NotHere("slot " + std::to_string(kSlot) + " of the suite \"" + kSuite.text +
+                   "\" version " + std::to_string(kSuite.version));
+  });
 }
 
 template <class Value>
@@ -40,11 +69,16 @@ PF_AnyFn Any(Function function) {
   return reinterpret_cast<PF_AnyFn>(function);
 }
 
-/// A table whose slots all return A_Err; what is not filled refuses.
-template <std::size_t kSlots>
+/// A table whose slots all return A_Err; what is not filled refuses by its number.
+template <SuiteName kSuite, std::size_t kSlots>
 struct ErrTable {
-  std::array<PF_AnyFn, kSlots> slots;
-  ErrTable() { slots.fill(Any(&Refuse)); }
+  std::array<PF_AnyFn, kSlots> slots = Refusing(std::make_index_sequence<kSlots>());
+
+ private:
+  template <std::size_t... kSlot>
+  static std::array<PF_AnyFn, kSlots> Refusing(std::index_sequence<kSlot...>) {
+    return {Any(&Refuse<kSuite, kSlot>)...};
+  }
 };
 
 /// The frame of the session at work; null outside of a render.
@@ -134,17 +168,17 @@ A_Err NoTextColor(PF_Boolean* defined, ProjectColor* color) noexcept {
 A_Err RunNoScript(A_long, const A_char*, PF_Boolean, PF_Handle* result, PF_Handle* error) noexcept {
   Give<PF_Handle>(result, nullptr);
   Give<PF_Handle>(error, nullptr);
-  return A_Err_GENERIC;
+  return NotHere("AEGP_ExecuteScript");
 }
 
 A_Err NoPlatformRef(A_long, void** out) noexcept {
   Give<void*>(out, nullptr);
-  return A_Err_GENERIC;
+  return NotHere("AEGP_GetPluginPlatformRef");
 }
 
 A_Err NoPaths(A_long, A_u_long, PF_Handle* out) noexcept {
   Give<PF_Handle>(out, nullptr);
-  return A_Err_GENERIC;
+  return NotHere("AEGP_GetPluginPaths");
 }
 
 /// Where the functions of the utility suite begin that both versions have in one order.
@@ -156,8 +190,7 @@ struct UtilitySlots {
 
 /// From the undo group on the versions do not differ.
 template <std::size_t kSlots>
-void FillUtility(ErrTable<kSlots>& table, const UtilitySlots& at) {
-  auto& slots = table.slots;
+void FillUtility(std::array<PF_AnyFn, kSlots>& slots, const UtilitySlots& at) {
   slots[0] = Any(&TakeReport);
   slots[at.versions] = slots[at.versions + 1] = Any(&NoVersion);
   slots[at.quietErrors] = Any(&StartQuietErrors);
@@ -177,8 +210,8 @@ void FillUtility(ErrTable<kSlots>& table, const UtilitySlots& at) {
 
 const void* Utility7() {
   static const auto* table = [] {
-    auto* made = new ErrTable<25>;
-    FillUtility(*made, {1, 3, 5});
+    auto* made = new ErrTable<SuiteName{"AEGP Utility Suite", 7}, 25>;
+    FillUtility(made->slots, {1, 3, 5});
     return made;
   }();
   return table->slots.data();
@@ -186,8 +219,8 @@ const void* Utility7() {
 
 const void* Utility13() {
   static const auto* table = [] {
-    auto* made = new ErrTable<33>;
-    FillUtility(*made, {2, 4, 7});
+    auto* made = new ErrTable<SuiteName{"AEGP Utility Suite", 13}, 33>;
+    FillUtility(made->slots, {2, 4, 7});
     made->slots[1] = Any(&TakeUnicodeReport);
     made->slots[6] = Any(&NoLastError);
     made->slots[27] = Any(&SayNo);  // IsScriptingAvailable
@@ -209,7 +242,7 @@ A_Err GetEffectLayer(PF_ProgPtr, Token* layer) noexcept {
 
 A_Err GetNewEffect(A_long, PF_ProgPtr, Token* effect) noexcept {
   Give<Token>(effect, nullptr);
-  return A_Err_GENERIC;
+  return NotHere("AEGP_GetNewEffectForEffect");
 }
 
 A_Err EffectToCompTime(PF_ProgPtr, A_long time, A_u_long scale, A_Time* out) noexcept {
@@ -233,12 +266,12 @@ A_Err GetEffectCameraMatrix(PF_ProgPtr, const A_Time*, Matrix4* matrix, A_FpLong
   Give(distance, 0.0);
   Give(width, static_cast<A_short>(frame != nullptr ? frame->width : 0));
   Give(height, static_cast<A_short>(frame != nullptr ? frame->height : 0));
-  return A_Err_GENERIC;
+  return NotHere("AEGP_GetEffectCameraMatrix");
 }
 
 const void* PfInterface() {
   static const auto* table = [] {
-    auto* made = new ErrTable<5>;
+    auto* made = new ErrTable<SuiteName{"AEGP PF Interface Suite", 1}, 5>;
     made->slots = {Any(&GetEffectLayer), Any(&GetNewEffect), Any(&EffectToCompTime),
                    Any(&GetEffectCamera), Any(&GetEffectCameraMatrix)};
     return made;
@@ -269,10 +302,10 @@ A_Err GetLayerToWorld(Token, const A_Time*, Matrix4* matrix) noexcept {
   return Give(matrix, kIdentity);
 }
 
-template <std::size_t kSlots>
+template <A_long kVersion, std::size_t kSlots>
 const void* LayerTable() {
   static const auto* table = [] {
-    auto* made = new ErrTable<kSlots>;
+    auto* made = new ErrTable<SuiteName{"AEGP Layer Suite", kVersion}, kSlots>;
     made->slots[0] = Any(&GetCompNumLayers);
     made->slots[1] = Any(&GetCompLayerByIndex);
     made->slots[6] = Any(&GetLayerParentComp);
@@ -305,10 +338,10 @@ A_Err GetItemDimensions(Token, A_long* width, A_long* height) noexcept {
   return Give(height, frame != nullptr ? frame->height : 0);
 }
 
-template <std::size_t kSlots, std::size_t kFramerateSlot>
+template <A_long kVersion, std::size_t kSlots, std::size_t kFramerateSlot>
 const void* CompTable() {
   static const auto* table = [] {
-    auto* made = new ErrTable<kSlots>;
+    auto* made = new ErrTable<SuiteName{"AEGP Comp Suite", kVersion}, kSlots>;
     made->slots[1] = Any(&GetItemFromComp);
     made->slots[4] = Any(&GetCompBackground);
     made->slots[kFramerateSlot] = Any(&GetCompFramerate);
@@ -319,7 +352,7 @@ const void* CompTable() {
 
 const void* ItemTable() {
   static const auto* table = [] {
-    auto* made = new ErrTable<26>;
+    auto* made = new ErrTable<SuiteName{"AEGP Item Suite", 10}, 26>;
     made->slots[16] = Any(&GetItemDimensions);
     return made;
   }();
@@ -375,7 +408,7 @@ A_Err GetMemStats(A_long, A_long* count, A_long* bytes) noexcept {
 
 const void* MemoryTable() {
   static const auto* table = [] {
-    auto* made = new ErrTable<8>;
+    auto* made = new ErrTable<SuiteName{"AEGP Memory Suite", 1}, 8>;
     made->slots = {Any(&NewMemHandle),    Any(&FreeMemHandle),    Any(&LockMemHandle),
                    Any(&UnlockMemHandle), Any(&GetMemHandleSize), Any(&ResizeMemHandle),
                    Any(&SetMemReporting), Any(&GetMemStats)};
@@ -399,10 +432,10 @@ A_Err GetLayerMask(Token, A_long, Token* mask) noexcept {
   return A_Err_PARAMETER;
 }
 
-template <std::size_t kSlots>
+template <A_long kVersion, std::size_t kSlots>
 const void* MaskTable() {
   static const auto* table = [] {
-    auto* made = new ErrTable<kSlots>;
+    auto* made = new ErrTable<SuiteName{"AEGP Layer Mask Suite", kVersion}, kSlots>;
     made->slots[0] = Any(&GetLayerNumMasks);
     made->slots[1] = Any(&GetLayerMask);
     made->slots[2] = Any(&DisposeMask);
@@ -447,38 +480,111 @@ A_Err HashCreate(std::uint64_t size, const void* data, Hash* hash) noexcept {
 
 const void* HashTable() {
   static const auto* table = [] {
-    auto* made = new ErrTable<2>;
+    auto* made = new ErrTable<SuiteName{"AEGP Hash Suite", 1}, 2>;
     made->slots = {Any(&HashCreate), Any(&HashMixIn)};
     return made;
   }();
   return table->slots.data();
 }
 
-/// Tables of which nothing but the acquisition is used.
-template <std::size_t kSlots>
+// ---- Streams, lights, images and masks of a project: tables that effects acquire and can use for
+// nothing here ----
+
+A_Err GetLightType(Token, A_long* type) noexcept {
+  Give(type, 0);
+  return NotHere("AEGP_GetLightType");
+}
+
+template <SuiteName kSuite, std::size_t kSlots>
 const void* RefusingTable() {
-  static const auto* table = new ErrTable<kSlots>;
+  static const auto* table = new ErrTable<kSuite, kSlots>;
   return table->slots.data();
+}
+
+const void* LightTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<SuiteName{"AEGP Light Suite", 2}, 2>;
+    made->slots[0] = Any(&GetLightType);
+    return made;
+  }();
+  return table->slots.data();
+}
+
+constexpr SuiteName kWorldSuite{"AEGP World Suite", 3};
+
+template <std::size_t kSlot>
+A_Err NewNoWorld(A_long, A_long, A_long, A_long, Token* world) noexcept {
+  Give<Token>(world, nullptr);
+  return Refuse<kWorldSuite, kSlot>();
+}
+
+template <std::size_t kSlot, class Number>
+A_Err NoNumber(Token, Number* number) noexcept {
+  Give(number, Number{});
+  return Refuse<kWorldSuite, kSlot>();
+}
+
+A_Err NoSize(Token, A_long* width, A_long* height) noexcept {
+  Give(height, 0);
+  return NoNumber<3>(nullptr, width);
+}
+
+A_Err FillOutNoWorld(Token, PF_EffectWorld* world) noexcept {
+  return NoNumber<8>(nullptr, world);
+}
+
+A_Err NewNoReference(A_long, Token, Token* world) noexcept {
+  return NoNumber<12>(nullptr, world);
+}
+
+const void* WorldTable() {
+  static const auto* table = [] {
+    auto* made = new ErrTable<kWorldSuite, 13>;
+    auto& slots = made->slots;
+    slots[0] = Any(&NewNoWorld<0>);
+    slots[2] = Any(&NoNumber<2, A_long>);
+    slots[3] = Any(&NoSize);
+    slots[4] = Any(&NoNumber<4, A_u_long>);
+    slots[5] = Any(&NoNumber<5, Token>);  // base addresses at the three depths
+    slots[6] = Any(&NoNumber<6, Token>);
+    slots[7] = Any(&NoNumber<7, Token>);
+    slots[8] = Any(&FillOutNoWorld);
+    slots[10] = Any(&NewNoWorld<10>);
+    slots[12] = Any(&NewNoReference);
+    return made;
+  }();
+  return table->slots.data();
+}
+
+/// The mask suite's only function, which effects with a chosen path call.
+A_Err MaskWorldWithPath() noexcept {
+  NotHere("PF_MaskWorldWithPath");
+  return PF_Err_INVALID_CALLBACK;
+}
+
+const void* MaskWorldTable() {
+  static const std::array<PF_AnyFn, 1> table{Any(&MaskWorldWithPath)};
+  return table.data();
 }
 
 constexpr OfferedSuite kSuites[] = {
     {"AEGP Utility Suite", 7, &Utility7},
     {"AEGP Utility Suite", 13, &Utility13, Age::kNewer},
     {"AEGP PF Interface Suite", 1, &PfInterface},
-    {"AEGP Layer Suite", 11, &LayerTable<46>},
-    {"AEGP Layer Suite", 14, &LayerTable<50>, Age::kNewer},
-    {"AEGP Layer Suite", 15, &LayerTable<53>, Age::kNewer},
-    {"AEGP Comp Suite", 9, &CompTable<28, 6>},
-    {"AEGP Comp Suite", 21, &CompTable<43, 11>, Age::kNewer},
-    {"AEGP Comp Suite", 25, &CompTable<44, 11>, Age::kNewer},
+    {"AEGP Layer Suite", 11, &LayerTable<11, 46>},
+    {"AEGP Layer Suite", 14, &LayerTable<14, 50>, Age::kNewer},
+    {"AEGP Layer Suite", 15, &LayerTable<15, 53>, Age::kNewer},
+    {"AEGP Comp Suite", 9, &CompTable<9, 28, 6>},
+    {"AEGP Comp Suite", 21, &CompTable<21, 43, 11>, Age::kNewer},
+    {"AEGP Comp Suite", 25, &CompTable<25, 44, 11>, Age::kNewer},
     {"AEGP Item Suite", 10, &ItemTable},
-    {"AEGP Stream Suite", 7, &RefusingTable<22>},
-    {"AEGP Light Suite", 2, &RefusingTable<2>},
+    {"AEGP Stream Suite", 7, &RefusingTable<SuiteName{"AEGP Stream Suite", 7}, 22>},
+    {"AEGP Light Suite", 2, &LightTable},
     {"AEGP Memory Suite", 1, &MemoryTable},
-    {"AEGP World Suite", 3, &RefusingTable<13>},
-    {"AEGP Mask Suite", 1, &RefusingTable<1>},
-    {"AEGP Layer Mask Suite", 6, &MaskTable<19>},
-    {"AEGP Layer Mask Suite", 7, &MaskTable<21>, Age::kNewer},
+    {"AEGP World Suite", 3, &WorldTable},
+    {"AEGP Mask Suite", 1, &MaskWorldTable},
+    {"AEGP Layer Mask Suite", 6, &MaskTable<6, 19>},
+    {"AEGP Layer Mask Suite", 7, &MaskTable<7, 21>, Age::kNewer},
     {"AEGP Hash Suite", 1, &HashTable},
 };
 

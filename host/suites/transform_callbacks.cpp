@@ -128,6 +128,9 @@ PF_Err TransferRect(PF_ProgPtr ref, PF_Quality /*quality*/, A_long modeFlags, PF
   });
 }
 
+/// For a source that is scaled to nothing: every pixel comes from far outside of any image.
+constexpr PF_FloatMatrix kNowhere{{{0, 0, 0}, {0, 0, 0}, {-1e9, -1e9, 1}}};
+
 PF_Err TransformWorld(PF_ProgPtr ref, PF_Quality quality, A_long modeFlags, PF_Field field,
                       const PF_EffectWorld* source, const PF_CompositeMode* mode,
                       const PF_MaskWorld* mask, const PF_FloatMatrix* matrices, A_long count,
@@ -142,7 +145,7 @@ PF_Err TransformWorld(PF_ProgPtr ref, PF_Quality quality, A_long modeFlags, PF_F
     if (sourceToDestination != 0) {
       for (A_long i = 0; i < count; ++i) {
         if (!Invert(matrices[i], toSource[static_cast<std::size_t>(i)])) {
-          return PF_Err_BAD_CALLBACK_PARAM;
+          toSource[static_cast<std::size_t>(i)] = kNowhere;
         }
       }
     }

@@ -32,14 +32,16 @@ PF_Err BeginSampling(PF_ProgPtr, PF_Quality, A_long, PF_SampPB*) noexcept {
 
 PF_Err GaussianKernel(PF_ProgPtr ref, A_FpLong radius, A_u_long flags, A_FpLong multiplier,
                       A_long* diameter, void* kernel) noexcept {
-  if (Session::From(ref) == nullptr || diameter == nullptr || kernel == nullptr) {
+  if (Session::From(ref) == nullptr || diameter == nullptr) {
     return PF_Err_BAD_CALLBACK_PARAM;
   }
   if (const PF_Err refused = AskOf(ref, HostCall::kGaussianKernel)) {
     return refused;
   }
   *diameter = GaussianDiameter(radius);
-  FillGaussian(radius, flags, multiplier, *diameter, static_cast<A_long*>(kernel));
+  if (kernel != nullptr) {
+    FillGaussian(radius, flags, multiplier, *diameter, static_cast<A_long*>(kernel));
+  }
   return PF_Err_NONE;
 }
 
@@ -60,8 +62,12 @@ PF_Err App(PF_ProgPtr ref, A_long, ...) {  // NOLINT(cert-dcl50-cpp)
 /// UTF-16 with a zero, into a buffer of 260 characters.
 bool CopyPath(const std::filesystem::path& path, void* out) {
   constexpr std::size_t kCapacity = 260;
-  const std::u16string text = path.u16string();
-  if (text.empty() || text.size() >= kCapacity) {
+  if (path.empty()) {
+    return false;
+  }
+  // Effects look for the last separator and the folder before it.
+  const std::u16string text = std::filesystem::absolute(path).make_preferred().u16string();
+  if (text.size() >= kCapacity) {
     return false;
   }
   std::memcpy(out, text.c_str(), (text.size() + 1) * sizeof(char16_t));

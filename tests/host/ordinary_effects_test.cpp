@@ -718,5 +718,50 @@ TEST(OrdinaryEffects, GetAStateOfTheirLayersThatReadsNoneOfThem) {
   EXPECT_EQ(std::memcmp(&states[0], &states[1], sizeof states[0]), 0) << "nothing has changed";
 }
 
+TEST(OrdinaryEffects, ThatFailToUpdateTheirControlsStillRender) {
+  const auto effect = LoadScripted(
+      [](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void*) -> PF_Err {
+        if (cmd == PF_Cmd_GLOBAL_SETUP) {
+          out->out_flags = PF_OutFlag_SEND_UPDATE_PARAMS_UI;
+        } else if (cmd == PF_Cmd_UPDATE_PARAMS_UI) {
+          const void* suite = nullptr;
+          in->pica_basicP->AcquireSuite("PF Nowhere Suite", 9, &suite);
+          return A_Err_MISSING_SUITE;
+        }
+        return PF_Err_NONE;
+      });
+  ASSERT_NE(effect, nullptr);
+  RenderSettings settings = FrameOf(4, 4, RenderMode::kClassic);
+  settings.controlsShown = true;
+  const RenderResult result = RenderFrame(*effect, settings);
+  EXPECT_TRUE(result.Ok()) << result.errorText;
+  ASSERT_EQ(result.diagnostics.violations.size(), 1U);
+  EXPECT_EQ(result.diagnostics.violations[0].rule, Rule::kUpdateFailed);
+  EXPECT_NE(result.diagnostics.violations[0].text.find("\"PF Nowhere Suite\" version 9"),
+            std::string::npos);
+}
+
+TEST(OrdinaryEffects, AreToldApartByFunctionsOfSuitesThatRefuse) {
+  const auto effect = LoadScripted(
+      [](PF_Cmd cmd, PF_InData* in, PF_OutData*, PF_ParamDef**, PF_LayerDef*, void*) -> PF_Err {
+        if (cmd != PF_Cmd_RENDER) {
+          return PF_Err_NONE;
+        }
+        const void* suite = nullptr;
+        in->pica_basicP->AcquireSuite("AEGP World Suite", 3, &suite);
+        const auto* slots = static_cast<const PF_AnyFn*>(suite);
+        void* world = &suite;
+        using NewFn = A_Err (*)(A_long, A_long, A_long, A_long, void**);
+        const A_Err error = reinterpret_cast<NewFn>(slots[0])(1, 1, 4, 4, &world);
+        EXPECT_EQ(world, nullptr);
+        return error;
+      });
+  ASSERT_NE(effect, nullptr);
+  const RenderResult result = RenderFrame(*effect, FrameOf(4, 4, RenderMode::kClassic));
+  EXPECT_NE(result.errorText.find("slot 0 of the suite \"AEGP World Suite\" version 3"),
+            std::string::npos)
+      << result.errorText;
+}
+
 }  // namespace
 }  // namespace veltra::host

@@ -268,6 +268,25 @@ TYPED_TEST(Transforms, MatricesCountFromPixelCorners) {
   EXPECT_EQ(RedOf<TypeParam>(out, 1, 1), 0);
 }
 
+TYPED_TEST(Transforms, WhatIsScaledToNothingIsNotDrawn) {
+  const auto& suite = this->template Get<PF_WorldTransformSuite1>("PF World Transform Suite", 1);
+  const World in = Filled<TypeParam>(4, 4, 1, 1, 1, 1);
+  World out = Filled<TypeParam>(4, 4, 1, 0, 0, 0);
+  const PF_EffectWorld source = in.View();
+  PF_EffectWorld view = out.View();
+  const PF_CompositeMode full{PF_Xfer_IN_FRONT, 0, 255, 0, 32768};
+  const PF_FloatMatrix both[2] = {{{{0, 0, 0}, {0, 0, 0}, {2, 2, 1}}},
+                                  {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}}};
+  EXPECT_EQ(suite.transform_world(this->Ref(), PF_Quality_HI, PF_MF_Alpha_STRAIGHT, PF_Field_FRAME,
+                                  &source, &full, nullptr, both, 1, 1, nullptr, &view),
+            PF_Err_NONE);
+  EXPECT_EQ(RedOf<TypeParam>(out, 1, 1), 0);
+  EXPECT_EQ(suite.transform_world(this->Ref(), PF_Quality_HI, PF_MF_Alpha_STRAIGHT, PF_Field_FRAME,
+                                  &source, &full, nullptr, both, 2, 1, nullptr, &view),
+            PF_Err_NONE);
+  EXPECT_NEAR(RedOf<TypeParam>(out, 1, 1), 0.5, 0.003) << "half of the shutter";
+}
+
 TEST_F(SuitesTest, ACopyBetweenVisibleExtentsIsNotAStretch) {
   World in = MakeWorld(8, 4, Depth::k8);
   in.Row<PF_Pixel8>(1)[2] = {255, 9, 9, 9};
@@ -294,6 +313,8 @@ TEST_F(SuitesTest, MatteColoursGoInAndComeOutAgain) {
   EXPECT_TRUE(Same(world.Row<PF_Pixel16>(1)[1], colour));
   const PF_PixelFloat other{1, 1, 1, 1};
   EXPECT_EQ(suite.fill_float(Ref(), &other, nullptr, &view), PF_Err_BAD_CALLBACK_PARAM);
+  EXPECT_EQ(suite.fill_float(Ref(), nullptr, nullptr, &view), PF_Err_NONE) << "of any depth";
+  EXPECT_TRUE(Same(world.Row<PF_Pixel16>(1)[1], PF_Pixel16{}));
 }
 
 TEST_F(SuitesTest, ColoursComeBackFromEverySpace) {
