@@ -349,9 +349,12 @@ void TestReducedResolution(TestRun& run) {
   for (const RenderVariant& variant : VariantsOf(*effect)) {
     std::optional<PF_LRect> full;
     for (const int factor : {1, 2, 3, 4, 7}) {
-      const Scene scene = MakeScene(
-          *effect, run.Rng(),
-          {.width = kWidth, .height = kHeight, .depth = variant.depth, .downsample = factor});
+      // A host reduces layers with the frame.
+      SceneShape shape{
+          .width = kWidth, .height = kHeight, .depth = variant.depth, .downsample = factor};
+      shape.layerWidth = host::DownsampledLength(shape.layerWidth, factor);
+      shape.layerHeight = host::DownsampledLength(shape.layerHeight, factor);
+      const Scene scene = MakeScene(*effect, run.Rng(), shape);
       RenderSettings settings = SettingsFor(scene, variant);
       run.Step(Describe(settings));
       const PF_LRect rect = RenderChecked(run, *effect, settings).maxResultRect;
