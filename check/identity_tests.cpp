@@ -22,9 +22,6 @@ namespace {
 constexpr std::size_t kLongestName = 47;
 constexpr std::size_t kLongestOldName = kHostNameCapacity - 1;
 
-/// In a resource's eGLO: the resource's flags count, whatever GLOBAL_SETUP answers.
-constexpr std::uint32_t kResourceOverridesFlags = 1U << 23;
-
 // ---- Registration ----
 
 PF_Err RefuseRegistration(void*, const A_u_char*, const A_u_char*, const A_u_char*, const A_u_char*,
@@ -169,7 +166,7 @@ std::vector<std::string> IdentityDifferences(const host::EffectResource& resourc
     CompareRegistration(resource, registration, differences);
   }
   number("eVER", answer.version, "GLOBAL_SETUP");
-  if ((resource.Number("eGLO").value_or(0) & kResourceOverridesFlags) == 0) {
+  if (!host::OverridingFlags(resource)) {
     number("eGLO", static_cast<std::uint32_t>(answer.outFlags), "GLOBAL_SETUP");
   }
   number("eGL2", static_cast<std::uint32_t>(answer.outFlags2), "GLOBAL_SETUP");

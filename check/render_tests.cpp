@@ -70,6 +70,9 @@ void RenderFrames(const Effect& effect, const FrameSet& set, int times) {
 
 void TestRenderDefaults(TestRun& run) {
   const auto effect = LoadEffect(run);
+  if (effect->IsAudioOnly()) {
+    run.Skip("works on sound only and has no picture");
+  }
   std::vector<RenderVariant> variants = SmartVariantsOf(*effect);
   if (variants.empty()) {
     variants = {{RenderMode::kClassic, Depth::k8}};

@@ -69,7 +69,7 @@ Expected<bool> Effect::SetUp() {
   }
   isSetUp_ = true;
   version_ = session.OutData().my_version;
-  outFlags_ = session.OutData().out_flags;
+  outFlags_ = library_->FlagsOfResource().value_or(session.OutData().out_flags);
   outFlags2_ = session.OutData().out_flags2;
   session.addedControls = &added;
   const PF_Err error = session.Send(entry, PF_Cmd_PARAMS_SETUP);

@@ -229,6 +229,12 @@ Registration RegistrationOf(const EffectResource& resource) {
           IdentitySource::kResource};
 }
 
+std::optional<A_long> OverridingFlags(const EffectResource& resource) {
+  const auto flags = static_cast<A_long>(resource.Number("eGLO").value_or(0));
+  return (flags & PF_OutFlag_PiPL_OVERRIDES_OUTDATA_OUTFLAGS) != 0 ? std::optional(flags)
+                                                                   : std::nullopt;
+}
+
 bool EffectLibrary::IsNewerThanHost() const {
   return std::pair{identity_.apiMajor, identity_.apiMinor} >
          std::pair{A_long{host_->version.major}, A_long{host_->version.minor}};
@@ -275,6 +281,13 @@ Expected<std::shared_ptr<const EffectLibrary>> EffectLibrary::Open(
       reinterpret_cast<PF_MainEntryFn>(library->library_->Find(entryPoint.c_str()));
   if (library->mainEntry_ == nullptr) {
     return fail("not an effect library (it does not export " + entryPoint + ")");
+  }
+  if (IsPortableExecutable(path)) {
+    const auto read = ReadPortableExecutable(path);
+    if (read && read->resource &&
+        RegistrationOf(*read->resource).matchName == library->identity_.matchName) {
+      library->flagsOfResource_ = OverridingFlags(*read->resource);
+    }
   }
   return std::shared_ptr<const EffectLibrary>(std::move(library));
 }

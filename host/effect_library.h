@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,9 @@ EffectChoice ReadEffectChoice(const std::filesystem::path& text);
 /// The identity that a resource gives; texts and numbers that it lacks are empty and 0.
 Registration RegistrationOf(const EffectResource& resource);
 
+/// The resource's out_flags, where it says that they count and not those of GLOBAL_SETUP.
+std::optional<A_long> OverridingFlags(const EffectResource& resource);
+
 /// Stays loaded as long as anybody holds it. Reading it is safe from any thread.
 class EffectLibrary {
  public:
@@ -87,6 +91,8 @@ class EffectLibrary {
   /// Whether it was built for a later interface than the host's.
   bool IsNewerThanHost() const;
   PF_MainEntryFn MainEntry() const { return mainEntry_; }
+  /// The out_flags that count whatever GLOBAL_SETUP answers; mostly none.
+  std::optional<A_long> FlagsOfResource() const { return flagsOfResource_; }
   /// The system's handle of the loaded file; null for a linked effect.
   void* Module() const;
 
@@ -98,6 +104,7 @@ class EffectLibrary {
   Registration identity_;
   const HostProfile* host_ = &DefaultHost();
   PF_MainEntryFn mainEntry_ = nullptr;
+  std::optional<A_long> flagsOfResource_;
 };
 
 }  // namespace veltra::host

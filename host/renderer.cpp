@@ -72,7 +72,7 @@ std::string ImagesTrouble(const Effect& effect, const RenderSettings& settings) 
 }
 
 std::string ModeTrouble(const Effect& effect, const RenderSettings& settings) {
-  if ((effect.OutFlags() & PF_OutFlag_AUDIO_EFFECT_ONLY) != 0) {
+  if (effect.IsAudioOnly()) {
     return "the effect works on sound only and has no picture to render";
   }
   if (settings.mode == RenderMode::kClassic && settings.depth == Depth::kFloat) {

@@ -331,8 +331,8 @@ std::string ControlsText(const InfoOptions& options) {
   for (const ControlOption& control : controls) {
     if (control.declaration->type != PF_Param_GROUP_END) {
       rows.push_back({std::string(control.VisibleName()), TypeName(control.declaration->type),
-                      DefaultText(*effect, *control.declaration), RangeText(*control.declaration),
-                      NamesText(control)});
+                      OneLine(DefaultText(*effect, *control.declaration)),
+                      RangeText(*control.declaration), NamesText(control)});
     }
   }
   return TableText(rows);

@@ -132,6 +132,9 @@ class Fixtures(unittest.TestCase):
         self.assertEqual(tests["render-defaults"]["messages"],
                          ['needs what this host does not offer: the suite "Rare Suite" version 3'])
         self.assertEqual(tests["regions"]["outcome"], "not run")
+        tests = {test["name"]: test for test in self.results["kSoundOnly"][1]["tests"]}
+        self.assertEqual(tests["render-defaults"]["messages"],
+                         ["works on sound only and has no picture"])
 
     def test_what_is_unusual_is_noted(self):
         for name, test, words in (

@@ -69,6 +69,12 @@ TEST(EffectLibraryTest, TakesItsIdentityFromAResourceWhereItDoesNotRegister) {
   EXPECT_EQ(identity.apiMinor, 5);
   EXPECT_EQ(identity.kind, kEffectPluginKind);
   EXPECT_EQ(identity.source, IdentitySource::kResource);
+  set("eGLO", {"\x04\0\0\0", 4});
+  EXPECT_FALSE(OverridingFlags(resource));
+  resource.properties.erase("eGLO");
+  set("eGLO", {"\x04\0\x80\0", 4});
+  EXPECT_EQ(OverridingFlags(resource), A_long{0x800004})
+      << "the resource says that its flags count";
 }
 
 }  // namespace
