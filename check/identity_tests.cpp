@@ -85,13 +85,25 @@ void CheckMatchNames(TestRun& run) {
 constexpr std::array<const char*, 10> kRequiredProperties{"kind", "name", "catg", "8664", "eSVR",
                                                           "eVER", "eGLO", "eGL2", "eMNA", "ePVR"};
 
-/// The file whose resource describes the effect; empty for none.
-std::filesystem::path ResourceFile(const TestSettings& settings) {
+bool Registers(const host::Registration& identity) {
+  return identity.source == host::IdentitySource::kRegistration ||
+         identity.source == host::IdentitySource::kOlderRegistration;
+}
+
+/// The file whose resource describes the effect; empty for none, which a library that registers may
+/// do without.
+std::filesystem::path ResourceFile(TestRun& run) {
+  const TestSettings& settings = run.Settings();
   if (!settings.resource.empty()) {
     return settings.resource;
   }
   const std::filesystem::path file = host::ReadEffectChoice(settings.library).file;
-  return host::IsPortableExecutable(file) ? file : std::filesystem::path();
+  if (!host::IsPortableExecutable(file)) {
+    return {};
+  }
+  const auto read = host::ReadPortableExecutable(file);
+  const bool lacksIt = read && !read->resource;
+  return lacksIt && Registers(OpenLibrary(run)->Identity()) ? std::filesystem::path() : file;
 }
 
 host::PortableExecutable ReadResourceFile(TestRun& run, const std::filesystem::path& file) {
@@ -161,8 +173,7 @@ std::vector<std::string> IdentityDifferences(const host::EffectResource& resourc
   const auto number = [&](const char* key, std::uint32_t declared, const char* where) {
     CompareNumber(resource, key, declared, where, differences);
   };
-  if (registration.source == host::IdentitySource::kRegistration ||
-      registration.source == host::IdentitySource::kOlderRegistration) {
+  if (Registers(registration)) {
     CompareRegistration(resource, registration, differences);
   }
   number("eVER", answer.version, "GLOBAL_SETUP");
@@ -186,9 +197,11 @@ void TestLoad(TestRun& run) {
 }
 
 void TestResource(TestRun& run) {
-  const std::filesystem::path file = ResourceFile(run.Settings());
+  const std::filesystem::path file = ResourceFile(run);
   if (file.empty()) {
-    run.Skip("not a Windows library, no resource");
+    run.Skip(host::IsPortableExecutable(host::ReadEffectChoice(run.Settings().library).file)
+                 ? "it registers and has no resource; hosts that look for one do not find it"
+                 : "not a Windows library, no resource");
   }
   const host::PortableExecutable read = ReadResourceFile(run, file);
   const host::EffectResource& resource = *read.resource;
@@ -253,7 +266,7 @@ void TestFlags(TestRun& run) {
     SkipIfDeclined(run, *library);
   }
   CheckFlagRules(run, first);
-  const std::filesystem::path file = ResourceFile(run.Settings());
+  const std::filesystem::path file = ResourceFile(run);
   if (file.empty()) {
     run.Note("no resource to compare with");
     return;

@@ -46,19 +46,15 @@ def natively(test):
     return run
 
 
-# Of what every Windows library needs for a host to find it; the fixtures are only loaded.
-ABOUT_RESOURCES = {"resource", "flags"}
-
-
 def upto(strictness, most=4):
     """What asks for the tests of a strictness; on Windows, where processes take their time, of `most`
-    at most, and without those that want a resource."""
+    at most."""
     if not OPTIONS.windows:
         return ["--strictness", strictness]
     tests = json.loads(run_check("--list", "--json").stdout)
     return ["--strictness", strictness] + [
         word for test in tests
-        if test["strictness"] <= min(strictness, most) and test["name"] not in ABOUT_RESOURCES
+        if test["strictness"] <= min(strictness, most)
         for word in ("--only", test["name"])]
 
 
