@@ -580,21 +580,20 @@ class FrameRender : private FrameCommands {
     return true;
   }
 
-  /// The effect's own input; without a frame transparent pixels stand for it.
+  /// The effect's own input, and its own copy for one that writes there.
   bool MakeInput(PF_LayerDef& input) {
-    const bool writes = (effect_.OutFlags() & PF_OutFlag_I_WRITE_INPUT_BUFFER) != 0;
-    if (input.data == nullptr || writes) {
+    if (input.data == nullptr) {
+      Fail(PF_Err_OUT_OF_MEMORY, "no memory for the input");
+      return false;
+    }
+    if ((effect_.OutFlags() & PF_OutFlag_I_WRITE_INPUT_BUFFER) != 0) {
       if (!MakeCanvas(session_.FrameRect(), inputCopy_)) {
         return false;
       }
       PF_EffectWorld own = inputCopy_.View();
-      if (input.data == nullptr) {
-        own.extent_hint = {0, 0, 0, 0};
-      } else {
-        own.extent_hint = input.extent_hint;
-        own.world_flags |= PF_WorldFlag_WRITEABLE;
-        CopyWorld(input, nullptr, own, nullptr, true);
-      }
+      own.extent_hint = input.extent_hint;
+      own.world_flags |= PF_WorldFlag_WRITEABLE;
+      CopyWorld(input, nullptr, own, nullptr, true);
       input = own;
     }
     input.pix_aspect_ratio = settings_.pixelAspect;
@@ -631,7 +630,7 @@ class FrameRender : private FrameCommands {
   // Of classic render.
   std::vector<PF_ParamDef> params_;
   std::vector<PF_ParamDef*> paramPointers_;
-  World inputCopy_;  ///< transparent for a frame that is not there, or for the effect to write
+  World inputCopy_;  ///< for the effect to write
   A_long answeredWidth_ = 0;
   A_long answeredHeight_ = 0;
   PF_Point answeredOrigin_{0, 0};

@@ -265,7 +265,10 @@ bool Session::FillParam(PF_ParamIndex index, A_long time, A_u_long scale, PF_Par
   param.param_type = PF_Param_LAYER;
   param.u.ld = PF_LayerDef{};
   const World* world = nullptr;
-  if (LayerWorldAt(index, time, scale, world) && world != nullptr) {
+  if (LayerWorldAt(index, time, scale, world) && world == nullptr) {
+    world = TransparentFor(index);
+  }
+  if (world != nullptr) {
     param.u.ld =
         LayerView(*world, {world->OriginX(), world->OriginY(), world->OriginX() + world->Width(),
                            world->OriginY() + world->Height()});
@@ -500,11 +503,38 @@ bool Session::IsCurrentTime(A_long time, A_u_long scale) const {
 }
 
 bool Session::IsOfFrame(PF_ParamIndex index, A_long time, A_u_long scale) const {
-  const bool now = !settings_->layerAt || IsCurrentTime(time, scale);
-  return now &&
-         (index == 0 || (settings_->layers.count(index) == 0 &&
-                         context_.controls[static_cast<std::size_t>(index - 1)].defaultValue ==
-                             PF_LayerDefault_MYSELF));
+  return IsFrame(index) && (!settings_->layerAt || IsCurrentTime(time, scale));
+}
+
+bool Session::IsFrame(PF_ParamIndex index) const {
+  return index == 0 || (settings_->layers.count(index) == 0 &&
+                        context_.controls[static_cast<std::size_t>(index - 1)].defaultValue ==
+                            PF_LayerDefault_MYSELF);
+}
+
+/// Transparent pixels for a layer that is chosen and shows nothing; null for one that is not
+/// chosen, as effects tell by its pixels.
+const World* Session::TransparentFor(PF_ParamIndex index) {
+  const auto chosen = settings_->layers.find(index);
+  const World* layer = chosen != settings_->layers.end() ? chosen->second : nullptr;
+  if (layer == nullptr && !IsFrame(index)) {
+    return nullptr;
+  }
+  const PF_LRect frame = FrameRect();
+  const std::pair size = layer != nullptr ? std::pair{layer->Width(), layer->Height()}
+                                          : std::pair{frame.right, frame.bottom};
+  const std::lock_guard lock(otherLayersMutex_);
+  World& world = transparent_[size];
+  if (world.Empty()) {
+    auto made = World::Create(size.first, size.second, settings_->depth);
+    if (!made) {
+      NoteOutOfMemory();
+      return nullptr;
+    }
+    world = std::move(*made);
+    world.SetPixelAspect(layer != nullptr ? layer->PixelAspect() : settings_->pixelAspect);
+  }
+  return &world;
 }
 
 bool Session::LayerWorldAt(PF_ParamIndex index, A_long time, A_u_long scale, const World*& world) {

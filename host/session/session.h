@@ -177,6 +177,8 @@ class Session {
   /// The same at any time; lives as long as the session. False, and the reason noted, where it
   /// could not be had.
   bool LayerWorldAt(PF_ParamIndex index, A_long time, A_u_long scale, const World*& world);
+  /// Whether a layer parameter is the effect's own, as long as nobody chose another.
+  bool IsFrame(PF_ParamIndex index) const;
   /// Whether a layer at a time is the frame that readInput reads.
   bool IsOfFrame(PF_ParamIndex index, A_long time, A_u_long scale) const;
   /// A part of a layer for the effect, with the visible extent; its sums can be made from now on.
@@ -206,6 +208,7 @@ class Session {
   PF_Handle ArbitraryValue(const ControlDeclaration& control, const ControlValue& value);
   Expected<PF_Handle> MakeArbitraryValue(const ControlDeclaration& control,
                                          const ControlValue& value) const;
+  const World* TransparentFor(PF_ParamIndex index);
   bool IsCurrentTime(A_long time, A_u_long scale) const;
   const ImageFacts* FindFacts(const PF_EffectWorld& view) const;
   A_long ReducedPoint(A_long coordinate) const;
@@ -242,7 +245,8 @@ class Session {
   std::mutex otherLayersMutex_;
   std::map<std::pair<PF_ParamIndex, std::int64_t>, std::shared_ptr<const World>>
       otherLayers_;  // at other times, by 1/705600000 of a second; guarded by otherLayersMutex_
-  std::string hostFailure_;  // guarded by failureMutex_
+  std::map<std::pair<A_long, A_long>, World> transparent_;  // by size; guarded by otherLayersMutex_
+  std::string hostFailure_;                                 // guarded by failureMutex_
 
   // Readers on many threads walk the array without a lock; an entry is complete before the count
   // covers it, and lendMutex_ is held while one is added. What does not fit is sampled without
