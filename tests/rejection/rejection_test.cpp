@@ -49,7 +49,7 @@ struct Frame {
       : record(frameRecord), width(columns), height(lines), gaps(record, 0, width) {}
 
   bool Has(A_long x, A_long y) const { return x >= 0 && x < width && y >= 0 && y < height; }
-  ColumnGap GapAt(A_long y) const { return gaps.At(RowEntry(record, y - record.originOffsetY)); }
+  RowGap GapAt(A_long y) const { return gaps.At(RowEntry(record, y - record.originOffsetY)); }
 
   PlacementRecord record;
   A_long width;
@@ -64,7 +64,8 @@ class Tally {
     if (!frame.Has(x, y)) {
       return;
     }
-    const bool quickly = frame.GapAt(y).Holds(x);
+    const RowGap gap = frame.GapAt(y);
+    const bool quickly = gap.columns.Holds(x) || static_cast<std::uint32_t>(x) < gap.head;
     for (const bool filtered : {false, true}) {
       const bool exactly = ExactlyOff(frame.record, filtered, x, y);
       ++pixels_;
@@ -230,13 +231,12 @@ void TryPixels(Source& source, const Frame& frame, Tally* tally) {
 void TryTheEdges(Source& source, const Frame& frame, Tally* tally) {
   for (int i = 0; i < kPixelsPerRecord / 2; ++i) {
     const A_long y = source.Below(frame.height);
-    const ColumnGap gap = frame.GapAt(y);
-    for (const A_long step : {-1, 0, 1}) {
-      tally->Try(frame, numerics::WrappingAdd(gap.first, step), y);
-      tally->Try(frame,
-                 numerics::WrappingAdd(numerics::WrappingAdd(gap.first, step),
-                                       static_cast<A_long>(gap.count)),
-                 y);
+    const RowGap gap = frame.GapAt(y);
+    const A_long end = gap.columns.first + static_cast<A_long>(gap.columns.count);
+    for (const A_long edge : {gap.columns.first, end, static_cast<A_long>(gap.head)}) {
+      for (const A_long step : {-1, 0, 1}) {
+        tally->Try(frame, edge + step, y);
+      }
     }
   }
 }

@@ -158,6 +158,24 @@ TEST(FrameTables, HoldTheAreaInsideTheWorld) {
   EXPECT_FALSE(tables.Hold(std::numeric_limits<A_long>::min(), 0));
 }
 
+TEST(FrameTables, RejectOnBothSidesOfTheStripAndNothingBeyondTheFrame) {
+  const FrameTables tables(SlantedRecord(), FrameWorld(), {0, 0, kWidth, kHeight});
+  int rowsWithTheStripInside = 0;
+  for (A_long y = 0; y < kHeight; ++y) {
+    int strip = 0;
+    for (A_long x = 0; x < kWidth; ++x) {
+      strip += tables.IsOffStrip(x, y) ? 0 : 1;
+    }
+    const bool bothSides = tables.IsOffStrip(0, y) && tables.IsOffStrip(kWidth - 1, y);
+    rowsWithTheStripInside += strip > 0 && bothSides ? 1 : 0;
+    for (const A_long x :
+         {std::numeric_limits<A_long>::min(), -1, kWidth, std::numeric_limits<A_long>::max()}) {
+      EXPECT_FALSE(tables.IsOffStrip(x, y)) << x << ", " << y;
+    }
+  }
+  EXPECT_GT(rowsWithTheStripInside, 0);
+}
+
 TEST(FrameTables, HaveAnEntryForEveryColumnAndRowAndTheirNeighbours) {
   PlacementRecord record = SlantedRecord();
   record.originOffsetX = -3;

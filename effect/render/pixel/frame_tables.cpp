@@ -73,7 +73,8 @@ FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& wo
   columns_.reset(new (std::nothrow) SineAndCosine[std::size_t{columns.Count()} + 2]);
   rows_.reset(new (std::nothrow) SineAndCosine[std::size_t{rows.Count()} + 2]);
   gaps_.reset(new (std::nothrow) ColumnGap[rows.Count()]);
-  if (!columns_ || !rows_ || !gaps_) {
+  heads_.reset(new (std::nothrow) std::uint32_t[rows.Count()]);
+  if (!columns_ || !rows_ || !gaps_ || !heads_) {
     return;
   }
   const auto longitude = [&](A_long x) { return Longitude(record, x - record.originOffsetX); };
@@ -82,7 +83,9 @@ FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& wo
   Fill(rows.WithNeighbours(), latitude, 1.0, rows_.get());
   const RowGaps gaps(record, columns.first, columns.end);
   for (std::size_t i = 0; i < rows.Count(); ++i) {
-    gaps_[i] = gaps.At(rows_[i + 1]);
+    const RowGap gap = gaps.At(rows_[i + 1]);
+    gaps_[i] = gap.columns;
+    heads_[i] = gap.head;
   }
   left_ = columns.first;
   top_ = rows.first;

@@ -23,7 +23,7 @@ class FrameTables {
   using SineAndCosine = SineAndCosineOf<double>;
 
   /// For the pixels of `area` that `world` has, and their neighbours. Stays empty when there are
-  /// none, when memory is short (16 bytes per column, 24 per row) or when the record's offsets are
+  /// none, when memory is short (16 bytes per column, 28 per row) or when the record's offsets are
   /// no whole numbers, where a neighbour's position depends on how it is reached.
   FrameTables(const PlacementRecord& record, const PF_EffectWorld& world, const PF_LRect& area);
 
@@ -31,8 +31,11 @@ class FrameTables {
   bool Hold(A_long x, A_long y) const {
     return Offset(x, left_) < width_ && Offset(y, top_) < height_;
   }
-  /// Whether a held pixel is surely off the strip. Others may be, too.
-  bool IsOffStrip(A_long x, A_long y) const { return gaps_[Offset(y, top_)].Holds(x); }
+  /// Whether they hold the pixel and it is surely off the strip. Others may be off it, too.
+  bool IsOffStrip(A_long x, A_long y) const {
+    const std::uint32_t row = Offset(y, top_);
+    return row < height_ && (gaps_[row].Holds(x) || Offset(x, left_) < heads_[row]);
+  }
 
   // For held pixels and their neighbours.
   const SineAndCosine& Column(A_long x) const {
@@ -51,7 +54,9 @@ class FrameTables {
   A_long top_ = 0;
   std::uint32_t width_ = 0;
   std::uint32_t height_ = 0;
-  std::unique_ptr<ColumnGap[]> gaps_;  ///< one per row
+  // One per row: its gap, in two parts.
+  std::unique_ptr<ColumnGap[]> gaps_;
+  std::unique_ptr<std::uint32_t[]> heads_;
   // With the neighbours: one more before the first and one after the last.
   std::unique_ptr<SineAndCosine[]> columns_;
   std::unique_ptr<SineAndCosine[]> rows_;

@@ -109,10 +109,14 @@ VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_
                         RowEntry(record, y - record.originOffsetY), out);
 }
 
+/// Takes its arguments in the places where the entry has them, which then moves none.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceByTables(const PlacementRecord& record, const FrameTables& tables,
-                                     A_long x, A_long y, typename Depth::Pixel* out) {
-  return PlaceAt<Depth>(record, tables.Column(x), tables.Row(y), out);
+VELTRA_NOINLINE PF_Err PlaceExactly(const PlacementRecord& record, A_long x, A_long y,
+                                    const FrameTables* tables, typename Depth::Pixel* out) {
+  if (tables == nullptr || !tables->Hold(x, y)) {
+    return PlaceByItself<Depth>(record, x, y, out);
+  }
+  return PlaceAt<Depth>(record, tables->Column(x), tables->Row(y), out);
 }
 
 /// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
@@ -121,13 +125,10 @@ VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
                                       typename Depth::Pixel* out) {
   const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
   const FrameTables* tables = TabledRecord::TablesOf(record);
-  if (tables == nullptr || !tables->Hold(x, y)) {
-    return PlaceByItself<Depth>(record, x, y, out);
-  }
-  if (tables->IsOffStrip(x, y)) {
+  if (tables != nullptr && tables->IsOffStrip(x, y)) {
     return PF_Err_NONE;
   }
-  return PlaceByTables<Depth>(record, *tables, x, y, out);
+  return PlaceExactly<Depth>(record, x, y, tables, out);
 }
 
 }  // namespace

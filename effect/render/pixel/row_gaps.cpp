@@ -133,7 +133,7 @@ void RowGaps::Add(const Vector3& w, double bound) {
                        bound - kBoundMargin};
 }
 
-ColumnGap RowGaps::At(const SineAndCosineOf<double>& latitude) const {
+RowGap RowGaps::At(const SineAndCosineOf<double>& latitude) const {
   std::array<Arc, 3> arcs{};
   Arc widest{};
   for (std::size_t i = 0; i < count_; ++i) {
@@ -177,24 +177,21 @@ void RowGaps::Join(const Arc& other, Arc& arc) {
   arc.length = std::min(arc.length, kTwoPi);
 }
 
-ColumnGap RowGaps::ColumnsOf(const Arc& arc) const {
+RowGap RowGaps::ColumnsOf(const Arc& arc) const {
+  const A_long width = numerics::WrappingSubtract(right_, left_);
   if (arc.length >= kTwoPi) {
-    return {left_, static_cast<std::uint32_t>(right_) - static_cast<std::uint32_t>(left_)};
+    return {{left_, static_cast<std::uint32_t>(width)}, 0};
   }
   using numerics::TruncateToInt32;
-  using numerics::WrappingSubtract;
   double begin = (arc.start + kPi) * perRadian_ - position_;
   begin -= std::floor(begin / period_) * period_;
   const double end = begin + arc.length * perRadian_ - kColumnMargin;
-  const A_long first = TruncateToInt32(std::ceil(begin + kColumnMargin));
-  // One that reaches a turn beyond the columns' begin comes in there again, and what lies between
-  // its first column and the last of all, at most a turn beyond the begin, is in it.
-  const double last = std::floor(end >= period_ ? end - period_ : end);
-  if (end < period_ && last < first) {
-    return {};
-  }
-  return {numerics::WrappingAdd(left_, first),
-          static_cast<std::uint32_t>(WrappingSubtract(TruncateToInt32(last) + 1, first))};
+  const A_long first = std::min(TruncateToInt32(std::ceil(begin + kColumnMargin)), width);
+  const A_long last = std::min(TruncateToInt32(std::floor(end)), width - 1);
+  const A_long again = std::min(TruncateToInt32(std::floor(end - period_)), width - 1);
+  return {{numerics::WrappingAdd(left_, first),
+           static_cast<std::uint32_t>(std::max(last - first + 1, 0))},
+          static_cast<std::uint32_t>(std::max(again + 1, 0))};
 }
 
 }  // namespace veltra

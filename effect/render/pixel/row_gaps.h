@@ -39,8 +39,7 @@
 
 namespace veltra {
 
-/// `count` columns from `first` on. Columns count modulo 2^32, so that a gap which goes on beyond
-/// the frame's edge and comes back in on the other side is one gap, too.
+/// `count` columns from `first` on.
 struct ColumnGap {
   A_long first = 0;
   std::uint32_t count = 0;
@@ -48,6 +47,13 @@ struct ColumnGap {
   bool Holds(A_long x) const {
     return static_cast<std::uint32_t>(numerics::WrappingSubtract(x, first)) < count;
   }
+};
+
+/// A row's gap. One that goes on beyond the frame's right edge comes back in on the left, in two
+/// parts, so that neither holds a column which the frame has not.
+struct RowGap {
+  ColumnGap columns;
+  std::uint32_t head = 0;  ///< columns from the frame's left edge on that come in again
 };
 
 /// The gaps of the rows of one frame.
@@ -58,9 +64,8 @@ class RowGaps {
   /// columns many turns away every gap is empty, as far as need be.
   RowGaps(const PlacementRecord& record, A_long left, A_long right);
 
-  /// The gap of the row with this sine and cosine of its latitude. It says nothing of columns that
-  /// are not between left and right.
-  ColumnGap At(const SineAndCosineOf<double>& latitude) const;
+  /// The gap of the row with this sine and cosine of its latitude, between left and right.
+  RowGap At(const SineAndCosineOf<double>& latitude) const;
 
  private:
   /// Longitudes from `start` on; a `length` of 2 pi is the whole turn.
@@ -81,7 +86,7 @@ class RowGaps {
   void Add(const Vector3& w, double bound);
   static Arc OutsideOf(const HalfSphere& half, const SineAndCosineOf<double>& latitude);
   static void Join(const Arc& other, Arc& arc);
-  ColumnGap ColumnsOf(const Arc& arc) const;
+  RowGap ColumnsOf(const Arc& arc) const;
 
   std::array<HalfSphere, 3> halves_{};
   std::size_t count_ = 0;
