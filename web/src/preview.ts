@@ -144,7 +144,8 @@ export class Preview {
       }
     }
     this.#running = false;
-    if (!this.#moving) {
+    const isDraft = shown && this.#library.draftOf(this.#app.scene.frame) !== undefined;
+    if (!this.#moving && !isDraft) {
       document.documentElement.dataset['state'] = shown ? 'settled' : 'failed';
     }
   }
@@ -173,6 +174,7 @@ export class Preview {
       this.#stage.setPicture(rendered);
       document.documentElement.dataset['resolution'] = String(downsample);
       document.documentElement.dataset['renderMs'] = took.toFixed(1);
+      this.#replaceDraft(scene, frame);
     }
   }
 
@@ -199,8 +201,17 @@ export class Preview {
       this.#noteSizes(inputs);
       return inputs;
     }
-    void this.#library.get(scene.frame, frame).then(() => this.update());
     return { ...(await this.inputs({ ...scene, frame: draft.source }, frame)), frame: draft.picture };
+  }
+
+  /** Not before the draft is on the screen: a single worker would be busy with the picture. */
+  #replaceDraft(scene: Scene, frame: number): void {
+    if (this.#library.draftOf(scene.frame) !== undefined) {
+      this.#library.get(scene.frame, frame).then(
+        () => this.update(),
+        (error: unknown) => this.#fail(String(error)),
+      );
+    }
   }
 
   #quickDownsample(frame: Picture): number {
