@@ -1,6 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// Builds the page into build/web, with relative links and the same bytes each time.
+// Builds the page into build/web, with relative links, the same bytes each time and its licences.
 import { createHash } from 'node:crypto';
 import { readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
@@ -41,12 +41,68 @@ function offline(): Plugin {
   };
 }
 
+/** Folders of the packages whose code is in the page or in one of its workers. */
+const bundled = new Set<string>();
+
+/** Remembers them. */
+function noteBundled(): Plugin {
+  return {
+    name: 'note-bundled',
+    apply: 'build',
+    generateBundle(_options, bundle) {
+      for (const chunk of Object.values(bundle)) {
+        const modules = chunk.type === 'chunk' ? Object.entries(chunk.modules) : [];
+        for (const [id, { renderedLength }] of modules) {
+          const folder = /^.*\/node_modules\/(?:@[^/]+\/)?[^/]+/.exec(id)?.[0];
+          if (folder !== undefined && renderedLength > 0) {
+            bundled.add(folder);
+          }
+        }
+      }
+    },
+  };
+}
+
+/** The licences of all that the page is made of, as their texts ask for. */
+function licences(): Plugin {
+  const textOf = (folder: string): string => {
+    const name = readdirSync(folder).find((file) => /^licen[cs]e/i.test(file));
+    if (name === undefined) {
+      throw new Error(`${folder} has no licence`);
+    }
+    return readFileSync(`${folder}/${name}`, 'utf8');
+  };
+  const sectionOf = (folder: string): string => {
+    const { name, version, license, homepage } = JSON.parse(readFileSync(`${folder}/package.json`, 'utf8')) as {
+      name: string;
+      version: string;
+      license: string;
+      homepage?: string;
+    };
+    const from = homepage === undefined ? '' : `, ${homepage}`;
+    return `${name} ${version} (${license})${from}\n\n${textOf(folder)}`;
+  };
+  return {
+    name: 'licences',
+    apply: 'build',
+    writeBundle({ dir = '' }) {
+      const runtime = readFileSync('/usr/share/doc/emscripten/copyright', 'utf8');
+      const sections = [
+        `Veltra\n\n${textOf(`${root}..`)}`,
+        ...[...bundled].sort().map(sectionOf),
+        `The runtime of the WebAssembly compiler, emscripten\n\n${runtime}`,
+      ];
+      writeFileSync(`${dir}/licences.txt`, sections.join(`\n${'-'.repeat(72)}\n\n`));
+    },
+  };
+}
+
 export default defineConfig({
   root,
   base: './',
   resolve: { alias: { '@wasm': modules } },
-  plugins: [glueAsModule(), offline()],
-  worker: { format: 'es', plugins: () => [glueAsModule()] },
+  plugins: [glueAsModule(), offline(), noteBundled(), licences()],
+  worker: { format: 'es', plugins: () => [glueAsModule(), noteBundled()] },
   build: {
     outDir: fileURLToPath(new URL('../build/web', import.meta.url)),
     emptyOutDir: true,

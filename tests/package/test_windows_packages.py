@@ -266,6 +266,15 @@ class Files(unittest.TestCase):
             self.assertRegex(part["version"], r"^\d")
             self.assertTrue(part["licenses"][0]["expression"])
 
+    def test_the_page_has_the_licences_of_what_is_in_it(self):
+        with zipfile.ZipFile(package("*-web.zip")) as archive:
+            folder = archive.namelist()[0]
+            self.assertIn(folder + "index.html", archive.namelist())
+            licences = archive.read(folder + "licences.txt").decode()
+        parts = json.loads((REPOSITORY / "web/package.json").read_text())["dependencies"]
+        for name, version in [("Veltra", ""), *parts.items(), ("emscripten", "")]:
+            self.assertIn(f"{name} {version}".rstrip(), licences)
+
     def test_the_tarball_renders_where_it_is_unpacked(self):
         with tempfile.TemporaryDirectory() as folder:
             run_well("tar", "-C", folder, "-xf", package("*-linux-x86_64.tar.gz"))
