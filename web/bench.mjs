@@ -1,7 +1,8 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // Measures the built page in Chromium: what it loads, its first picture, and frames of 2048 x 1024
-// at 8 bit on one and on two render workers.
+// at 8 bit on one and on two render workers: of the page's first scene, and of a strip 20 degrees
+// high. Each measurement is a new page.
 //
 // usage: node web/bench.mjs
 import { readdirSync, readFileSync } from 'node:fs';
@@ -14,14 +15,15 @@ const root = fileURLToPath(new URL('../build/web/', import.meta.url));
 const frames = 40;
 
 function compressedSize() {
-  const files = readdirSync(root, { recursive: true, withFileTypes: true }).filter((entry) => entry.isFile());
+  const files = readdirSync(root, { recursive: true, withFileTypes: true })
+    .filter((entry) => entry.isFile() && entry.name !== 'licences.txt');
   return files.reduce((sum, { parentPath, name }) => sum + gzipSync(readFileSync(`${parentPath}/${name}`)).length, 0);
 }
 
 const isSettled = () => document.documentElement.dataset.state === 'settled';
 
 /** Milliseconds of the first picture and of full frames, as the page itself takes them. */
-async function measure(browser, address, workers, filtered) {
+async function measure(browser, address, { workers, size, filtered }) {
   const page = await browser.newPage({ viewport: { width: 1280, height: 800 } });
   await page.addInitScript((count) => {
     Object.defineProperty(navigator, 'hardwareConcurrency', { value: count });
@@ -31,6 +33,12 @@ async function measure(browser, address, workers, filtered) {
   }, workers);
   await page.goto(address);
   await page.waitForFunction(isSettled, null, { timeout: 120_000 });
+  if (size !== undefined) {
+    const field = page.locator('[data-control="size-degrees"] .number');
+    await field.fill(String(size));
+    await field.press('Enter');
+    await page.waitForFunction(isSettled, null, { timeout: 120_000 });
+  }
   if (filtered) {
     await page.getByRole('checkbox', { name: 'Spherical Filtering' }).check();
   }
@@ -47,6 +55,20 @@ async function measure(browser, address, workers, filtered) {
   return { first, best: times[0], median: times[frames / 2] };
 }
 
+async function report(browser, address, scene) {
+  const { first, best, median } = await measure(browser, address, scene);
+  const what = [`${scene.workers} worker${scene.workers > 1 ? 's' : ''}`];
+  if (scene.size !== undefined) {
+    what.push(`${scene.size} degrees high`);
+  }
+  if (scene.filtered) {
+    what.push('filtered');
+  }
+  console.log(
+    `${what.join(', ')}: first picture ${first.toFixed(0)} ms, a frame ${best.toFixed(1)} ms at best, ${median.toFixed(1)} ms median`,
+  );
+}
+
 const server = await serve(root);
 const address = `http://localhost:${server.address().port}/`;
 const browser = await chromium.launch({
@@ -55,12 +77,10 @@ const browser = await chromium.launch({
 });
 try {
   console.log(`to load, gzipped: ${(compressedSize() / 1024).toFixed(0)} KiB`);
-  for (const [workers, filtered] of [[1, false], [2, false], [1, true], [2, true]]) {
-    const { first, best, median } = await measure(browser, address, workers, filtered);
-    const kind = `${workers} worker${workers > 1 ? 's' : ''}${filtered ? ', filtered' : ''}`;
-    console.log(
-      `${kind}: first picture ${first.toFixed(0)} ms, a frame ${best.toFixed(1)} ms at best, ${median.toFixed(1)} ms median`,
-    );
+  for (const scene of [{}, { size: 20 }, { filtered: true }]) {
+    for (const workers of [1, 2]) {
+      await report(browser, address, { workers, ...scene });
+    }
   }
 } finally {
   await browser.close();
