@@ -111,7 +111,7 @@ class SubmissionTest(FarmCase):
         self.assertEqual(self.status(shot)['state'], 'cancelled')
 
     def test_ctrl_c_leaves_the_job_running(self):
-        shot = self.shot(frames='1-30')
+        shot = self.shot(frames='1-150')  # seconds of work after the first few
         process = self.start_waiting(shot)
         wait_for(lambda: len(identities(shot.out)) >= 3, PATIENCE, 'the first frames')
         process.send_signal(signal.SIGINT)
