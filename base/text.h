@@ -35,7 +35,7 @@ inline std::string ReasonText(int failure) {
   return text;
 }
 
-/// Line breaks and other control characters, runs of them as one, become spaces; none at the ends.
+/// Spaces, line breaks and other control characters, runs of them as one space; none at the ends.
 inline std::string OneLine(std::string_view text) {
   std::string line;
   for (const char c : text) {

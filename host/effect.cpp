@@ -7,8 +7,6 @@
 #include <new>
 #include <utility>
 
-#include "base/text.h"
-#include "host/base/error_names.h"
 #include "host/session/arbitrary_values.h"
 #include "host/session/control_declaration.h"
 #include "host/suites/tables.h"
@@ -19,12 +17,7 @@ namespace {
 /// What a set-up command answered, in words.
 std::string Refusal(const EffectLibrary& library, const char* command, PF_Err error,
                     const Session& session) {
-  std::string text = std::string("the effect failed in ") + command + ": ";
-  text += session.ThrewException() ? "an exception escaped from it" : ErrorName(error);
-  text += session.MessageInBrackets();
-  if (const std::string missing = MissingText(session.accounts.MissingSoFar()); !missing.empty()) {
-    text += "; " + missing;
-  }
+  std::string text = session.FailureText(command, error);
   const Registration& built = library.Identity();
   if (library.IsNewerThanHost()) {
     const PF_SpecVersion& has = library.Host().version;
@@ -257,13 +250,12 @@ bool Effect::SupportsDepth(Depth depth) const {
 }
 
 Expected<std::string> Effect::About() const {
-  std::string message;
-  if (const PF_Err error = Send(PF_Cmd_ABOUT, &message)) {
-    const std::string line = OneLine(message);
-    return Failure{"the effect failed in ABOUT: " + ErrorName(error) +
-                   (line.empty() ? "" : " (" + line + ")")};
+  const std::lock_guard lock(commandMutex_);
+  Session session(Context(), nullptr);
+  if (const PF_Err error = session.Send(library_->MainEntry(), PF_Cmd_ABOUT)) {
+    return Failure{session.FailureText("ABOUT", error)};
   }
-  return message;
+  return session.Message();
 }
 
 PF_Err Effect::Send(PF_Cmd command, std::string* message) const {

@@ -171,37 +171,31 @@ class FrameRender : private FrameCommands {
 
   bool SendUpdate(PF_ParamDef** params) override {
     const PF_Err error = session_.Send(entry_, PF_Cmd_UPDATE_PARAMS_UI, params);
-    if (const std::string hostFailure = session_.HostFailure(); !hostFailure.empty()) {
-      Fail(PF_Err_BAD_CALLBACK_PARAM, hostFailure);
-      return false;
+    const bool hostFailed = TellHostFailure();
+    if (!hostFailed && error != PF_Err_NONE) {
+      session_.accounts.Broke(Rule::kUpdateFailed, session_.FailureText("UPDATE_PARAMS_UI", error));
     }
-    if (error != PF_Err_NONE) {
-      session_.accounts.Broke(Rule::kUpdateFailed, FailureText("UPDATE_PARAMS_UI", error));
-    }
-    return true;
+    return !hostFailed;
   }
 
   /// Sends a command; a failure becomes the frame's, unless it has one already.
   bool SendWithOutput(PF_Cmd command, const char* name, PF_ParamDef** params, PF_LayerDef* output,
                       void* extra) {
     const PF_Err error = session_.Send(entry_, command, params, output, extra);
-    // Where the host could not give what was asked for, that is the reason, whatever came of it.
+    const bool hostFailed = TellHostFailure();
+    if (!hostFailed && error != PF_Err_NONE) {
+      Fail(error, session_.FailureText(name, error));
+    }
+    return error == PF_Err_NONE && !hostFailed;
+  }
+
+  /// Where the host could not give what was asked for, that is the reason, whatever came of it.
+  bool TellHostFailure() {
     const std::string hostFailure = session_.HostFailure();
     if (!hostFailure.empty()) {
       Fail(PF_Err_BAD_CALLBACK_PARAM, hostFailure);
-    } else if (error != PF_Err_NONE) {
-      Fail(error, FailureText(name, error));
     }
-    return error == PF_Err_NONE && hostFailure.empty();
-  }
-
-  /// What became of the last command, and what it may have lacked.
-  std::string FailureText(const char* name, PF_Err error) const {
-    const std::string missing = MissingText(session_.accounts.MissingSoFar());
-    const std::string answer =
-        session_.ThrewException() ? "an exception escaped from it" : ErrorName(error);
-    return std::string("the effect failed in ") + name + ": " + answer +
-           session_.MessageInBrackets() + (missing.empty() ? "" : "; " + missing);
+    return !hostFailure.empty();
   }
 
   void Fail(PF_Err error, const std::string& text) override {

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "host/base/error_names.h"
 #include "host/pixels/world_view.h"
 #include "host/session/arbitrary_values.h"
 
@@ -175,9 +176,12 @@ PF_Err Session::Send(PF_MainEntryFn entry, PF_Cmd command, PF_ParamDef** params,
   return error;
 }
 
-std::string Session::MessageInBrackets() const {
-  const std::string line = OneLine(TextOf(outData_.return_msg));
-  return line.empty() ? line : " (" + line + ")";
+std::string Session::FailureText(const char* command, PF_Err error) const {
+  const std::string says = OneLine(TextOf(outData_.return_msg));
+  const std::string missing = MissingText(accounts.MissingSoFar());
+  return Text("the effect failed in ", command, ": ",
+              ThrewException() ? "an exception escaped from it" : ErrorName(error),
+              says.empty() ? "" : Text(" (", says, ")"), missing.empty() ? "" : "; ", missing);
 }
 
 /// What effects leave alone must mean "as it was".
@@ -520,13 +524,12 @@ const World* Session::TransparentFor(PF_ParamIndex index) {
   if (layer == nullptr && !IsFrame(index)) {
     return nullptr;
   }
-  const PF_LRect frame = FrameRect();
-  const std::pair size = layer != nullptr ? std::pair{layer->Width(), layer->Height()}
-                                          : std::pair{frame.right, frame.bottom};
   const std::lock_guard lock(otherLayersMutex_);
-  World& world = transparent_[size];
+  World& world = transparent_[index];
   if (world.Empty()) {
-    auto made = World::Create(size.first, size.second, settings_->depth);
+    const PF_LRect frame = FrameRect();
+    auto made = World::Create(layer != nullptr ? layer->Width() : frame.right,
+                              layer != nullptr ? layer->Height() : frame.bottom, settings_->depth);
     if (!made) {
       NoteOutOfMemory();
       return nullptr;

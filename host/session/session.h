@@ -85,8 +85,9 @@ class Session {
   const PF_OutData& OutData() const { return outData_; }
   /// What the effect wants shown: the last message of all commands.
   const std::string& Message() const { return message_; }
-  /// The message that the last command left, in one line, in brackets after a space; mostly empty.
-  std::string MessageInBrackets() const;
+  /// What became of the last command, by its name and its error: the error in words, what the
+  /// effect says and what it may have lacked, in one line.
+  std::string FailureText(const char* command, PF_Err error) const;
   void SetSequenceData(PF_Handle data) { inData_.sequence_data = data; }
   /// The sequence data, also where the in-data does not show it.
   PF_Handle ConstSequenceData() const {
@@ -245,8 +246,8 @@ class Session {
   std::mutex otherLayersMutex_;
   std::map<std::pair<PF_ParamIndex, std::int64_t>, std::shared_ptr<const World>>
       otherLayers_;  // at other times, by 1/705600000 of a second; guarded by otherLayersMutex_
-  std::map<std::pair<A_long, A_long>, World> transparent_;  // by size; guarded by otherLayersMutex_
-  std::string hostFailure_;                                 // guarded by failureMutex_
+  std::map<PF_ParamIndex, World> transparent_;  // guarded by otherLayersMutex_
+  std::string hostFailure_;                     // guarded by failureMutex_
 
   // Readers on many threads walk the array without a lock; an entry is complete before the count
   // covers it, and lendMutex_ is held while one is added. What does not fit is sampled without

@@ -25,15 +25,21 @@ char layerToken;
 char compToken;
 char itemToken;
 
-/// Notes what was called in vain, so that an effect which cannot do without it is not blamed.
-A_Err NotHere(const std::string& what) noexcept {
+/// Notes what was called in vain, so that an effect which cannot do without it is not blamed. The
+/// text is made where a lack of memory does not end the program.
+template <class MakeText>
+A_Err Refused(MakeText makeText) noexcept {
   Guarded([&]() -> PF_Err {
     if (Session* session = Session::Current()) {
-      session->accounts.Missing(what);
+      session->accounts.Missing(makeText());
     }
     return PF_Err_NONE;
   });
   return A_Err_GENERIC;
+}
+
+A_Err NotHere(const char* what) noexcept {
+  return Refused([&] { return std::string(what); });
 }
 
 /// A suite as effects ask for it; a template's argument.
@@ -49,9 +55,9 @@ struct SuiteName {
 
 template <SuiteName kSuite, std::size_t kSlot>
 A_Err Refuse() noexcept {
-  return Guarded([]() -> PF_Err {
-    return NotHere("slot " + std::to_string(kSlot) + " of the suite \"" + kSuite.text +
-                   "\" version " + std::to_string(kSuite.version));
+  return Refused([] {
+    return "slot " + std::to_string(kSlot) + " of the suite \"" + kSuite.text + "\" version " +
+           std::to_string(kSuite.version);
   });
 }
 

@@ -43,9 +43,9 @@ void StartThreads() {
   });
 }
 
-std::string OneLine(const char* what) {
-  std::string text = what;
-  std::replace(text.begin(), text.end(), '\n', ' ');
+/// An exception's text in one line, without a full stop.
+std::string Reason(const char* what) {
+  std::string text = OneLine(what);
   while (!text.empty() && (text.back() == '.' || text.back() == ' ')) {
     text.pop_back();
   }
@@ -88,7 +88,7 @@ class ExrReader : public PictureReader {
     } catch (const RenderError&) {
       throw;
     } catch (const std::exception& error) {
-      ThrowDamaged("OpenEXR", OneLine(error.what()));
+      ThrowDamaged("OpenEXR", Reason(error.what()));
     }
     CheckPictureSize(Length(displayWindow_.min.x, displayWindow_.max.x),
                      Length(displayWindow_.min.y, displayWindow_.max.y));
@@ -221,7 +221,7 @@ class ExrReader : public PictureReader {
       part_->setFrameBuffer(buffer);
       part_->readPixels(first, last);
     } catch (const std::exception& error) {
-      ThrowDamaged("OpenEXR", OneLine(error.what()));
+      ThrowDamaged("OpenEXR", Reason(error.what()));
     }
   }
 
@@ -363,7 +363,7 @@ class ExrWriter : public PictureWriter {
 
   [[noreturn]] void Fail(const char* what) const {
     sink_.ThrowIfFailed();
-    throw RenderError("cannot write OpenEXR: " + OneLine(what));
+    throw RenderError("cannot write OpenEXR: " + Reason(what));
   }
 
   ByteSink& sink_;

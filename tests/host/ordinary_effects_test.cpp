@@ -145,18 +145,21 @@ TEST(OrdinaryEffects, ReadParametersAndLayersAtTheTimeTheyAskFor) {
 
 TEST(OrdinaryEffects, SeeTransparentPixelsOutsideOfTheFootageAndNoneWithoutALayer) {
   std::string seen;
+  std::vector<A_long> wideness;
   const auto effect = LoadScripted(
       [&](PF_Cmd cmd, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*, void*) {
         if (cmd == PF_Cmd_PARAMS_SETUP) {
           AddControl(in, PF_Param_LAYER, [](PF_ParamDef& p) { p.u.ld.dephault = 0; });
           AddControl(in, PF_Param_LAYER, [](PF_ParamDef& p) { p.u.ld.dephault = 0; });
-          out->num_params = 3;
+          AddControl(in, PF_Param_LAYER, [](PF_ParamDef& p) { p.u.ld.dephault = 0; });
+          out->num_params = 4;
         } else if (cmd == PF_Cmd_RENDER) {
-          for (const PF_ParamIndex index : {0, 1, 2}) {
+          for (const PF_ParamIndex index : {0, 1, 2, 3}) {
             PF_ParamDef then{};
             in->inter.checkout_param(in->effect_ref, index, -100, 1, 24, &then);
             const PF_LayerDef& layer = then.u.ld;
             seen += layer.data == nullptr ? "none " : std::to_string(layer.width) + " ";
+            wideness.push_back(layer.pix_aspect_ratio.num);
             if (layer.data != nullptr) {
               EXPECT_EQ(static_cast<PF_Pixel8*>(layer.data)->alpha, 0);
               EXPECT_TRUE(IsEmpty(layer.extent_hint));
@@ -168,14 +171,19 @@ TEST(OrdinaryEffects, SeeTransparentPixelsOutsideOfTheFootageAndNoneWithoutALaye
   ASSERT_NE(effect, nullptr);
   const World input = RandomWorld<PF_Pixel8>(6, 4, 1);
   const World layer = RandomWorld<PF_Pixel8>(3, 2, 2);
+  World wide = RandomWorld<PF_Pixel8>(3, 2, 2);
+  wide.SetPixelAspect({2, 1});
   RenderSettings settings = FrameOf(6, 4, RenderMode::kClassic);
   settings.input = &input;
   settings.layers[1] = &layer;
+  settings.layers[3] = &wide;
   settings.layerAt = [](PF_ParamIndex, A_long, A_u_long) -> Expected<std::shared_ptr<const World>> {
     return std::shared_ptr<const World>();
   };
   ASSERT_TRUE(RenderFrame(*effect, settings).Ok());
-  EXPECT_EQ(seen, "6 3 none ");
+  EXPECT_EQ(seen, "6 3 none 3 ");
+  EXPECT_EQ(wideness[1], 1);
+  EXPECT_EQ(wideness[3], 2) << "layers of one size are told apart";
 }
 
 TEST(OrdinaryEffects, GetPixelsOfTheirOwnWhereTheyWriteIntoTheirInput) {

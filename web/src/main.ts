@@ -22,6 +22,7 @@ import { el, icon, iconButton } from './ui/dom';
 import { Notices } from './ui/notices';
 import { Stage } from './views/stage';
 import { withoutEffect } from './ui/support';
+import { reasonOf } from './reason';
 
 /** Two points that show the bend of a great circle, and a title along it. */
 function firstScene(effect: EffectDescription): Scene {
@@ -243,7 +244,7 @@ class Page {
         this.#tellShape(file.name, await this.#library.get(source, 1));
       }
     } catch (error) {
-      const reason = error instanceof Error ? error.message : String(error);
+      const reason = reasonOf(error);
       this.#notices.show(`${file.name}: ${reason}`, 'trouble');
     }
   }
@@ -304,7 +305,7 @@ class Page {
         ].join(' ').trim(),
       );
     } catch (error) {
-      const reason = error instanceof Error ? error.message : String(error);
+      const reason = reasonOf(error);
       this.#notices.show(`${file.name}: ${reason}`, 'trouble');
     }
   }
@@ -322,7 +323,7 @@ class Page {
         this.#notices.show(`The link's pictures stay with whoever made it. Choose yours for ${linked.missing.join(', ')}.`);
       }
     } catch (error) {
-      this.#notices.show(error instanceof Error ? error.message : String(error), 'trouble');
+      this.#notices.show(reasonOf(error), 'trouble');
     }
   }
 
@@ -392,7 +393,7 @@ async function start(root: HTMLElement): Promise<void> {
     page.mount(root);
     keepForOffline();
   } catch (error) {
-    const reason = error instanceof Error ? error.message : String(error);
+    const reason = reasonOf(error);
     root.replaceChildren(
       el('p', { class: 'starting trouble', role: 'alert', text: `The effect could not start: ${reason}` }),
     );

@@ -7,6 +7,7 @@ import type { Depth, FrameRequest, Picture } from './engine/protocol';
 import type { Library } from './pictures/library';
 import { hostValues, type Scene } from './scene/scene';
 import type { Stage } from './views/stage';
+import { reasonOf } from './reason';
 
 /** Milliseconds that a frame may take while something moves: 30 a second, with time to show it. */
 const movingBudget = 26;
@@ -139,7 +140,7 @@ export class Preview {
       } catch (error) {
         shown = false;
         if (!(error instanceof Superseded)) {
-          this.#fail(error instanceof Error ? error.message : String(error));
+          this.#fail(reasonOf(error));
         }
       }
     }
@@ -209,7 +210,10 @@ export class Preview {
     if (this.#library.draftOf(scene.frame) !== undefined) {
       this.#library.get(scene.frame, frame).then(
         () => this.update(),
-        (error: unknown) => this.#fail(String(error)),
+        (error: unknown) => {
+          document.documentElement.dataset['state'] = 'failed';
+          this.#fail(reasonOf(error));
+        },
       );
     }
   }

@@ -4,6 +4,7 @@
 import createVeltra, { type VeltraModule } from '@wasm/veltra_web.js';
 import type { FromWorker, ToWorker } from './protocol';
 import { Renderer } from './renderer';
+import { reasonOf } from '../reason';
 
 declare const self: DedicatedWorkerGlobalScope;
 
@@ -67,6 +68,6 @@ self.addEventListener('message', (event: MessageEvent<ToWorker>) => {
     .then(() => act(message))
     .catch((error: unknown) => {
       const job = 'job' in message ? message.job : null;
-      say({ type: 'failed', job, reason: error instanceof Error ? error.message : String(error) });
+      say({ type: 'failed', job, reason: reasonOf(error) });
     });
 });

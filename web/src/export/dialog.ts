@@ -14,6 +14,7 @@ import { namesOf, notShown, sceneText } from '../scene/scene_file';
 import { el, icon, iconButton } from '../ui/dom';
 import { encodeVideo, type VideoKind } from './video';
 import type { Notices } from '../ui/notices';
+import { reasonOf } from '../reason';
 
 export function save(bytes: BlobPart, name: string, type: string): void {
   const address = URL.createObjectURL(new Blob([bytes], { type }));
@@ -186,7 +187,7 @@ export class ExportDialog {
       await work();
       this.#progress.textContent = 'Saved.';
     } catch (error) {
-      const reason = error instanceof Error ? error.message : String(error);
+      const reason = reasonOf(error);
       this.#progress.textContent = `Not saved: ${reason}`;
       this.#notices.show(`Not saved: ${reason}`, 'trouble');
     }

@@ -5,6 +5,7 @@ import { zlibSync } from 'fflate';
 import { FloatType } from 'three';
 import { EXRLoader } from 'three/addons/loaders/EXRLoader.js';
 import { checkSize, PictureFailure } from './formats';
+import { reasonOf } from '../reason';
 
 export interface ExrPicture {
   readonly width: number;
@@ -33,7 +34,7 @@ function parsed(file: Uint8Array<ArrayBuffer>): Parsed {
     loader.setDataType(FloatType);
     return loader.parse(file.slice().buffer) as unknown as Parsed;
   } catch (error) {
-    const reason = error instanceof Error ? error.message : String(error);
+    const reason = reasonOf(error);
     throw new PictureFailure(`not a readable OpenEXR file (${reason.replace(/^THREE\.EXRLoader(\.parse)?:\s*/, '')})`);
   }
 }

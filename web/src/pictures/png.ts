@@ -3,6 +3,7 @@
 // PNG with 8 and 16 bits, straight alpha, in and out.
 import { decode, encode, convertIndexedToRgb } from 'fast-png';
 import { checkSize, PictureFailure } from './formats';
+import { reasonOf } from '../reason';
 
 export interface PngPicture {
   readonly width: number;
@@ -25,7 +26,7 @@ function decoded(file: Uint8Array): ReturnType<typeof decode> {
   try {
     return decode(file, { checkCrc: true });
   } catch (error) {
-    const reason = error instanceof Error ? error.message : String(error);
+    const reason = reasonOf(error);
     throw new PictureFailure(`damaged PNG (${reason.toLowerCase()})`);
   }
 }
