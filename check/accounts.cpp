@@ -11,7 +11,7 @@
 namespace veltra::check {
 namespace {
 
-void Compare(std::vector<std::string>& out, int taken, int returned, std::string_view what,
+void CompareCounts(std::vector<std::string>& out, int taken, int returned, std::string_view what,
              bool keptOnly) {
   if (taken > returned || (taken < returned && !keptOnly)) {
     out.push_back(Text(what, ": ", taken, " taken, ", returned, " returned"));
@@ -21,17 +21,17 @@ void Compare(std::vector<std::string>& out, int taken, int returned, std::string
 std::vector<std::string> Accounts(const host::RenderResult& result, bool keptOnly) {
   const host::RenderDiagnostics& d = result.diagnostics;
   std::vector<std::string> out;
-  Compare(out, d.paramCheckouts, d.paramCheckins + d.paramsTakenBack, "parameters", keptOnly);
+  CompareCounts(out, d.paramCheckouts, d.paramCheckins + d.paramsTakenBack, "parameters", keptOnly);
   for (const host::Violation& note : d.notes) {
     if (note.rule == host::Rule::kSuiteKept ||
         (note.rule == host::Rule::kSuiteOverReleased && !keptOnly)) {
       out.push_back(note.text);
     }
   }
-  Compare(out, d.worldsMade, d.worldsDisposed, "worlds", keptOnly);
-  Compare(out, d.blocksAllocated, d.blocksFreed, "memory blocks", keptOnly);
+  CompareCounts(out, d.worldsMade, d.worldsDisposed, "worlds", keptOnly);
+  CompareCounts(out, d.blocksAllocated, d.blocksFreed, "memory blocks", keptOnly);
   if (d.layerCheckins > d.layerCheckouts && !keptOnly) {
-    Compare(out, d.layerCheckouts, d.layerCheckins, "layer pixels", keptOnly);
+    CompareCounts(out, d.layerCheckouts, d.layerCheckins, "layer pixels", keptOnly);
   }
   return out;
 }

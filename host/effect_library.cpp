@@ -32,7 +32,7 @@ constexpr std::string_view kChoiceMark = "::";
 /// What libraries without registration and resource call their command entry.
 constexpr std::array<const char*, 2> kUsualEntryNames = {"EffectMain", kMainEntryName};
 
-std::string Text(const A_u_char* text) {
+std::string TextOf(const A_u_char* text) {
   return text != nullptr ? std::string(reinterpret_cast<const char*>(text)) : std::string();
 }
 
@@ -49,8 +49,8 @@ PF_Err KeepRegistration(void* hostPointer, const A_u_char* name, const A_u_char*
     return PF_Err_NONE;
   }
   try {
-    calls->effects.push_back({Text(name), Text(matchName), Text(category), Text(entryPoint), kind,
-                              apiMajor, apiMinor, reservedInfo, Text(supportUrl),
+    calls->effects.push_back({TextOf(name), TextOf(matchName), TextOf(category), TextOf(entryPoint),
+                              kind, apiMajor, apiMinor, reservedInfo, TextOf(supportUrl),
                               IdentitySource::kRegistration});
   } catch (...) {
     return PF_Err_OUT_OF_MEMORY;

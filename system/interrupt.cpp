@@ -3,6 +3,9 @@
 // The wish to stop, however a system tells of it.
 #include "system/interrupt.h"
 
+#include <algorithm>
+#include <thread>
+
 #include "base/error.h"
 
 namespace veltra {
@@ -20,6 +23,14 @@ std::atomic<int>& LastSignal() {
 void ThrowIfInterrupted() {
   if (InterruptFlag().load(std::memory_order_relaxed)) {
     throw Interrupted();
+  }
+}
+
+void SleepUnlessInterrupted(std::chrono::milliseconds pause) {
+  constexpr std::chrono::milliseconds kStep{100};
+  for (std::chrono::milliseconds left = pause; left.count() > 0; left -= kStep) {
+    ThrowIfInterrupted();
+    std::this_thread::sleep_for(std::min(left, kStep));
   }
 }
 

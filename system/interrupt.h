@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 
 namespace veltra {
 
@@ -19,6 +20,9 @@ std::atomic<int>& LastSignal();
 
 /// Throws Interrupted when the flag is set.
 void ThrowIfInterrupted();
+
+/// Waits; throws Interrupted within a tenth of a second when the flag is set.
+void SleepUnlessInterrupted(std::chrono::milliseconds pause);
 
 /// What the program should exit with: 130 after Ctrl-C, 128 + n after signal n.
 int InterruptExitCode();

@@ -23,7 +23,7 @@
 namespace veltra::cli {
 namespace {
 
-constexpr const char* kExamples =
+constexpr const char* kCompareExamples =
     "Exits with 0 when no channel differs by more than the threshold, with 1 otherwise.\n"
     "\n"
     "examples:\n"
@@ -64,7 +64,7 @@ auto Option(const char* name, const std::string& text, const Parse& parse) {
 
 bool ParseCompare(const Arguments& arguments, CompareJob& job) {
   CLI::App app("Tells how two pictures, sequences or videos differ.", "veltra compare");
-  app.footer(kExamples);
+  app.footer(kCompareExamples);
   std::string threshold = "0";
   std::string frames;
   std::string gain;

@@ -22,7 +22,7 @@
 namespace veltra::cli {
 namespace {
 
-constexpr const char* kExamples = R"(examples:
+constexpr const char* kRenderExamples = R"(examples:
   a title across the street, half as high, softly faded:
     veltra render -f street.png --layer title.png --start 20%,45% --end 70%,45% \
         --degrees 15 --opacity 80 -o out.png
@@ -36,7 +36,7 @@ constexpr const char* kExamples = R"(examples:
     veltra render scene.json --depth float -o out.####.exr)";
 
 /// What the command line says, as texts.
-struct CommandLine {
+struct RenderArguments {
   std::map<std::string, std::string> settings;  ///< by option name
   std::map<PF_ParamIndex, std::string> controls;
   std::string scenePath;
@@ -114,7 +114,7 @@ std::string OptionNames(const OptionSpec& option) {
                                      : Text("-", option.shortName, ",--", option.name);
 }
 
-void AddOptions(CLI::App& app, CommandLine& line) {
+void AddRenderOptions(CLI::App& app, RenderArguments& line) {
   for (const OptionSpec& option : RenderOptionSpecs()) {
     std::string& text = line.settings[option.name];
     if (option.IsFlag()) {
@@ -143,7 +143,7 @@ std::string ControlHelp(const host::Effect& effect, const ControlOption& option)
 }
 
 /// `help` is what --help says of it.
-void AddControl(CLI::App& app, CommandLine& line, const ControlOption& option,
+void AddControl(CLI::App& app, RenderArguments& line, const ControlOption& option,
                 const std::string& help) {
   const PF_ParamIndex index = option.declaration->index;
   const auto set = [&line, index](const std::string& value) { line.controls[index] = value; };
@@ -376,7 +376,7 @@ class JobBuilder {
     }
   }
 
-  void AddCommandLine(const CommandLine& line) {
+  void AddCommandLine(const RenderArguments& line) {
     for (const auto& [name, text] : line.settings) {
       if (text.empty()) {
         continue;
@@ -454,7 +454,7 @@ class JobBuilder {
 
 // ---- Checking and saving ----
 
-void CheckOptions(const RenderOptions& options) {
+void CheckTogether(const RenderOptions& options) {
   if (options.output.empty() && options.saveScene.empty()) {
     throw UsageError("nothing to write (give -o FILE)");
   }
@@ -519,10 +519,10 @@ std::unique_ptr<JobBuilder> ReadJob(const Arguments& arguments) {
       throw;
     }
   }
-  CommandLine line;
+  RenderArguments line;
   CLI::App app("Places a layer onto 360-degree (equirectangular) footage along a great circle.",
                "veltra render");
-  app.footer(kExamples);
+  app.footer(kRenderExamples);
   app.add_option("scene", line.scenePath, "a scene file that the options override")
       ->type_name("[SCENE.json]");
   std::vector<ControlOption> controls;
@@ -532,7 +532,7 @@ std::unique_ptr<JobBuilder> ReadJob(const Arguments& arguments) {
       AddControl(app, line, control, help ? ControlHelp(*effect, control) : "");
     }
   }
-  AddOptions(app, line);
+  AddRenderOptions(app, line);
   if (!ParseArguments(app, SpellOutSwitches(arguments, controls))) {
     return nullptr;
   }
@@ -552,7 +552,7 @@ RenderJob JobOfScene(const std::string& path) {
   if (job.options.output.empty()) {
     throw UsageError(Text(path, ": names no output"));
   }
-  CheckOptions(job.options);
+  CheckTogether(job.options);
   return job;
 }
 
@@ -584,7 +584,7 @@ int RunRender(const Arguments& arguments) {
     return kExitDone;
   }
   const RenderJob job = builder->Finish();
-  CheckOptions(job.options);
+  CheckTogether(job.options);
   if (!job.options.saveScene.empty()) {
     const std::string& path = job.options.saveScene;
     WriteScene(builder->ToScene(PathOf(path).parent_path()), path);

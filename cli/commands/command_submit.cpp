@@ -20,7 +20,7 @@ namespace veltra::cli {
 namespace {
 
 /// What the command line says, as texts and flags.
-struct CommandLine {
+struct SubmitArguments {
   SubmitOptions options;
   std::string chunk;
   std::string memory;
@@ -57,7 +57,7 @@ std::uint64_t ParseMemory(std::string_view text) {
   return hasUnit ? number << (10 * (unit + 1)) : number;
 }
 
-void AddOptions(CLI::App& app, CommandLine& line) {
+void AddSubmitOptions(CLI::App& app, SubmitArguments& line) {
   SubmitOptions& options = line.options;
   constexpr const char* kTasks = "Tasks";
   app.add_option("scene", options.scene, "the scene file")->type_name("SCENE.json")->required();
@@ -104,7 +104,7 @@ void AddOptions(CLI::App& app, CommandLine& line) {
   app.add_flag("-q,--quiet", line.quiet, "only errors")->group(kAfter);
 }
 
-void ReadOptions(CommandLine& line) {
+void ReadOptions(SubmitArguments& line) {
   constexpr int kMany = 100000000;
   const auto number = [](const char* name, const std::string& text, int most) {
     return text.empty() ? 0 : FromOption(name, [&] { return ParseInteger(text, 1, most); });
@@ -127,7 +127,7 @@ void ReadOptions(CommandLine& line) {
 }
 
 /// As the options of a render.
-RenderOptions Telling(const CommandLine& line) {
+RenderOptions Telling(const SubmitArguments& line) {
   RenderOptions options;
   options.quiet = line.quiet;
   if (!line.progress.empty()) {
@@ -137,7 +137,7 @@ RenderOptions Telling(const CommandLine& line) {
   return options;
 }
 
-SubmissionFolder Chosen(const CommandLine& line) {
+SubmissionFolder Chosen(const SubmitArguments& line) {
   const std::vector<SubmissionFolder> all = FindSubmissions(line.options.scene);
   if (line.id.empty() && !all.empty()) {
     return all.back();
@@ -152,7 +152,7 @@ SubmissionFolder Chosen(const CommandLine& line) {
                        : Text("--id: no submission '", line.id, "' of ", line.options.scene));
 }
 
-int Status(const CommandLine& line) {
+int Status(const SubmitArguments& line) {
   const SubmissionFolder folder = Chosen(line);
   const Submission submission = folder.Read();
   if (line.wait) {
@@ -164,7 +164,7 @@ int Status(const CommandLine& line) {
   return status.result && !status.result->Whole() ? kExitFailed : kExitDone;
 }
 
-int Cancel(const CommandLine& line) {
+int Cancel(const SubmitArguments& line) {
   const SubmissionFolder folder = Chosen(line);
   const Submission submission = folder.Read();
   CancelSubmission(folder, submission);
@@ -191,7 +191,7 @@ void PrintDryRun(const PreparedSubmission& prepared, const SubmitOptions& option
   print(FinishJob(prepared, options, ids));
 }
 
-void PrintQueued(const CommandLine& line, const PreparedSubmission& prepared) {
+void PrintQueued(const SubmitArguments& line, const PreparedSubmission& prepared) {
   if (line.quiet) {
     return;
   }
@@ -210,7 +210,7 @@ PreparedSubmission Prepare(const SubmitOptions& options, std::size_t largestArra
       largestArray);
 }
 
-int SubmitToSlurm(CommandLine& line) {
+int SubmitToSlurm(SubmitArguments& line) {
   const std::size_t largestArray = LargestArray();
   if (!line.options.again) {
     if (const auto running = RunningSubmission(line.options.scene)) {
@@ -232,7 +232,7 @@ int SubmitToSlurm(CommandLine& line) {
   return line.wait ? WaitForEnd(prepared.folder, prepared.submission, Telling(line)) : kExitDone;
 }
 
-int SubmitAsList(const CommandLine& line) {
+int SubmitAsList(const SubmitArguments& line) {
   if (line.wait) {
     throw UsageError("--wait: not for --scheduler list, which queues nothing");
   }
@@ -250,10 +250,10 @@ int SubmitAsList(const CommandLine& line) {
 }  // namespace
 
 int RunSubmit(const Arguments& arguments) {
-  CommandLine line;
+  SubmitArguments line;
   CLI::App app("Hands the frames of a scene to a farm run by Slurm, or lists them as commands.",
                "veltra submit");
-  AddOptions(app, line);
+  AddSubmitOptions(app, line);
   app.footer("docs/farm.md tells what is promised and what can go wrong.");
   if (!ParseArguments(app, arguments)) {
     return kExitDone;

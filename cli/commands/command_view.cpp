@@ -27,7 +27,7 @@ constexpr std::array kShared = {
     "skip-missing", "resume",        "output-depth", "format",  "no-alpha", "compression",
     "jpeg-quality", "video-options", "no-clobber",   "threads", "quiet",    "progress"};
 
-constexpr const char* kExamples =
+constexpr const char* kViewExamples =
     "examples:\n"
     "  veltra view -f pano.png -o ahead.png --yaw 30 --pitch -10 --fov 100\n"
     "  veltra view -f pano.png -o globe.png --globe --size 800x800\n"
@@ -81,7 +81,7 @@ double Angle(const char* name, const std::string& text, double least, double mos
 bool ParseView(const Arguments& arguments, ViewJob& job) {
   CLI::App app("Shows a 360-degree frame as a camera in its middle sees it, or as a globe.",
                "veltra view");
-  app.footer(kExamples);
+  app.footer(kViewExamples);
   std::string yaw = "0";
   std::string pitch = "0";
   std::string fov;

@@ -190,8 +190,7 @@ void CancelSubmission(const SubmissionFolder& folder, const Submission& submissi
   constexpr int kLongest = 180;  // looks
   std::size_t left = CountQueue(submission.jobs).Total();
   for (int look = 0; look < kLongest && left > 0; ++look) {
-    ThrowIfInterrupted();
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    SleepUnlessInterrupted(std::chrono::milliseconds(500));
     left = CountQueue(submission.jobs).Total();
   }
   if (left > 0) {

@@ -48,17 +48,9 @@ std::vector<int> AllNumbers(const Submission& submission) {
   return all;
 }
 
-void Sleep(std::chrono::milliseconds pause) {
-  constexpr std::chrono::milliseconds kStep{100};
-  for (std::chrono::milliseconds slept{0}; slept < pause; slept += kStep) {
-    ThrowIfInterrupted();
-    std::this_thread::sleep_for(kStep);
-  }
-}
-
 /// Before a second and a third try: what was wrong may pass, such as a file server that restarts.
 void WaitBefore(int attempt) {
-  Sleep(std::chrono::seconds(attempt <= 1 ? 0 : attempt == 2 ? 2 : 10));
+  SleepUnlessInterrupted(std::chrono::seconds(attempt <= 1 ? 0 : attempt == 2 ? 2 : 10));
 }
 
 /// Frames matter more than what is said of them; the last task looks at the frames themselves.
@@ -340,7 +332,7 @@ FarmResult LookPatiently(const SubmissionFolder& folder, const Submission& submi
     if (!MissesUnexplained(submission, result)) {
       break;
     }
-    Sleep(std::chrono::seconds(seconds));
+    SleepUnlessInterrupted(std::chrono::seconds(seconds));
     result = Look(folder, submission);
   }
   return result;

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <chrono>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 #include "base/error.h"
 #include "base/print.h"
@@ -26,14 +25,6 @@ milliseconds PauseFor(const Submission& submission) {
   constexpr std::size_t kReadsPerSecond = 200;
   const auto reading = static_cast<long>(submission.ranges.size() * 1000 / kReadsPerSecond);
   return std::clamp(milliseconds(reading), milliseconds(500), milliseconds(30000));
-}
-
-void Sleep(milliseconds pause) {
-  constexpr milliseconds kStep{100};
-  for (milliseconds slept{0}; slept < pause; slept += kStep) {
-    ThrowIfInterrupted();
-    std::this_thread::sleep_for(kStep);
-  }
 }
 
 void ReportFailures(const FarmResult& result, Progress& progress) {
@@ -187,7 +178,7 @@ int WaitForEnd(const SubmissionFolder& folder, const Submission& submission,
       }
       silent = true;
     }
-    Sleep(PauseFor(submission));
+    SleepUnlessInterrupted(PauseFor(submission));
   }
 }
 

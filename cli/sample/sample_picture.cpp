@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <string>
 
 #include "base/error.h"
@@ -19,7 +20,7 @@ namespace {
 
 using host::World;
 
-constexpr double kPi = 3.141592653589793;
+using std::numbers::pi;
 
 struct Colour {
   double r = 0;
@@ -82,8 +83,8 @@ constexpr double kSunElevation = 0.115;
 constexpr Colour kSunColour{1.0, 0.78, 0.5};
 constexpr Colour kHaze{0.93, 0.60, 0.47};
 
-View Direction(double turn, double elevation, double pixel) {
-  const double longitude = (turn * 2 - 1) * kPi;
+View ViewAt(double turn, double elevation, double pixel) {
+  const double longitude = (turn * 2 - 1) * pi;
   const double level = numerics::Cos(elevation);
   return {turn,
           elevation,
@@ -94,7 +95,7 @@ View Direction(double turn, double elevation, double pixel) {
 }
 
 double TowardsSun(const View& view) {
-  static const View sun = Direction(kSunTurn, kSunElevation, 0);
+  static const View sun = ViewAt(kSunTurn, kSunElevation, 0);
   return view.x * sun.x + view.y * sun.y + view.z * sun.z;
 }
 
@@ -113,7 +114,7 @@ Colour Sky(const View& view) {
 /// Stars fade in towards the zenith; each sits somewhere in its own cell.
 double Star(const View& view) {
   constexpr double kRows = 90;
-  const double row = std::floor(view.elevation / (kPi / 2) * kRows);
+  const double row = std::floor(view.elevation / (pi / 2) * kRows);
   const double columns = std::max(8.0, std::floor(4 * kRows * numerics::Cos(view.elevation)));
   const double column = std::floor(view.turn * columns);
   const auto cell = static_cast<std::uint32_t>(row * 1000 + column);
@@ -121,7 +122,7 @@ double Star(const View& view) {
     return 0;
   }
   const double inX = view.turn * columns - column - (0.25 + 0.5 * Hash(cell + 77777U));
-  const double inY = view.elevation / (kPi / 2) * kRows - row - (0.25 + 0.5 * Hash(cell + 99991U));
+  const double inY = view.elevation / (pi / 2) * kRows - row - (0.25 + 0.5 * Hash(cell + 99991U));
   const double near = 1 - Step(0.03, 0.11, std::sqrt(inX * inX + inY * inY));
   return near * (0.3 + 0.6 * Hash(cell + 5U)) * Step(0.3, 0.9, view.y);
 }
@@ -303,13 +304,13 @@ World DrawSampleFrame(int width, int height, host::ThreadPool& pool) {
   constexpr double kLabelPen = 0.16;
   World world = MakeWorld(width, height);
   const std::vector<Label> labels = Labels(width, height);
-  const double pixel = kPi / height;
+  const double pixel = pi / height;
   pool.ForEach(height, [&](int row) {
     const auto pixels = world.Row<PF_PixelFloat>(row);
     const double y = row;  // the host's rows and columns lie on the lines, not between them
     for (int column = 0; column < width; ++column) {
       const double x = column;
-      const View view = Direction(x / width, (0.5 - y / height) * kPi, pixel);
+      const View view = ViewAt(x / width, (0.5 - y / height) * pi, pixel);
       Colour colour = Landscape(view);
       double mark = Graticule(x, y, width, height);
       for (const Label& label : labels) {

@@ -14,7 +14,7 @@
 namespace veltra::cli {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
+using std::numbers::pi;
 
 /// Radians: yaw from the middle column to the right, pitch from the middle row upward.
 struct Direction {
@@ -27,7 +27,7 @@ using Vector = std::array<double, 3>;
 Direction DirectionOf(const host::ControlValue& point, int width, int height) {
   const double x = static_cast<double>(point.x) / kFixedOne;
   const double y = static_cast<double>(point.y) / kFixedOne;
-  return {(x / width - 0.5) * 2.0 * kPi, (0.5 - y / height) * kPi};
+  return {(x / width - 0.5) * 2.0 * pi, (0.5 - y / height) * pi};
 }
 
 Vector VectorOf(const Direction& direction) {
@@ -61,7 +61,7 @@ Direction DirectionNear(const Vector& vector, double near) {
   double yaw = near;  // at a pole any is right
   if (level > 0.0) {
     yaw = std::copysign(numerics::Acos(std::clamp(vector[0] / level, -1.0, 1.0)), vector[1]);
-    yaw += 2.0 * kPi * std::round((near - yaw) / (2.0 * kPi));
+    yaw += 2.0 * pi * std::round((near - yaw) / (2.0 * pi));
   }
   return {yaw, pitch};
 }
@@ -83,7 +83,7 @@ host::ControlValue OnGreatCircle(const host::ControlValue& from, const host::Con
   if (share <= 0.0 || angle < kNearlyNothing) {
     return from;
   }
-  if (kPi - angle < kNearlyNothing) {
+  if (pi - angle < kNearlyNothing) {
     throw UsageError(
         "two keyframes in a row are opposite points of the sphere, which no single great circle "
         "joins (add one between them)");
@@ -95,8 +95,8 @@ host::ControlValue OnGreatCircle(const host::ControlValue& from, const host::Con
     mixed[i] = (a[i] * weightA + b[i] * weightB) / numerics::Sin(angle);
   }
   const Direction direction = DirectionNear(mixed, start.yaw);
-  return {Fixed((direction.yaw / (2.0 * kPi) + 0.5) * width),
-          Fixed((0.5 - direction.pitch / kPi) * height)};
+  return {Fixed((direction.yaw / (2.0 * pi) + 0.5) * width),
+          Fixed((0.5 - direction.pitch / pi) * height)};
 }
 
 }  // namespace veltra::cli

@@ -53,12 +53,16 @@ struct SuiteName {
   }
 };
 
+A_Err RefusedSlot(const char* suite, A_long version, std::size_t slot) noexcept {
+  return Refused([&] {
+    return "slot " + std::to_string(slot) + " of the suite \"" + suite + "\" version " +
+           std::to_string(version);
+  });
+}
+
 template <SuiteName kSuite, std::size_t kSlot>
 A_Err Refuse() noexcept {
-  return Refused([] {
-    return "slot " + std::to_string(kSlot) + " of the suite \"" + kSuite.text + "\" version " +
-           std::to_string(kSuite.version);
-  });
+  return RefusedSlot(kSuite.text, kSuite.version, kSlot);
 }
 
 template <class Value>

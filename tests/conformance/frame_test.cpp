@@ -34,12 +34,12 @@ Strings Drawing(Depth depth, const std::string& rows, const std::string& area,
           "release " + SamplingSuite(depth)};
 }
 
-template <class Pixel>
-class Frame : public EveryDepth<Pixel> {};
-TYPED_TEST_SUITE(Frame, AllPixels, DepthNames);
+class Frame : public ::testing::TestWithParam<Depth> {};
+INSTANTIATE_TEST_SUITE_P(Depths, Frame, ::testing::Values(Depth::k8, Depth::k16, Depth::kFloat),
+                         [](const auto& test) { return NameOf(test.param); });
 
-TYPED_TEST(Frame, ClassicWithCompositingCopiesTheInputBeforeItChecksOutTheLayer) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, ClassicWithCompositingCopiesTheInputBeforeItChecksOutTheLayer) {
+  Stage stage(GetParam());
   stage.output.world.extent_hint = {2, 3, 20, 11};
   ASSERT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
   EXPECT_THAT(
@@ -47,20 +47,19 @@ TYPED_TEST(Frame, ClassicWithCompositingCopiesTheInputBeforeItChecksOutTheLayer)
       ElementsAreArray(Lines({FormatQuery(),
                               ParameterReads(),
                               {"copy input (2,3,20,11) output (2,3,20,11)", "checkout_param 1"},
-                              Drawing(TestFixture::kDepth, "8", "(2,3,20,11)", "checkin_param")})));
+                              Drawing(GetParam(), "8", "(2,3,20,11)", "checkin_param")})));
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, ClassicWithoutCompositingClearsTheExtent) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, ClassicWithoutCompositingClearsTheExtent) {
+  Stage stage(GetParam());
   stage.host.controls.composite = false;
   ASSERT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
   EXPECT_THAT(stage.host.log,
-              ElementsAreArray(
-                  Lines({FormatQuery(),
-                         ParameterReads(),
-                         {"fill output (0,0,32,16)", "checkout_param 1"},
-                         Drawing(TestFixture::kDepth, "16", "(0,0,32,16)", "checkin_param")})));
+              ElementsAreArray(Lines({FormatQuery(),
+                                      ParameterReads(),
+                                      {"fill output (0,0,32,16)", "checkout_param 1"},
+                                      Drawing(GetParam(), "16", "(0,0,32,16)", "checkin_param")})));
   ExpectClean(stage);
 }
 
@@ -69,8 +68,8 @@ Strings SmartOpening(int id) {
           "checkout_output"};
 }
 
-TYPED_TEST(Frame, SmartWithCompositingClearsAllAndMovesTheInputIntoPlace) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, SmartWithCompositingClearsAllAndMovesTheInputIntoPlace) {
+  Stage stage(GetParam());
   stage.input.world.origin_x = 5;
   stage.input.world.origin_y = -2;
   stage.input.world.extent_hint = {1, 2, 30, 14};
@@ -80,41 +79,41 @@ TYPED_TEST(Frame, SmartWithCompositingClearsAllAndMovesTheInputIntoPlace) {
   stage.host.log.clear();
   ASSERT_EQ(stage.host.SmartRender(), PF_Err_NONE);
   EXPECT_THAT(stage.host.log,
-              ElementsAreArray(Lines(
-                  {SmartOpening(0),
-                   FormatQuery(),
-                   ParameterReads(),
-                   {"fill output all", "copy input (1,2,30,14) output (3,-4,32,8)",
-                    "checkout_layer_pixels 1"},
-                   Drawing(TestFixture::kDepth, "16", "(0,0,32,16)", "checkin_layer_pixels 1")})));
+              ElementsAreArray(
+                  Lines({SmartOpening(0),
+                         FormatQuery(),
+                         ParameterReads(),
+                         {"fill output all", "copy input (1,2,30,14) output (3,-4,32,8)",
+                          "checkout_layer_pixels 1"},
+                         Drawing(GetParam(), "16", "(0,0,32,16)", "checkin_layer_pixels 1")})));
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, SmartWithoutCompositingAsksForTheInputUnderItsOtherId) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, SmartWithoutCompositingAsksForTheInputUnderItsOtherId) {
+  Stage stage(GetParam());
   stage.host.controls.composite = false;
   ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
   stage.host.log.clear();
   ASSERT_EQ(stage.host.SmartRender(), PF_Err_NONE);
   EXPECT_THAT(stage.host.log,
-              ElementsAreArray(Lines(
-                  {SmartOpening(9999),
-                   FormatQuery(),
-                   ParameterReads(),
-                   {"fill output (0,0,32,16)", "checkout_layer_pixels 1"},
-                   Drawing(TestFixture::kDepth, "16", "(0,0,32,16)", "checkin_layer_pixels 1")})));
+              ElementsAreArray(
+                  Lines({SmartOpening(9999),
+                         FormatQuery(),
+                         ParameterReads(),
+                         {"fill output (0,0,32,16)", "checkout_layer_pixels 1"},
+                         Drawing(GetParam(), "16", "(0,0,32,16)", "checkin_layer_pixels 1")})));
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, DrawsTheLayerAsTheYardstickDoes) {
+TEST_P(Frame, DrawsTheLayerAsTheYardstickDoes) {
   for (const bool smart : {false, true}) {
     for (const bool filtering : {false, true}) {
-      Stage stage(TestFixture::kDepth);
+      Stage stage(GetParam());
       stage.host.controls.filtering = filtering;
       const TestWorld expected = stage.Expected(smart);
       ASSERT_EQ(stage.host.Render(smart), PF_Err_NONE);
       EXPECT_FALSE(SamePixels(stage.output, stage.input)) << "something is drawn";
-      if (TestFixture::kDepth != Depth::kFloat) {
+      if (GetParam() != Depth::kFloat) {
         EXPECT_TRUE(SamePixels(stage.output, expected)) << smart << filtering;
       }
       ExpectClean(stage);
@@ -164,10 +163,10 @@ const EarlyEnd kEarlyEnds[] = {
     {"a layer without pixels", [](Stage* s) { s->layer.world.data = nullptr; }, true},
 };
 
-TYPED_TEST(Frame, AnEarlyEndShowsTheInputWhenCompositing) {
+TEST_P(Frame, AnEarlyEndShowsTheInputWhenCompositing) {
   for (const EarlyEnd& end : kEarlyEnds) {
     for (const bool smart : {false, true}) {
-      Stage stage(TestFixture::kDepth);
+      Stage stage(GetParam());
       end.prepare(&stage);
       EXPECT_EQ(stage.host.Render(smart), PF_Err_NONE) << end.name;
       EXPECT_TRUE(SamePixels(stage.output, stage.input)) << end.name;
@@ -181,10 +180,10 @@ TYPED_TEST(Frame, AnEarlyEndShowsTheInputWhenCompositing) {
   }
 }
 
-TYPED_TEST(Frame, AnEarlyEndShowsNothingWithoutCompositing) {
+TEST_P(Frame, AnEarlyEndShowsNothingWithoutCompositing) {
   for (const EarlyEnd& end : kEarlyEnds) {
     for (const bool smart : {false, true}) {
-      Stage stage(TestFixture::kDepth);
+      Stage stage(GetParam());
       stage.host.controls.composite = false;
       end.prepare(&stage);
       EXPECT_EQ(stage.host.Render(smart), PF_Err_NONE) << end.name;
@@ -194,8 +193,8 @@ TYPED_TEST(Frame, AnEarlyEndShowsNothingWithoutCompositing) {
   }
 }
 
-TYPED_TEST(Frame, ANullLayerWorldOfTheSmartCheckoutIsStillCheckedIn) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, ANullLayerWorldOfTheSmartCheckoutIsStillCheckedIn) {
+  Stage stage(GetParam());
   stage.host.nullLayerWorld = true;
   EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
   EXPECT_THAT(stage.host.log, Contains("checkin_layer_pixels 1"));
@@ -203,9 +202,9 @@ TYPED_TEST(Frame, ANullLayerWorldOfTheSmartCheckoutIsStillCheckedIn) {
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, SoloWithoutALayerSizeLimitsNothingAway) {
+TEST_P(Frame, SoloWithoutALayerSizeLimitsNothingAway) {
   // The limit leaves no band when the layer is infinitely wide for its height: a height of 0.
-  Stage stage(TestFixture::kDepth);
+  Stage stage(GetParam());
   stage.host.controls.placement = 3;
   stage.layer.world.height = 0;
   EXPECT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
@@ -215,9 +214,9 @@ TYPED_TEST(Frame, SoloWithoutALayerSizeLimitsNothingAway) {
 
 // ---- Smart input ----
 
-TYPED_TEST(Frame, SmartPlacesAnInputPartWhereItBelongsAndClearsTheRest) {
-  Stage stage(TestFixture::kDepth);
-  TestWorld part(TestFixture::kDepth, 6, 4);
+TEST_P(Frame, SmartPlacesAnInputPartWhereItBelongsAndClearsTheRest) {
+  Stage stage(GetParam());
+  TestWorld part(GetParam(), 6, 4);
   part.Fill(1, 0.25, 0.5, 0.75);
   part.world.origin_x = 12;
   part.world.origin_y = 7;
@@ -229,14 +228,14 @@ TYPED_TEST(Frame, SmartPlacesAnInputPartWhereItBelongsAndClearsTheRest) {
   for (A_long y = 0; y < 16; ++y) {
     for (A_long x = 0; x < 32; ++x) {
       const bool inside = x >= 2 && x < 8 && y >= 1 && y < 5;
-      const double expected = inside ? FullValue(TestFixture::kDepth) : 0;
+      const double expected = inside ? FullValue(GetParam()) : 0;
       EXPECT_EQ(stage.output.Channel(x, y, 0), expected) << x << " " << y;
     }
   }
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, SmartWithoutAnInputWorldClearsTheOutput) {
+TEST_P(Frame, SmartWithoutAnInputWorldClearsTheOutput) {
   const auto expectCleared = [](Stage* stage) {
     stage->host.layer = nullptr;
     EXPECT_EQ(stage->host.RenderSmart(), PF_Err_NONE);
@@ -244,19 +243,19 @@ TYPED_TEST(Frame, SmartWithoutAnInputWorldClearsTheOutput) {
     EXPECT_EQ(stage->host.Calls("copy"), 0);
     ExpectClean(*stage);
   };
-  Stage null(TestFixture::kDepth);
+  Stage null(GetParam());
   null.host.nullInputWorld = true;
   expectCleared(&null);
   for (const auto& [width, height] : {std::pair{0, 0}, {0, 5}, {5, 0}}) {
-    Stage stage(TestFixture::kDepth);
-    TestWorld empty(TestFixture::kDepth, width, height);
+    Stage stage(GetParam());
+    TestWorld empty(GetParam(), width, height);
     stage.host.input = &empty;
     expectCleared(&stage);
   }
 }
 
-TYPED_TEST(Frame, SmartWithAnEmptyRequestClearsTheOutputAndLooksNoFurther) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, SmartWithAnEmptyRequestClearsTheOutputAndLooksNoFurther) {
+  Stage stage(GetParam());
   stage.host.request.rect = {4, 4, 4, 9};
   ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
   stage.host.log.clear();
@@ -266,17 +265,17 @@ TYPED_TEST(Frame, SmartWithAnEmptyRequestClearsTheOutputAndLooksNoFurther) {
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, SmartWithAnEmptyRequestReturnsTheFillsCode) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, SmartWithAnEmptyRequestReturnsTheFillsCode) {
+  Stage stage(GetParam());
   stage.host.request.rect = {};
   stage.host.FailAt("fill", 1, PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INTERNAL_STRUCT_DAMAGED);
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, SmartWithAnOutputWithoutAreaSucceedsAndTouchesNothing) {
+TEST_P(Frame, SmartWithAnOutputWithoutAreaSucceedsAndTouchesNothing) {
   for (const bool width : {true, false}) {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     const TestWorld before = stage.Expected(true);
     (width ? stage.output.world.width : stage.output.world.height) = 0;
     const std::vector<unsigned char> pixels = stage.output.Pixels();
@@ -288,17 +287,17 @@ TYPED_TEST(Frame, SmartWithAnOutputWithoutAreaSucceedsAndTouchesNothing) {
   }
 }
 
-TYPED_TEST(Frame, SmartWithoutAnOutputWorldSucceeds) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, SmartWithoutAnOutputWorldSucceeds) {
+  Stage stage(GetParam());
   stage.host.nullOutputWorld = true;
   EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE);
   EXPECT_EQ(stage.host.Calls("fill"), 0);
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, SmartReturnsTheCodeOfEitherCheckoutAtOnce) {
+TEST_P(Frame, SmartReturnsTheCodeOfEitherCheckoutAtOnce) {
   for (const char* callback : {"checkout_layer_pixels", "checkout_output"}) {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.FailAt(callback, 1, PF_Err_INVALID_INDEX);
     const std::vector<unsigned char> pixels = stage.output.Pixels();
     EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_INDEX);
@@ -310,9 +309,9 @@ TYPED_TEST(Frame, SmartReturnsTheCodeOfEitherCheckoutAtOnce) {
 
 // ---- Preparing the output ----
 
-TYPED_TEST(Frame, AFailedPreparationEndsTheFrameWithoutTheLayer) {
+TEST_P(Frame, AFailedPreparationEndsTheFrameWithoutTheLayer) {
   for (const bool composite : {true, false}) {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.controls.composite = composite;
     stage.host.FailAt(composite ? "copy" : "fill", 1, PF_Err_OUT_OF_MEMORY);
     EXPECT_EQ(stage.host.RenderClassic(), PF_Err_OUT_OF_MEMORY);
@@ -321,22 +320,22 @@ TYPED_TEST(Frame, AFailedPreparationEndsTheFrameWithoutTheLayer) {
   }
 }
 
-TYPED_TEST(Frame, SmartCompositingCountsTheResultOfItsLastPreparation) {
+TEST_P(Frame, SmartCompositingCountsTheResultOfItsLastPreparation) {
   {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.FailAt("fill", 1, PF_Err_INVALID_CALLBACK);
     EXPECT_EQ(stage.host.RenderSmart(), PF_Err_NONE) << "the copy that followed succeeded";
     ExpectClean(stage);
   }
   {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.FailAt("copy", 1, PF_Err_INVALID_CALLBACK);
     EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_CALLBACK);
     EXPECT_THAT(stage.host.log, Not(Contains("checkout_layer_pixels 1")));
     ExpectClean(stage);
   }
   {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.nullInputWorld = true;
     stage.host.FailAt("fill", 1, PF_Err_INVALID_CALLBACK);
     EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_CALLBACK) << "no copy followed";
@@ -344,9 +343,9 @@ TYPED_TEST(Frame, SmartCompositingCountsTheResultOfItsLastPreparation) {
   }
 }
 
-TYPED_TEST(Frame, AFailedLayerCheckoutEndsTheFrameWithItsCode) {
+TEST_P(Frame, AFailedLayerCheckoutEndsTheFrameWithItsCode) {
   {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.FailAt("checkout_param", 9, PF_Err_INVALID_INDEX);  // the eight controls come first
     EXPECT_EQ(stage.host.RenderClassic(), PF_Err_INVALID_INDEX);
     EXPECT_TRUE(SamePixels(stage.output, stage.input)) << "the output is prepared already";
@@ -354,7 +353,7 @@ TYPED_TEST(Frame, AFailedLayerCheckoutEndsTheFrameWithItsCode) {
     ExpectClean(stage);
   }
   {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.FailAt("checkout_layer_pixels", 2, PF_Err_INVALID_INDEX);
     EXPECT_EQ(stage.host.RenderSmart(), PF_Err_INVALID_INDEX);
     EXPECT_TRUE(SamePixels(stage.output, stage.input));
@@ -363,19 +362,19 @@ TYPED_TEST(Frame, AFailedLayerCheckoutEndsTheFrameWithItsCode) {
   }
 }
 
-TYPED_TEST(Frame, AFailedLayerCheckinIsNotLookedAt) {
-  Stage classic(TestFixture::kDepth);
+TEST_P(Frame, AFailedLayerCheckinIsNotLookedAt) {
+  Stage classic(GetParam());
   classic.host.FailAt("checkin_param", 9, PF_Err_INVALID_CALLBACK);
   EXPECT_EQ(classic.host.RenderClassic(), PF_Err_NONE);
-  Stage smart(TestFixture::kDepth);
+  Stage smart(GetParam());
   smart.host.FailAt("checkin_layer_pixels", 1, PF_Err_INVALID_CALLBACK);
   EXPECT_EQ(smart.host.RenderSmart(), PF_Err_NONE);
 }
 
 // ---- Pre-render data ----
 
-TYPED_TEST(Frame, TheLayersOwnAspectGoesBeforeThePreRenderData) {
-  Stage stage(TestFixture::kDepth);
+TEST_P(Frame, TheLayersOwnAspectGoesBeforeThePreRenderData) {
+  Stage stage(GetParam());
   ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
   char foreign[16] = {};
   stage.host.preRenderData = foreign;
@@ -383,10 +382,10 @@ TYPED_TEST(Frame, TheLayersOwnAspectGoesBeforeThePreRenderData) {
   ExpectClean(stage);
 }
 
-TYPED_TEST(Frame, ForeignPreRenderDataIsRefusedWhenTheLayerHasNoAspect) {
+TEST_P(Frame, ForeignPreRenderDataIsRefusedWhenTheLayerHasNoAspect) {
   for (const PF_RationalScale par :
        {PF_RationalScale{0, 1}, PF_RationalScale{1, 0}, PF_RationalScale{0, 0}}) {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.layer.world.pix_aspect_ratio = par;
     ASSERT_EQ(stage.host.PreRender(), PF_Err_NONE);
     // A single byte, to show that no more than the first difference is read.
@@ -399,12 +398,12 @@ TYPED_TEST(Frame, ForeignPreRenderDataIsRefusedWhenTheLayerHasNoAspect) {
   }
 }
 
-TYPED_TEST(Frame, TheAspectComesFromPreRenderOrIsOneWithoutIt) {
-  if (TestFixture::kDepth == Depth::kFloat) {
+TEST_P(Frame, TheAspectComesFromPreRenderOrIsOneWithoutIt) {
+  if (GetParam() == Depth::kFloat) {
     return;  // compared exactly, which float is not
   }
   for (const bool missing : {false, true}) {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.controls.placement = 3;
     stage.layer.world.pix_aspect_ratio = {0, 0};
     stage.host.checkoutAspect = {2, 1};
@@ -422,9 +421,9 @@ TYPED_TEST(Frame, TheAspectComesFromPreRenderOrIsOneWithoutIt) {
 
 // ---- Pixel formats ----
 
-TYPED_TEST(Frame, AnUnknownPixelFormatIsRefusedUntouched) {
+TEST_P(Frame, AnUnknownPixelFormatIsRefusedUntouched) {
   for (const char* code : {"ae64", "badf", "bgra", "ARGB"}) {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.format =
         static_cast<PF_PixelFormat>(code[0]) | code[1] << 8 | code[2] << 16 | code[3] << 24;
     const std::vector<unsigned char> pixels = stage.output.Pixels();
@@ -435,12 +434,12 @@ TYPED_TEST(Frame, AnUnknownPixelFormatIsRefusedUntouched) {
   }
 }
 
-TYPED_TEST(Frame, WithoutTheWorldSuiteTheDepthFlagDecides) {
-  if (TestFixture::kDepth == Depth::kFloat) {
+TEST_P(Frame, WithoutTheWorldSuiteTheDepthFlagDecides) {
+  if (GetParam() == Depth::kFloat) {
     return;  // the flag knows two depths only
   }
   for (const SuiteAnswer answer : {SuiteAnswer::kError, SuiteAnswer::kNull}) {
-    Stage stage(TestFixture::kDepth);
+    Stage stage(GetParam());
     stage.host.AnswerSuite("PF World Suite", 2, answer);
     const TestWorld expected = stage.Expected(false);
     EXPECT_EQ(stage.host.RenderClassic(), PF_Err_NONE);
@@ -451,16 +450,16 @@ TYPED_TEST(Frame, WithoutTheWorldSuiteTheDepthFlagDecides) {
 
 // ---- Suites ----
 
-TYPED_TEST(Frame, AMissingSuiteEndsTheFrameWithEverythingReturned) {
-  const std::string depth = NameOf(TestFixture::kDepth);
+TEST_P(Frame, AMissingSuiteEndsTheFrameWithEverythingReturned) {
+  const std::string depth = NameOf(GetParam());
   const std::string names[2] = {
       "PF Sampling" + depth + " Suite",
-      TestFixture::kDepth == Depth::k8 ? "PF Iterate8 Suite" : "PF iterate" + depth + " Suite"};
+      GetParam() == Depth::k8 ? "PF Iterate8 Suite" : "PF iterate" + depth + " Suite"};
   for (const std::string& name : names) {
     for (const SuiteAnswer answer :
          {SuiteAnswer::kError, SuiteAnswer::kNull, SuiteAnswer::kErrorGiven}) {
       for (const bool smart : {false, true}) {
-        Stage stage(TestFixture::kDepth);
+        Stage stage(GetParam());
         stage.host.AnswerSuite(name, 1, answer);
         EXPECT_EQ(stage.host.Render(smart), PF_Err_BAD_CALLBACK_PARAM) << name;
         EXPECT_TRUE(SamePixels(stage.output, stage.input)) << "nothing is drawn";
@@ -486,11 +485,11 @@ TEST(Suites, WithoutABasicSuiteACommandIsRefused) {
 
 // ---- Iteration ----
 
-TYPED_TEST(Frame, AnInterruptionComesBackAndTheRowsBeforeItStay) {
+TEST_P(Frame, AnInterruptionComesBackAndTheRowsBeforeItStay) {
   for (const A_long row : {0, 1, 7, 15}) {
     for (const bool smart : {false, true}) {
-      Stage stage(TestFixture::kDepth);
-      Stage whole(TestFixture::kDepth);
+      Stage stage(GetParam());
+      Stage whole(GetParam());
       ASSERT_EQ(whole.host.Render(smart), PF_Err_NONE);
       stage.host.abortAtRow = row;
       EXPECT_EQ(stage.host.Render(smart), PF_Interrupt_CANCEL);
@@ -505,7 +504,7 @@ TYPED_TEST(Frame, AnInterruptionComesBackAndTheRowsBeforeItStay) {
   }
 }
 
-TYPED_TEST(Frame, AFailedSampleEndsTheFrameAfterItsPixelIsComposited) {
+TEST_P(Frame, AFailedSampleEndsTheFrameAfterItsPixelIsComposited) {
   for (const bool filtering : {false, true}) {
     const auto make = [&](Stage* stage, int failing) {
       stage->host.controls.filtering = filtering;
@@ -514,26 +513,26 @@ TYPED_TEST(Frame, AFailedSampleEndsTheFrameAfterItsPixelIsComposited) {
       stage->host.FailAt("sample", failing, PF_Err_INTERNAL_STRUCT_DAMAGED);
       return stage->host.RenderClassic();
     };
-    Stage whole(TestFixture::kDepth);
+    Stage whole(GetParam());
     ASSERT_EQ(make(&whole, 0), PF_Err_NONE);
     const int half = whole.host.Calls("sample") / 2;
-    Stage before(TestFixture::kDepth);
+    Stage before(GetParam());
     EXPECT_EQ(make(&before, half), PF_Err_INTERNAL_STRUCT_DAMAGED);
     EXPECT_EQ(before.host.Calls("sample"), half);
-    Stage after(TestFixture::kDepth);
+    Stage after(GetParam());
     EXPECT_EQ(make(&after, half + 1), PF_Err_INTERNAL_STRUCT_DAMAGED);
     EXPECT_FALSE(SamePixels(before.output, after.output)) << "the failing pixel is drawn too";
     ExpectClean(after);
   }
 }
 
-TYPED_TEST(Frame, IsTheSameOnAnyNumberOfThreadsAndInAnyOrder) {
+TEST_P(Frame, IsTheSameOnAnyNumberOfThreadsAndInAnyOrder) {
   for (const bool filtering : {false, true}) {
-    Stage one(TestFixture::kDepth);
+    Stage one(GetParam());
     one.host.controls.filtering = filtering;
     ASSERT_EQ(one.host.RenderClassic(), PF_Err_NONE);
     for (const int threads : {1, 2, 5}) {
-      Stage stage(TestFixture::kDepth);
+      Stage stage(GetParam());
       stage.host.controls.filtering = filtering;
       stage.host.threads = threads;
       stage.host.reverseRows = true;
