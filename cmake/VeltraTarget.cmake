@@ -83,13 +83,13 @@ function(veltra_precompile name)
   endif()
 endfunction()
 
-# veltra_join(NAME [APART file...]): with VELTRA_JOIN, the files of the target are compiled ten in
-# one, but for those apart, which use a name for different things. On where the release build has
-# shown that every file compiles by itself, and time counts.
+# veltra_join(NAME [APART file...]): with VELTRA_JOIN, the files of the target are compiled twenty
+# in one, but for those apart, which use a name for different things. On where time counts; the
+# release build shows that every file compiles by itself.
 function(veltra_join name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "APART")
   if(VELTRA_JOIN)
-    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 20)
     set_source_files_properties(${arg_APART} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       # Of what it inlines from other headers into as much as this, gcc 12 thinks that it is null.

@@ -263,4 +263,10 @@ void OutputFile::Commit() {
   }
 }
 
+void WriteText(const std::string& path, std::string_view text) {
+  OutputFile file(path);
+  file.Write(text.data(), text.size());
+  file.Commit();
+}
+
 }  // namespace veltra::pictures

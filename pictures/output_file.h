@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pictures/bytes/byte_sink.h"
@@ -81,5 +82,8 @@ class OutputFile : public ByteSink {
   std::uint64_t length_ = 0;
   std::vector<std::byte> buffer_;  ///< bytes just before position_
 };
+
+/// Writes a whole text as an OutputFile; throws its errors.
+void WriteText(const std::string& path, std::string_view text);
 
 }  // namespace veltra::pictures

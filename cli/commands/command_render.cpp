@@ -466,13 +466,6 @@ void CheckTogether(const RenderOptions& options) {
   }
 }
 
-void WriteScene(const Scene& scene, const std::string& path) {
-  const std::string text = SceneText(scene);
-  pictures::OutputFile file(path);
-  file.Write(text.data(), text.size());
-  file.Commit();
-}
-
 bool AsksForHelp(const Arguments& arguments) {
   return std::any_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
     return argument == "--help" || argument == "-h";
@@ -575,7 +568,7 @@ void FreezeScene(const std::string& from, const std::string& frames, const std::
   }
   scene.settings["effect"] =
       scene.layers.empty() ? effectOf(0, shared) : scene.layers.front().settings["effect"];
-  WriteScene(scene, to);
+  pictures::WriteText(to, SceneText(scene));
 }
 
 int RunRender(const Arguments& arguments) {
@@ -587,7 +580,7 @@ int RunRender(const Arguments& arguments) {
   CheckTogether(job.options);
   if (!job.options.saveScene.empty()) {
     const std::string& path = job.options.saveScene;
-    WriteScene(builder->ToScene(PathOf(path).parent_path()), path);
+    pictures::WriteText(path, SceneText(builder->ToScene(PathOf(path).parent_path())));
   }
   if (!job.options.output.empty()) {
     CatchInterrupts();

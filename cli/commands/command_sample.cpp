@@ -54,13 +54,6 @@ void WritePng(const host::World& world, const std::filesystem::path& path, host:
   Print(stdout, path.string(), "\n");
 }
 
-void WriteText(const std::string& text, const std::filesystem::path& path) {
-  pictures::OutputFile file(path.string());
-  file.Write(text.data(), text.size());
-  file.Commit();
-  Print(stdout, path.string(), "\n");
-}
-
 }  // namespace
 
 int RunSample(const Arguments& arguments) {
@@ -94,7 +87,9 @@ int RunSample(const Arguments& arguments) {
   const std::filesystem::path place = PathOf(folder);
   WritePng(DrawSampleFrame(size.width, size.height, pool), place / "frame.png", pool);
   WritePng(DrawSampleLayer(kLayerWidth, kLayerHeight, pool), place / "layer.png", pool);
-  WriteText(kSampleScene, place / "scene.json");
+  const std::string scene = (place / "scene.json").string();
+  pictures::WriteText(scene, kSampleScene);
+  Print(stdout, scene, "\n");
   return kExitDone;
 }
 

@@ -27,10 +27,7 @@ constexpr int kFolderVersion = 1;
 
 /// Appears whole or not at all, so that whoever reads it meanwhile never sees half.
 void WriteJson(const std::string& path, const Json& json) {
-  const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-  pictures::OutputFile file(path);
-  file.Write(text.data(), text.size());
-  file.Commit();
+  pictures::WriteText(path, json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 std::optional<Json> ReadJson(const std::string& path) {

@@ -57,12 +57,6 @@ void MakeFolders(const SubmissionFolder& folder) {
   }
 }
 
-void WriteText(const std::string& path, const std::string& text) {
-  pictures::OutputFile file(path);
-  file.Write(text.data(), text.size());
-  file.Commit();
-}
-
 int CpusFor(const SubmitOptions& options) {
   const auto all = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
   const int node = options.node.cpus > 0 ? options.node.cpus : all;
@@ -184,7 +178,7 @@ void DiscardSubmission(const SubmissionFolder& folder) {
 }
 
 void CancelSubmission(const SubmissionFolder& folder, const Submission& submission) {
-  WriteText(folder.Cancelled(), "");
+  pictures::WriteText(folder.Cancelled(), "");
   CancelJobs(submission.jobs);
   // Their processes end a little later, and with them what they were writing.
   constexpr int kLongest = 180;  // looks
@@ -281,11 +275,11 @@ void QueueWithSlurm(PreparedSubmission& prepared, const SubmitOptions& options) 
   std::vector<std::string>& jobs = prepared.submission.jobs;
   try {
     for (const BatchJob& job : RangeJobs(prepared, options)) {
-      WriteText(job.script, job.text);
+      pictures::WriteText(job.script, job.text);
       jobs.push_back(SubmitScript(job.options, job.script));
     }
     const BatchJob finish = FinishJob(prepared, options, jobs);
-    WriteText(finish.script, finish.text);
+    pictures::WriteText(finish.script, finish.text);
     jobs.push_back(SubmitScript(finish.options, finish.script));
     prepared.folder.Write(prepared.submission);
   } catch (const Error&) {

@@ -298,9 +298,7 @@ void JoinSegments(const SubmissionFolder& folder, const Submission& submission,
                  folder.SegmentOf(range, submission.output), "\n");
   }
   const std::string listFile = (folder.Path() / "segments.txt").string();
-  pictures::OutputFile file(listFile);
-  file.Write(list.data(), list.size());
-  file.Commit();
+  pictures::WriteText(listFile, list);
   const RenderEnd end = RunRenderProcess(
       {folder.Scene(), "--output", submission.output, "--join", listFile}, [](int) {});
   const std::string trouble =

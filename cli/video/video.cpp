@@ -18,23 +18,21 @@
 namespace veltra::cli {
 namespace {
 
-using Json = nlohmann::json;
-
 // ---- What a file tells ----
 
-std::string StringAt(const Json& json, const char* key) {
+std::string StringAt(const nlohmann::json& json, const char* key) {
   const auto found = json.find(key);
   return found != json.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
 /// A colour tag, or nothing where ffprobe has none.
-std::string ColourAt(const Json& stream, const char* key) {
+std::string ColourAt(const nlohmann::json& stream, const char* key) {
   const std::string tag = StringAt(stream, key);
   // What ffprobe calls gbr has no matrix to convert with.
   return tag == "unknown" || tag == "reserved" || tag == "gbr" ? "" : tag;
 }
 
-PF_RationalScale RateOf(const Json& stream) {
+PF_RationalScale RateOf(const nlohmann::json& stream) {
   for (const char* key : {"avg_frame_rate", "r_frame_rate"}) {
     const std::string text = StringAt(stream, key);
     if (!text.empty() && !text.starts_with("0/") && !text.ends_with("/0")) {
@@ -49,7 +47,7 @@ PF_RationalScale RateOf(const Json& stream) {
 }
 
 /// The container's own count of frames; 0 where it has none.
-int ToldFrames(const Json& stream) {
+int ToldFrames(const nlohmann::json& stream) {
   constexpr int kMostFrames = 10000000;
   try {
     const std::string count = StringAt(stream, "nb_frames");
@@ -60,14 +58,14 @@ int ToldFrames(const Json& stream) {
 }
 
 /// Whether the picture is shown lying on its side, which ffmpeg turns upright on reading.
-bool IsTurnedSideways(const Json& stream) {
+bool IsTurnedSideways(const nlohmann::json& stream) {
   const auto list = stream.find("side_data_list");
   if (list == stream.end() || !list->is_array()) {
     return false;
   }
   constexpr double kHalfTurn = 180.0;
   constexpr double kNearlyAQuarter = 89.0;
-  return std::any_of(list->begin(), list->end(), [](const Json& data) {
+  return std::any_of(list->begin(), list->end(), [](const nlohmann::json& data) {
     const auto degrees = data.is_object() ? data.find("rotation") : data.end();
     return degrees != data.end() && degrees->is_number() &&
            std::abs(std::remainder(degrees->get<double>(), kHalfTurn)) > kNearlyAQuarter;
@@ -75,7 +73,7 @@ bool IsTurnedSideways(const Json& stream) {
 }
 
 /// The boxes themselves where the file has them, or made from what ffprobe found otherwise.
-pictures::SphericalBoxes SphericalOf(const std::string& path, const Json& stream) {
+pictures::SphericalBoxes SphericalOf(const std::string& path, const nlohmann::json& stream) {
   pictures::SphericalBoxes boxes = pictures::ReadSpherical(*pictures::OpenFileSource(path));
   const auto list = stream.find("side_data_list");
   if (!boxes.Empty() || list == stream.end()) {
@@ -83,7 +81,7 @@ pictures::SphericalBoxes SphericalOf(const std::string& path, const Json& stream
   }
   std::string stereo;
   bool sphere = false;
-  for (const Json& data : *list) {
+  for (const nlohmann::json& data : *list) {
     sphere = sphere || StringAt(data, "projection").find("equirectangular") != std::string::npos;
     stereo = data.contains("type") && StringAt(data, "side_data_type") == "Stereo 3D"
                  ? StringAt(data, "type")
@@ -92,7 +90,7 @@ pictures::SphericalBoxes SphericalOf(const std::string& path, const Json& stream
   return sphere ? pictures::MakeEquirectangular(stereo) : boxes;
 }
 
-SoundStream SoundOf(const Json& stream) {
+SoundStream SoundOf(const nlohmann::json& stream) {
   SoundStream sound{StringAt(stream, "codec_name"), 0};
   try {
     constexpr int kMostSamples = 10000000;
@@ -103,7 +101,7 @@ SoundStream SoundOf(const Json& stream) {
   return sound;
 }
 
-void TakeFormat(const Json& stream, VideoInfo& info) {
+void TakeFormat(const nlohmann::json& stream, VideoInfo& info) {
   info.format = FormatNamed(StringAt(stream, "pix_fmt"), StringAt(stream, "bits_per_raw_sample"));
   const auto tags = stream.find("tags");
   const std::string codec = StringAt(stream, "codec_name");
@@ -145,12 +143,13 @@ VideoInfo ProbeVideo(const std::string& path) {
   }
   const std::string text =
       FfmpegOutput({"ffprobe", "-v", "error", "-show_streams", "-of", "json", FileUrl(path)}, path);
-  const Json json = Json::parse(text, nullptr, false);
+  const nlohmann::json json = nlohmann::json::parse(text, nullptr, false);
   VideoInfo info;
   info.path = path;
   bool found = false;
-  for (const Json& stream :
-       json.is_object() ? json.value("streams", Json::array()) : Json::array()) {
+  for (const nlohmann::json& stream : json.is_object()
+                                          ? json.value("streams", nlohmann::json::array())
+                                          : nlohmann::json::array()) {
     const std::string kind = StringAt(stream, "codec_type");
     if (kind == "audio") {
       info.hasAudio = true;

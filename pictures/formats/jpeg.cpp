@@ -18,7 +18,7 @@
 namespace veltra::pictures {
 namespace {
 
-constexpr std::size_t kBlockBytes = std::size_t{1} << 16;
+constexpr std::size_t kFileBufferBytes = std::size_t{1} << 16;
 constexpr int kProfileMarker = JPEG_APP0 + 2;
 constexpr int kXmpMarker = JPEG_APP0 + 1;
 constexpr std::string_view kXmpStart("http://ns.adobe.com/xap/1.0/\0", 29);
@@ -73,7 +73,7 @@ struct JpegSource {
   jpeg_source_mgr manager{};  // first, as above
   const ByteSource* source = nullptr;
   std::uint64_t offset = 0;
-  std::array<JOCTET, kBlockBytes> buffer{};
+  std::array<JOCTET, kFileBufferBytes> buffer{};
 };
 
 void StartSource(j_decompress_ptr) {}
@@ -198,7 +198,7 @@ class JpegReader : public PictureReader {
 struct JpegTarget {
   jpeg_destination_mgr manager{};  // first, as above
   ByteSink* sink = nullptr;
-  std::array<JOCTET, kBlockBytes> buffer{};
+  std::array<JOCTET, kFileBufferBytes> buffer{};
 };
 
 void StartTarget(j_compress_ptr jpeg) {

@@ -282,8 +282,8 @@ class PngWriter : public PictureWriter {
     if (level == 0) {
       png_set_filter(png_, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     }
-    constexpr std::size_t kBufferBytes = std::size_t{1} << 16;
-    png_set_compression_buffer_size(png_, kBufferBytes);
+    constexpr std::size_t kDeflatedBytes = std::size_t{1} << 16;
+    png_set_compression_buffer_size(png_, kDeflatedBytes);
   }
 
   void WriteHeader(int width, int height, const PictureOptions& options) {
