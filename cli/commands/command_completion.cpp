@@ -1,101 +1,69 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// `veltra completion`: the script for bash, from the same lists as the options.
+// `veltra completion`: the script for bash, from the same declarations as the help.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
 #include "check/test_list.h"
 #include "cli/commands/commands.h"
-#include "cli/settings/controls.h"
 #include "cli/settings/hosts.h"
 #include "cli/settings/options.h"
 
 namespace veltra::cli {
 namespace {
 
-/// One arm of the script's case: after this option, these words or file names.
-std::string Arm(const std::string& names, const std::string& words, bool isPath) {
-  if (isPath) {
-    return Text("    ", names, ") _veltra_files; return ;;\n");
+std::string Joined(const std::vector<std::string>& names, std::string_view before,
+                   std::string_view between) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += Text(text.empty() ? "" : between, before, name);
   }
-  if (words.empty()) {
-    return Text("    ", names, ") return ;;\n");
-  }
-  return Text("    ", names, ") COMPREPLY=($(compgen -W '", words, "' -- \"$cur\")); return ;;\n");
+  return text;
 }
 
-struct Script {
-  std::string words;  ///< every option
-  std::string arms;   ///< for options with a value
-};
-
-void AddOptionsTo(Script& script) {
-  for (const OptionSpec& option : RenderOptionSpecs()) {
-    script.words += Text(" --", option.name);
-    std::string names = Text("--", option.name);
-    if (option.shortName[0] != '\0') {
-      names += Text("|-", option.shortName);
-    }
-    if (!option.IsFlag()) {
-      const bool isHost = std::string_view(option.name) == "host";
-      script.arms += Arm(names, isHost ? Text(HostNames(" "), " ", kListHosts) : option.choices,
-                         option.isPath);
-    }
-  }
-}
-
-void AddControlsTo(Script& script) {
-  std::vector<ControlOption> controls;
-  std::shared_ptr<const host::Effect> effect;
-  try {
-    effect = LoadEffect("");
-    controls = ControlOptions(*effect, TakenNames());
-  } catch (const RenderError&) {
-    // Without an effect beside the program there are no controls to complete.
-  }
-  for (const ControlOption& control : controls) {
-    std::string names;
-    const bool isSwitch = control.declaration->type == PF_Param_CHECKBOX;
-    for (const std::string& name : control.names) {
-      script.words += Text(" --", name);
-      names += Text(names.empty() ? "" : "|", "--", name);
-      if (isSwitch) {
-        script.words += Text(" --no-", name);
-      }
-    }
-    std::string choices;
-    for (const std::string& choice : control.declaration->choices) {
-      choices += Text(choices.empty() ? "" : " ", Slug(choice));
-    }
-    if (!isSwitch) {
-      script.arms += Arm(names, choices, control.declaration->type == PF_Param_LAYER);
-    }
-  }
-}
-
-/// Returns the options of `veltra check`.
-std::string AddCheckTo(Script& script) {
-  std::string tests;
+std::string TestNames() {
+  std::string names;
   for (const check::Test& test : check::AllTests()) {
-    tests += Text(tests.empty() ? "" : " ", test.name);
+    names += Text(names.empty() ? "" : " ", test.name);
   }
-  script.arms += Arm("--only", tests, false);
-  script.arms += Arm("--resource", "", true);
-  script.arms += Arm("--strictness|--seed|--timeout", "", false);
-  return "--strictness --seed --timeout --only --host --resource --json --list --verbose";
+  return names;
 }
 
-/// Returns the options of `veltra submit`.
-std::string AddSubmitTo(Script& script) {
-  script.arms += Arm("--scheduler", "slurm list", false);
-  script.arms +=
-      Arm("--chunk|--cpus|--memory|--partition|--account|--time|--array-limit|--sbatch|--name|--id",
-          "", false);
-  return "--chunk --cpus --memory --partition --account --time --array-limit --sbatch --name "
-         "--any-version --again --dry-run --scheduler --wait --status --cancel --id --progress "
-         "--quiet";
+/// What may follow an option, blank-separated; empty where anything may.
+std::string ChoicesOf(const std::string& name, std::string type) {
+  if (name == "host") {
+    return Text(HostNames(" "), " ", kListHosts);
+  }
+  if (name == "only") {
+    return TestNames();
+  }
+  if (name == "scheduler") {
+    return "slurm list";
+  }
+  if (const OptionSpec* option = FindOption(name); option != nullptr) {
+    return option->choices;
+  }
+  const bool isList = type.find('|') != std::string::npos;
+  std::replace(type.begin(), type.end(), '|', ' ');
+  return isList ? type : "";
+}
+
+/// What completes the word after an option that takes a value.
+std::string ValueArm(const CLI::Option& option) {
+  const std::vector<std::string>& names = option.get_lnames();
+  std::string pattern = Joined(names, "--", "|");
+  for (const std::string& letter : option.get_snames()) {
+    pattern += Text("|-", letter);
+  }
+  const std::string choices = ChoicesOf(names.front(), option.get_type_name());
+  const std::string action = option.get_type_name() == "FILE" ? "_veltra_files; "
+                             : choices.empty()
+                                 ? ""
+                                 : Text("COMPREPLY=($(compgen -W '", choices, "' -- \"$cur\")); ");
+  return Text("        ", pattern, ") ", action, "return ;;\n");
 }
 
 constexpr const char* kHead = R"(# bash completion for veltra; made by: veltra completion
@@ -106,7 +74,7 @@ _veltra_files() {
 }
 
 _veltra() {
-  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
+  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} words=--help
   COMPREPLY=()
   # The shell cuts --depth=fl into three words.
   if [ "$cur" = = ]; then
@@ -118,35 +86,48 @@ _veltra() {
     COMPREPLY=($(compgen -W 'COMMANDS help --version --help' -- "$cur"))
     return
   fi
-  case $prev in
+  case ${COMP_WORDS[1]} in
 )";
 
-constexpr const char* kMiddle = R"(  esac
+constexpr const char* kTail = R"(  esac
   case $cur in
-    -*) ;;
-    *) _veltra_files; return ;;
-  esac
-  case ${COMP_WORDS[1]} in
-    render) COMPREPLY=($(compgen -W 'OPTIONS --help' -- "$cur")) ;;
-    check) COMPREPLY=($(compgen -W 'CHECKS --help' -- "$cur")) ;;
-    controls|about) COMPREPLY=($(compgen -W '--effect --host --json --help' -- "$cur")) ;;
-    submit) COMPREPLY=($(compgen -W 'SUBMIT --help' -- "$cur")) ;;
-    verify) COMPREPLY=($(compgen -W '--repair --threads --progress --quiet --help' -- "$cur")) ;;
-    task) COMPREPLY=($(compgen -W '--finish --help' -- "$cur")) ;;
-    sample) COMPREPLY=($(compgen -W '--size --help' -- "$cur")) ;;
-    *) COMPREPLY=($(compgen -W '--help' -- "$cur")) ;;
+    -*) COMPREPLY=($(compgen -W "$words" -- "$cur")) ;;
+    *) _veltra_files ;;
   esac
 }
 
 complete -F _veltra veltra
 )";
 
-std::string Filled(std::string text, std::string_view place, const std::string& words) {
-  const std::size_t at = text.find(place);
-  return text.replace(at, place.size(), words);
+std::string ScriptHead() {
+  constexpr std::string_view kPlace = "COMMANDS";
+  std::vector<std::string> commands;
+  for (const Command& command : Commands()) {
+    commands.emplace_back(command.name);
+  }
+  std::string text = kHead;
+  return text.replace(text.find(kPlace), kPlace.size(), Joined(commands, "", " "));
 }
 
 }  // namespace
+
+std::string CompletionCase(const CLI::App& app) {
+  std::string words;
+  std::string arms;
+  for (const CLI::Option* option : app.get_options()) {
+    const std::vector<std::string>& names = option->get_lnames();
+    if (names.empty() || option->get_group().empty()) {
+      continue;  // what stands by its place, and what nobody is told of
+    }
+    words += Text(words.empty() ? "" : " ", Joined(names, "--", " "));
+    if (option->get_items_expected_max() > 0) {
+      arms += ValueArm(*option);
+    }
+  }
+  const std::string name = app.get_name();
+  return Text("    ", name.substr(name.find(' ') + 1), ")\n      case $prev in\n", arms,
+              "      esac\n      words='", words, "' ;;\n");
+}
 
 int RunCompletion(const Arguments& arguments) {
   std::string shell = "bash";
@@ -158,18 +139,11 @@ int RunCompletion(const Arguments& arguments) {
   if (shell != "bash") {
     throw UsageError(Text("'", shell, "' is not a known shell (expected bash)"));
   }
-  Script script;
-  AddOptionsTo(script);
-  AddControlsTo(script);
-  const std::string checks = AddCheckTo(script);
-  const std::string submits = AddSubmitTo(script);
-  std::string commands;
+  Print(stdout, ScriptHead());
   for (const Command& command : Commands()) {
-    commands += Text(commands.empty() ? "" : " ", command.name);
+    command.run({kCompletionCase});
   }
-  Print(stdout, Filled(kHead, "COMMANDS", commands), script.arms,
-        Filled(Filled(Filled(kMiddle, "OPTIONS", script.words.substr(1)), "CHECKS", checks),
-               "SUBMIT", submits));
+  Print(stdout, kTail);
   return kExitDone;
 }
 

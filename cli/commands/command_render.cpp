@@ -468,7 +468,8 @@ void CheckTogether(const RenderOptions& options) {
 
 bool AsksForHelp(const Arguments& arguments) {
   return std::any_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
-    return argument == "--help" || argument == "-h";
+    return argument == "--help" || argument == "-h" || argument == kManualSection ||
+           argument == kCompletionCase;
   });
 }
 

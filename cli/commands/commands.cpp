@@ -183,6 +183,10 @@ bool ParseArguments(CLI::App& app, const Arguments& arguments) {
     Print(stdout, ManualSection(app));
     return false;
   }
+  if (arguments == Arguments{kCompletionCase}) {
+    Print(stdout, CompletionCase(app));
+    return false;
+  }
   RefuseShortEquals(app, arguments);
   app.allow_extras();
   try {

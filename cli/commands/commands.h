@@ -51,6 +51,13 @@ inline constexpr const char* kManualSection = "--manual-section";
 /// What the command that reads its arguments with `app` has to say in the manual page, as troff.
 std::string ManualSection(const CLI::App& app);
 
+/// The same for the completion script.
+inline constexpr const char* kCompletionCase = "--completion-case";
+
+/// What the script does within the command that reads its arguments with `app`, as an arm of bash's
+/// case.
+std::string CompletionCase(const CLI::App& app);
+
 /// Lets `app` read the arguments. Returns false when help was asked for and printed; throws
 /// UsageError for what the command line should not have.
 bool ParseArguments(CLI::App& app, const Arguments& arguments);

@@ -131,8 +131,12 @@ class Info(ProgramTest):
         self.assertEqual(complete("veltra", "render", "--layer", "=", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "render", "--layer", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "check", "--only", "reg"), ["registration", "regions"])
-        for command in ("render", "controls", "about", "check", "sample", "submit", "verify",
-                        "task"):
+        self.assertEqual(complete("veltra", "submit", "--sched"), ["--scheduler"])
+        self.assertEqual(complete("veltra", "submit", "--scheduler", "l"), ["list"])
+        self.assertEqual(complete("veltra", "compare", "--difference", "comp"), ["completion.sh"])
+        self.assertEqual(complete("veltra", "compare", "--threshold", ""), [])
+        for command in ("render", "view", "compare", "controls", "about", "check", "sample",
+                        "submit", "verify", "task", "manual"):
             options = re.findall(r"(?<![\w-])--[a-z-]+", self.run_well(command, "--help").stdout)
             self.assertGreater(len(options), 1)
             self.assertEqual(set(options) - set(complete("veltra", command, "--")), set())
@@ -141,8 +145,9 @@ class Info(ProgramTest):
     def test_the_manual_page_has_every_command_and_option(self):
         page = self.run_well("manual").stdout.replace("\\-", "-")
         self.assertTrue(page.startswith(".TH VELTRA 1 "))
-        for command in ("render", "controls", "about", "check", "sample", "submit", "verify",
-                        "task", "completion"):
+        self.assertIn("Opacity: 0 to 100 (default 100)", page)
+        for command in ("render", "view", "compare", "controls", "about", "check", "sample",
+                        "submit", "verify", "task", "completion"):
             self.assertIn(f".SH VELTRA {command.upper()}\n", page)
             shown = self.run_well(command, "--help").stdout
             for option in re.findall(r"(?<![\w-])--[a-z-]+", shown):

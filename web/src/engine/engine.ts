@@ -39,12 +39,15 @@ interface Job {
 
 interface Helper {
   readonly worker: Worker;
-  busyWith: Job | null;
+  /** The jobs of the bands that it was given, which it works on in this order. */
+  readonly given: Job[];
 }
 
 const mostWorkers = 4;
 /** Small enough that a newer request need not wait long, large enough to be worth a message. */
 const bandPixels = 400_000;
+/** A worker has its next band at hand, so that it need not wait for a page that is drawing. */
+const bandsAhead = 2;
 
 export class Engine {
   readonly #helpers: Helper[] = [];
@@ -160,19 +163,18 @@ export class Engine {
   }
 
   #dispatch(): void {
-    for (const helper of this.#helpers) {
-      if (helper.busyWith !== null) {
-        continue;
+    for (let given = 0; given < bandsAhead; ++given) {
+      for (const helper of this.#helpers.filter((each) => each.given.length === given)) {
+        // What the person at the screen waits for goes first.
+        const waiting = this.#jobs.filter((job) => job.messages.length > 0);
+        const job = waiting.find((each) => each.replaceable) ?? waiting[0];
+        const message = job?.messages.shift();
+        if (job === undefined || message === undefined) {
+          return;
+        }
+        helper.given.push(job);
+        helper.worker.postMessage(message);
       }
-      // What the person at the screen waits for goes first.
-      const waiting = this.#jobs.filter((job) => job.messages.length > 0);
-      const job = waiting.find((each) => each.replaceable) ?? waiting[0];
-      const message = job?.messages.shift();
-      if (job === undefined || message === undefined) {
-        return;
-      }
-      helper.busyWith = job;
-      helper.worker.postMessage(message);
     }
   }
 
@@ -180,9 +182,8 @@ export class Engine {
     if (message.type === 'started' || (message.type === 'failed' && message.job === null)) {
       return;
     }
-    const job = helper.busyWith;
-    helper.busyWith = null;
-    if (job !== null && this.#jobs.includes(job)) {
+    const job = helper.given.shift();
+    if (job !== undefined && this.#jobs.includes(job)) {
       if (message.type === 'failed') {
         this.#end(job);
         job.reject(new Error(message.reason));
@@ -211,7 +212,7 @@ export class Engine {
   /** A helper takes part from the moment it is started; messages before that wait in line. */
   #addHelper(module: WebAssembly.Module): Promise<void> {
     const worker = new Worker(new URL('./worker.ts', import.meta.url), { type: 'module' });
-    const helper: Helper = { worker, busyWith: null };
+    const helper: Helper = { worker, given: [] };
     this.#helpers.push(helper);
     return new Promise((resolve, reject) => {
       worker.addEventListener('message', (event: MessageEvent<FromWorker>) => {
