@@ -12,7 +12,7 @@ namespace veltra::check {
 namespace {
 
 void CompareCounts(std::vector<std::string>& out, int taken, int returned, std::string_view what,
-             bool keptOnly) {
+                   bool keptOnly) {
   if (taken > returned || (taken < returned && !keptOnly)) {
     out.push_back(Text(what, ": ", taken, " taken, ", returned, " returned"));
   }

@@ -136,7 +136,7 @@ class Info(ProgramTest):
         self.assertEqual(complete("veltra", "compare", "--difference", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "compare", "--threshold", ""), [])
         for command in ("render", "view", "compare", "controls", "about", "check", "sample",
-                        "submit", "verify", "task", "manual"):
+                        "submit", "verify", "task"):
             options = re.findall(r"(?<![\w-])--[a-z-]+", self.run_well(command, "--help").stdout)
             self.assertGreater(len(options), 1)
             self.assertEqual(set(options) - set(complete("veltra", command, "--")), set())
