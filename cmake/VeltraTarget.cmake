@@ -92,8 +92,8 @@ function(veltra_join name)
     set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 20)
     set_source_files_properties(${arg_APART} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-      # Of what it inlines from other headers into as much as this, gcc 12 thinks that it is null.
-      target_compile_options(${name} PRIVATE -Wno-null-dereference)
+      # Of what it inlines into as much as this, gcc 12 thinks that it is null or overlaps.
+      target_compile_options(${name} PRIVATE -Wno-null-dereference -Wno-restrict)
     endif()
   endif()
 endfunction()

@@ -124,7 +124,7 @@ std::string CompletionCase(const CLI::App& app) {
       arms += ValueArm(*option);
     }
   }
-  const std::string name = app.get_name();
+  const std::string& name = app.get_name();
   return Text("    ", name.substr(name.find(' ') + 1), ")\n      case $prev in\n", arms,
               "      esac\n      words='", words, "' ;;\n");
 }

@@ -2,13 +2,31 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The first picture, and the same bytes as on every other system.
 import { readFileSync } from 'node:fs';
-import { expect, repository, test } from './page';
+import { expect, repository, settled, test } from './page';
 
 test('the first picture comes by itself, and the panel is the effect’s own', async ({ studio }) => {
   await expect(studio.locator('.side [data-control]')).toHaveCount(12);
   await expect(studio.getByRole('radio', { name: 'Stretch' })).toBeChecked();
   const shot = await studio.locator('.pane-flat').screenshot();
   expect(shot.byteLength).toBeGreaterThan(20_000);
+});
+
+test('a draft is on the screen while the first panorama is drawn', async ({ page, address }) => {
+  await page.addInitScript(() => {
+    const seen: string[] = [];
+    (window as unknown as { seen: string[] }).seen = seen;
+    new MutationObserver((changes) => {
+      for (const { attributeName } of changes) {
+        const state = document.documentElement.dataset['state'];
+        seen.push(attributeName === 'data-render-ms' ? `picture while ${state}` : `${state}`);
+      }
+    }).observe(document, { attributes: true, subtree: true, attributeFilter: ['data-state', 'data-render-ms'] });
+  });
+  await page.goto(address);
+  await settled(page);
+  const seen = await page.evaluate(() => (window as unknown as { seen: string[] }).seen);
+  expect(seen.filter((each) => each === 'picture while busy').length).toBeGreaterThan(1);
+  expect(seen.indexOf('settled')).toBe(seen.length - 1);
 });
 
 test('the fixed scenes have the hashes of every other system in the browser', async ({ page, address }) => {
