@@ -13,7 +13,7 @@ import unittest
 import numpy as np
 
 import pictures
-from support import PROGRAM, ProgramTest, catches, gradient, wait_until
+from support import PROGRAM, ProgramTest, catches, gradient, posix_only, wait_until
 
 
 def pam(pixels, kind="RGB_ALPHA"):
@@ -33,6 +33,7 @@ class Pipes(ProgramTest):
         self.assertNotIn("memory", process.stderr)
         self.assert_fails(1, "/dev/null: empty file", "render", "-f", "/dev/null", "-o", "out.png")
 
+    @posix_only
     def test_the_first_signal_ends_the_wait_for_a_pipe(self):
         os.mkfifo(self.path("pipe.png"))
         for written in (b"", pictures.png_chunk(b"IHDR", b"")):
@@ -50,6 +51,7 @@ class Pipes(ProgramTest):
             self.assertEqual(process.returncode, 130, errors)
         self.assertEqual(self.files(), ["pipe.png"])
 
+    @posix_only
     def test_a_picture_comes_through_a_pipe(self):
         frame = gradient(33, 17, 4, np.uint8)
         pictures.write_png(self.path("in.png"), frame)
