@@ -64,6 +64,8 @@ def wait_until(condition, what, seconds=60):
 
 def catches(process, number):
     """Whether a running process has a handler of its own for that signal."""
+    if WINDOWS and pathlib.Path(f"/proc/{process.pid}/comm").read_text() != "veltra.exe\n":
+        return False  # it is still the shell that starts it
     status = pathlib.Path(f"/proc/{process.pid}/status").read_text()
     caught = next(line for line in status.splitlines() if line.startswith("SigCgt:"))
     return int(caught.split()[1], 16) >> (number - 1) & 1 == 1

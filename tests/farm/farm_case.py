@@ -5,6 +5,7 @@
 import json
 import pathlib
 import shutil
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -14,6 +15,11 @@ from cluster import (VELTRA, Cluster, Shot, fixed, hashes, identities, leftovers
 
 # Nothing here measures speed: these are for machines that are busy with other things.
 PATIENCE = 150
+
+
+def heed_ctrl_c():
+    """For a new process, which would go on ignoring it where the tests run in the background."""
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
 
 
 class FolderCase(unittest.TestCase):
@@ -54,7 +60,7 @@ class FarmCase(FolderCase):
         process = subprocess.Popen([VELTRA, 'submit', str(shot.scene), '--chunk', str(chunk),
                                     '--wait', '--progress', 'json', *options],
                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, text=True)
+                                   stderr=subprocess.PIPE, text=True, preexec_fn=heed_ctrl_c)
         self.addCleanup(process.communicate)
         self.addCleanup(process.kill)
         return process
