@@ -62,8 +62,11 @@ class Documents(ProgramTest):
             if not path.exists():
                 self.make_video(path)
         elif "####" in name:
-            for number in numbers:
-                self.make_input(name.replace("####", f"{number:04}"))
+            names = [name.replace("####", f"{number:04}") for number in numbers]
+            self.make_input(names[0])
+            for other in names[1:]:
+                if not (self.folder / other).exists():
+                    shutil.copy(self.folder / names[0], self.folder / other)
         elif not path.exists():
             self.make_picture(path)
 
