@@ -59,7 +59,9 @@ std::string ValueArm(const CLI::Option& option) {
     pattern += Text("|-", letter);
   }
   const std::string choices = ChoicesOf(names.front(), option.get_type_name());
-  const std::string action = option.get_type_name() == "FILE" ? "_veltra_files; "
+  const OptionSpec* known = FindOption(names.front());
+  const bool isPath = option.get_type_name() == "FILE" || (known != nullptr && known->isPath);
+  const std::string action = isPath ? "_veltra_files; "
                              : choices.empty()
                                  ? ""
                                  : Text("COMPREPLY=($(compgen -W '", choices, "' -- \"$cur\")); ");

@@ -134,6 +134,7 @@ class Info(ProgramTest):
         self.assertEqual(complete("veltra", "submit", "--sched"), ["--scheduler"])
         self.assertEqual(complete("veltra", "submit", "--scheduler", "l"), ["list"])
         self.assertEqual(complete("veltra", "compare", "--difference", "comp"), ["completion.sh"])
+        self.assertEqual(complete("veltra", "render", "--join", "comp"), ["completion.sh"])
         self.assertEqual(complete("veltra", "compare", "--threshold", ""), [])
         for command in ("render", "view", "compare", "controls", "about", "check", "sample",
                         "submit", "verify", "task"):

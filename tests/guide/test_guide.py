@@ -53,13 +53,13 @@ class Pictures(unittest.TestCase):
 
 def recipes():
     """Title, rows of the table of values, and commands of each recipe that has some."""
-    for part in (GUIDE / "recipes.md").read_text().split("\n## ")[1:]:
-        commands = re.findall(r"^    veltra (.*)$", part, flags=re.M)
+    for recipe in (GUIDE / "recipes.md").read_text().split("\n## ")[1:]:
+        commands = re.findall(r"^    veltra (.*)$", recipe, flags=re.M)
         rows = {cells[0]: cells[1:] for cells in
                 ([cell.strip() for cell in line.strip("|").split("|")]
-                 for line in part.splitlines() if line.startswith("| "))}
+                 for line in recipe.splitlines() if line.startswith("| "))}
         if commands:
-            yield part.splitlines()[0], rows, [shlex.split(command) for command in commands]
+            yield recipe.splitlines()[0], rows, [shlex.split(command) for command in commands]
 
 
 class Recipes(unittest.TestCase):
