@@ -166,7 +166,7 @@ PixelScene<Pixel>::PixelScene(const SceneSettings& settings, Family family)
   record.effectRef = session_.InData().effect_ref;
   record.subpixelSample = filtered ? nullptr : reinterpret_cast<AnySampleFn>(subpixel);
   record.areaSample = filtered ? reinterpret_cast<AnySampleFn>(area) : nullptr;
-  record_.emplace(record, frameView_, frameView_.extent_hint);
+  record_.emplace(record, frameView_.width, frameView_.height);
   tools_.maths = reference::StandardMaths();
   tools_.sample = filtered ? area : subpixel;
   tools_.effectRef = record.effectRef;

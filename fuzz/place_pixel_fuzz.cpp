@@ -109,21 +109,22 @@ A_long Position(ByteReader& bytes, double normScale) {
   return bytes.Int();
 }
 
-/// The kernel's tables for a piece of the frame.
-PF_LRect Piece(ByteReader& bytes, const PlacementRecord& record) {
-  constexpr A_long kSide = 16;
-  const A_long left = Position(bytes, record.normScaleX);
-  const A_long top = Position(bytes, record.normScaleY);
-  return {left, top, numerics::WrappingAdd(left, kSide), numerics::WrappingAdd(top, kSide)};
+/// Columns and rows that the tables hold.
+constexpr A_long kTableSide = 16;
+
+/// Moves the origin so that the tables hold some piece of the frame.
+void MoveOrigin(ByteReader& bytes, PlacementRecord* record) {
+  record->originOffsetX -= Position(bytes, record->normScaleX);
+  record->originOffsetY -= Position(bytes, record->normScaleY);
 }
 
 template <class Pixel>
-void TryPixel(ByteReader& bytes, PlacementRecord& record, const PF_LRect* piece, bool filtered,
+void TryPixel(ByteReader& bytes, PlacementRecord& record, bool nearTables, bool filtered,
               PF_IteratePixelFn<Pixel> function) {
-  const A_long x = piece != nullptr ? numerics::WrappingAdd(piece->left, bytes.Below(20) - 2)
-                                    : Position(bytes, record.normScaleX);
-  const A_long y = piece != nullptr ? numerics::WrappingAdd(piece->top, bytes.Below(20) - 2)
-                                    : Position(bytes, record.normScaleY);
+  const A_long x =
+      nearTables ? bytes.Below(kTableSide + 4) - 2 : Position(bytes, record.normScaleX);
+  const A_long y =
+      nearTables ? bytes.Below(kTableSide + 4) - 2 : Position(bytes, record.normScaleY);
   const auto before = PixelFromBits<Pixel>(Scramble(bytes.Raw<std::uint32_t>()));
   const Expectation<Pixel> expected = Expected(record, filtered, x, y, before);
   std::byte recordBefore[sizeof(record)];
@@ -164,12 +165,12 @@ void TryRecord(ByteReader& bytes, Depth depth, PF_IteratePixelFn<Pixel> plain,
   (filtered ? record.areaSample : record.subpixelSample) =
       reinterpret_cast<AnySampleFn>(SampleAnything<Pixel>);
   const bool withTables = bytes.Below(2) == 1;
-  const PF_LRect piece = withTables ? Piece(bytes, record) : PF_LRect{};
-  PF_EffectWorld frame{};
-  frame.width = frame.height = 4096;
-  TabledRecord tabled(record, frame, piece);
+  if (withTables) {
+    MoveOrigin(bytes, &record);
+  }
+  TabledRecord tabled(record, kTableSide, kTableSide);
   for (int pixels = 0; pixels < kMaxPixels && !bytes.AtEnd(); ++pixels) {
-    TryPixel<Pixel>(bytes, withTables ? tabled : record, withTables ? &piece : nullptr, filtered,
+    TryPixel<Pixel>(bytes, withTables ? tabled : record, withTables, filtered,
                     filtered ? filtering : plain);
   }
   Expect(layer.Untouched(), "the layer was written");

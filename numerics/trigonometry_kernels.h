@@ -62,6 +62,7 @@ enum class Constant : std::size_t {
   kSmallestNormal,
   kModerateLimit,
   kQuarterPi,
+  kHeadMask,
   kCount,
 };
 
@@ -106,6 +107,7 @@ inline constexpr std::array<double, static_cast<std::size_t>(Constant::kCount)> 
     0x1p-1022,
     25735.0,  // keeps the quadrant of a moderate angle below 2^14
     0x1.921fb54442d18p-1,
+    BitCast<double>(std::uint64_t{0xfffffffff8000000}),  // the top 26 bits of a significand
 };
 
 constexpr double ValueOf(Constant name) {
@@ -157,7 +159,7 @@ VELTRA_FORCE_INLINE double Negated(double value) {
 }
 /// The top 26 bits of the significand, whose square is exact.
 VELTRA_FORCE_INLINE double Head(double value) {
-  return BitCast<double>(Bits(value) & 0xfffffffff8000000U);
+  return BitCast<double>(Bits(value) & Bits(ValueOf(Constant::kHeadMask)));
 }
 VELTRA_FORCE_INLINE bool IsOdd(std::uint64_t bits) {
   return (bits & 1U) != 0;
@@ -257,26 +259,45 @@ VELTRA_FORCE_INLINE T InnerArcCosine(T x, T p) {
   return Splat(Constant::kHalfPiHigh, x) - (x + (x * p - Splat(Constant::kHalfPiLow, x)));
 }
 
+/// A root and, more precisely, head + rest: the head's square is exact, so that the rest carries
+/// what the rounded root lacks.
+template <class T>
+struct RootInTwo {
+  VELTRA_FORCE_INLINE explicit RootInTwo(T square) : root(SquareRoot(square)), head(Head(root)) {
+    // The smallest normal number keeps 0 / 0 away and changes no other sum.
+    rest = (square - head * head) / ((root + head) + Splat(Constant::kSmallestNormal, square));
+  }
+
+  T root;
+  T head;
+  T rest;
+};
+
 /// For 1/2 < |x| <= 1 with p for z = (1 - |x|) / 2 and r = 2 sqrt(z): r + r p for positive x and
 /// pi - (r + r p) for negative x, difference being 1 - |x|. NaN beyond, by the root.
 template <class T>
 VELTRA_FORCE_INLINE T OuterArcCosine(T x, T difference, T p) {
-  const T square = difference + difference;
-  // The root as head + rest: the head's square is exact, so that the rest carries what the rounded
-  // root lacks. The smallest normal number keeps 0 / 0 away and changes no other sum.
-  const T root = SquareRoot(square);
-  const T head = Head(root);
-  const T rest = (square - head * head) / ((root + head) + Splat(Constant::kSmallestNormal, x));
-
+  const RootInTwo<T> r(difference + difference);
   const auto negative = x < Splat(0.0, x);
-  const T tail = (root * p - Keep(negative, Splat(Constant::kPiLow, x))) + rest;
+  const T tail = (r.root * p - Keep(negative, Splat(Constant::kPiLow, x))) + r.rest;
   // For positive x: 0 - (-angle), which is +0 for no angle.
-  return Keep(negative, Splat(Constant::kPiHigh, x)) - FlipSign(head + tail, Negated(x));
+  return Keep(negative, Splat(Constant::kPiHigh, x)) - FlipSign(r.head + tail, Negated(x));
+}
+
+/// The same for x > 1/2 alone, where nothing depends on the sign.
+template <class T>
+VELTRA_FORCE_INLINE T NearArcCosine(T difference, T p) {
+  const RootInTwo<T> r(difference + difference);
+  return r.head + (r.root * p + r.rest);
 }
 
 /// Lanes of both kinds share one evaluation of the polynomial, by far the longest part.
 template <class T>
 VELTRA_FORCE_INLINE T ArcCosine(T x) {
+  if (All(x > Splat(Constant::kHalf, x))) {
+    const T difference = Splat(Constant::kOne, x) - x;
+    return NearArcCosine(difference, ArcSineTail(difference * Splat(Constant::kHalf, x)));
+  }
   const T magnitude = Magnitude(x);
   const auto outer = magnitude > Splat(Constant::kHalf, x);
   if (None(outer)) {

@@ -88,7 +88,7 @@ VELTRA_FORCE_INLINE TwoDoubles Negated(TwoDoubles value) {
   return {_mm_xor_pd(value.lanes, _mm_set1_pd(-0.0))};
 }
 VELTRA_FORCE_INLINE TwoDoubles Head(TwoDoubles value) {
-  return {_mm_and_pd(value.lanes, _mm_castsi128_pd(_mm_set1_epi64x(-0x8000000LL)))};
+  return {_mm_and_pd(value.lanes, Splat(Constant::kHeadMask, value).lanes)};
 }
 VELTRA_FORCE_INLINE TwoWords Bits(TwoDoubles value) {
   return {_mm_castpd_si128(value.lanes)};

@@ -4,6 +4,8 @@
 
 #include "effect/render/render_placement.h"
 
+#include <algorithm>
+
 #include "effect/context/require.h"
 #include "effect/params/params_setup.h"
 #include "effect/placement/path_geometry.h"
@@ -193,7 +195,8 @@ PF_Err Iterate(RenderContext* context, const Controls& controls, PlacementRecord
   }
   const PF_LRect& extent = context->output->extent_hint;
   const A_long rows = numerics::WrappingSubtract(extent.bottom, extent.top);
-  TabledRecord tabled(*record, *context->output, extent);
+  TabledRecord tabled(*record, std::min(extent.right, context->output->width),
+                      std::min(extent.bottom, context->output->height));
   return IteratePixels<Depth>(
       context->inData, 0, rows, nullptr, &extent, static_cast<PlacementRecord*>(&tabled),
       controls.filtering ? Depth::kPlacePixelFiltered : Depth::kPlacePixel, context->output);

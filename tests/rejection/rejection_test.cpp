@@ -46,7 +46,7 @@ bool ExactlyOff(const PlacementRecord& record, bool filtered, A_long x, A_long y
 /// A record with the gaps of its rows.
 struct Frame {
   Frame(const PlacementRecord& frameRecord, A_long columns, A_long lines)
-      : record(frameRecord), width(columns), height(lines), gaps(record, 0, width) {}
+      : record(frameRecord), width(columns), height(lines), gaps(record, width) {}
 
   bool Has(A_long x, A_long y) const { return x >= 0 && x < width && y >= 0 && y < height; }
   RowGap GapAt(A_long y) const { return gaps.At(RowEntry(record, y - record.originOffsetY)); }
@@ -64,8 +64,7 @@ class Tally {
     if (!frame.Has(x, y)) {
       return;
     }
-    const RowGap gap = frame.GapAt(y);
-    const bool quickly = gap.columns.Holds(x) || static_cast<std::uint32_t>(x) < gap.head;
+    const bool quickly = frame.GapAt(y).Holds(x);
     for (const bool filtered : {false, true}) {
       const bool exactly = ExactlyOff(frame.record, filtered, x, y);
       ++pixels_;
@@ -232,10 +231,9 @@ void TryTheEdges(Source& source, const Frame& frame, Tally* tally) {
   for (int i = 0; i < kPixelsPerRecord / 2; ++i) {
     const A_long y = source.Below(frame.height);
     const RowGap gap = frame.GapAt(y);
-    const A_long end = gap.columns.first + static_cast<A_long>(gap.columns.count);
-    for (const A_long edge : {gap.columns.first, end, static_cast<A_long>(gap.head)}) {
+    for (const std::uint32_t edge : {gap.head, gap.first, gap.first + gap.count}) {
       for (const A_long step : {-1, 0, 1}) {
-        tally->Try(frame, edge + step, y);
+        tally->Try(frame, static_cast<A_long>(edge) + step, y);
       }
     }
   }

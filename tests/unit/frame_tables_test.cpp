@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "tests/unit/small_frame.h"
@@ -21,7 +22,7 @@ template <class Pixel>
 class FrameTablesPicture : public EveryDepth<Pixel> {};
 TYPED_TEST_SUITE(FrameTablesPicture, conformance::AllPixels, conformance::DepthNames);
 
-TYPED_TEST(FrameTablesPicture, IsThatOfPixelsOnTheirOwnWhateverAreaTheTablesHold) {
+TYPED_TEST(FrameTablesPicture, IsThatOfPixelsOnTheirOwnHoweverMuchTheTablesHold) {
   for (const bool filtered : {false, true}) {
     for (const double origin : {0.0, -7.0}) {
       PlacementRecord record = WithSampler<TypeParam>(SlantedRecord(), filtered);
@@ -30,11 +31,11 @@ TYPED_TEST(FrameTablesPicture, IsThatOfPixelsOnTheirOwnWhateverAreaTheTablesHold
       const auto alone = Draw<TypeParam>(record, filtered);
       EXPECT_GT(Drawn(alone), kWidth * kHeight / 8);
       EXPECT_LT(Drawn(alone), kWidth * kHeight / 2);
-      for (const PF_LRect& area :
-           {PF_LRect{0, 0, kWidth, kHeight}, PF_LRect{30, 20, 50, 30}, PF_LRect{-9, -9, 999, 999},
-            PF_LRect{5, 5, 5, 5}, PF_LRect{40, 30, 10, 10}}) {
-        const TabledRecord tabled(record, FrameWorld(), area);
-        EXPECT_TRUE(Same(Draw<TypeParam>(tabled, filtered), alone)) << "left " << area.left;
+      for (const auto& [width, height] :
+           {std::pair{kWidth, kHeight}, std::pair{50, 30}, std::pair{999, 999}, std::pair{1, 1},
+            std::pair{0, 30}, std::pair{50, -1}, std::pair{kWidth, 1 << 30}}) {
+        const TabledRecord tabled(record, width, height);
+        EXPECT_TRUE(Same(Draw<TypeParam>(tabled, filtered), alone)) << width << " x " << height;
       }
     }
   }
@@ -48,7 +49,7 @@ TYPED_TEST(FrameTablesPicture, IsTheSameInWhateverOrderThePixelsCome) {
     const PlacementRecord record =
         WithLayer(WithSampler<TypeParam>(SlantedRecord(), false), layer, tile);
     const auto alone = Draw<TypeParam>(record, false);
-    const TabledRecord tabled(record, FrameWorld(), {0, 0, kWidth, kHeight});
+    const TabledRecord tabled(record, kWidth, kHeight);
     EXPECT_TRUE(Same(Draw<TypeParam>(tabled, false, backwards), alone)) << "tile " << tile;
     EXPECT_TRUE(Same(Draw<TypeParam>(tabled, false, Positions(1)), alone)) << "tile " << tile;
     EXPECT_TRUE(Same(Draw<TypeParam>(tabled, false), alone)) << "tile " << tile;
@@ -86,7 +87,7 @@ TEST_P(FrameTablesStrip, IsDrawnAsByPixelsOnTheirOwn) {
         WithSampler<PF_Pixel8>(reference::RecordFrom<PlacementRecord>(placement), filtered);
     const auto alone = Draw<PF_Pixel8>(record, filtered);
     EXPECT_GT(Drawn(alone), 0);
-    const TabledRecord tabled(record, FrameWorld(), {0, 0, kWidth, kHeight});
+    const TabledRecord tabled(record, kWidth, kHeight);
     EXPECT_TRUE(Same(Draw<PF_Pixel8>(tabled, filtered), alone)) << "filtered " << filtered;
   }
 }
@@ -103,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(Hard, FrameTablesStrip,
 
 TYPED_TEST(FrameTablesPicture, IsTheSameForACopyOfTheRecord) {
   const PlacementRecord record = WithSampler<TypeParam>(SlantedRecord(), false);
-  const TabledRecord tabled(record, FrameWorld(), {0, 0, kWidth, kHeight});
+  const TabledRecord tabled(record, kWidth, kHeight);
   ASSERT_NE(TabledRecord::TablesOf(tabled), nullptr);
   const PlacementRecord copy = tabled;
   alignas(PlacementRecord) std::byte bytes[sizeof(PlacementRecord)];
@@ -118,15 +119,15 @@ TYPED_TEST(FrameTablesPicture, IsTheSameForACopyOfTheRecord) {
 
 TEST(TabledRecord, LosesItsTablesWhenItIsAssignedTo) {
   const PlacementRecord record = SlantedRecord();
-  TabledRecord tabled(record, FrameWorld(), {0, 0, kWidth, kHeight});
-  const TabledRecord another(record, FrameWorld(), {0, 0, kWidth, kHeight});
+  TabledRecord tabled(record, kWidth, kHeight);
+  const TabledRecord another(record, kWidth, kHeight);
   static_cast<PlacementRecord&>(tabled) = another;
   EXPECT_EQ(TabledRecord::TablesOf(tabled), nullptr);
 }
 
 TEST(TabledRecord, LeavesNoMarkWhereItLay) {
   alignas(TabledRecord) static std::byte place[sizeof(TabledRecord)];
-  auto* tabled = new (place) TabledRecord(SlantedRecord(), FrameWorld(), {0, 0, 4, 4});
+  auto* tabled = new (place) TabledRecord(SlantedRecord(), 4, 4);
   // What was seen of the place may not be what is there; a volatile pointer is looked at again.
   const PlacementRecord* volatile there = tabled;
   EXPECT_NE(TabledRecord::TablesOf(*there), nullptr);
@@ -135,7 +136,7 @@ TEST(TabledRecord, LeavesNoMarkWhereItLay) {
 }
 
 TEST(TabledRecord, IsToldByEveryBitOfItsMark) {
-  TabledRecord tabled(SlantedRecord(), FrameWorld(), {0, 0, kWidth, kHeight});
+  TabledRecord tabled(SlantedRecord(), kWidth, kHeight);
   for (TablesMark PlacementRecord::*half :
        {&PlacementRecord::tablesMarkLow, &PlacementRecord::tablesMarkHigh}) {
     for (int bit = 0; bit < 32; ++bit) {
@@ -147,19 +148,19 @@ TEST(TabledRecord, IsToldByEveryBitOfItsMark) {
   EXPECT_NE(TabledRecord::TablesOf(tabled), nullptr);
 }
 
-TEST(FrameTables, HoldTheAreaInsideTheWorld) {
-  const FrameTables tables(SlantedRecord(), FrameWorld(), {30, -5, 500, 20});
-  EXPECT_TRUE(tables.Hold(30, 0));
-  EXPECT_TRUE(tables.Hold(kWidth - 1, 19));
-  EXPECT_FALSE(tables.Hold(29, 0));
-  EXPECT_FALSE(tables.Hold(kWidth, 0));
-  EXPECT_FALSE(tables.Hold(30, -1));
-  EXPECT_FALSE(tables.Hold(30, 20));
+TEST(FrameTables, HoldThePixelsOfTheirSize) {
+  const FrameTables tables(SlantedRecord(), 30, 20);
+  EXPECT_TRUE(tables.Hold(0, 0));
+  EXPECT_TRUE(tables.Hold(29, 19));
+  EXPECT_FALSE(tables.Hold(-1, 0));
+  EXPECT_FALSE(tables.Hold(30, 0));
+  EXPECT_FALSE(tables.Hold(0, -1));
+  EXPECT_FALSE(tables.Hold(0, 20));
   EXPECT_FALSE(tables.Hold(std::numeric_limits<A_long>::min(), 0));
 }
 
 TEST(FrameTables, RejectOnBothSidesOfTheStripAndNothingBeyondTheFrame) {
-  const FrameTables tables(SlantedRecord(), FrameWorld(), {0, 0, kWidth, kHeight});
+  const FrameTables tables(SlantedRecord(), kWidth, kHeight);
   int rowsWithTheStripInside = 0;
   for (A_long y = 0; y < kHeight; ++y) {
     int strip = 0;
@@ -180,12 +181,12 @@ TEST(FrameTables, HaveAnEntryForEveryColumnAndRowAndTheirNeighbours) {
   PlacementRecord record = SlantedRecord();
   record.originOffsetX = -3;
   record.originOffsetY = -5;
-  const FrameTables tables(record, FrameWorld(), {30, 10, 33, 12});
-  for (A_long x = 29; x <= 33; ++x) {
+  const FrameTables tables(record, 33, 12);
+  for (A_long x = -1; x <= 33; ++x) {
     const auto alone = ColumnEntry(record, x - record.originOffsetX);
     EXPECT_EQ(std::memcmp(&tables.Column(x), &alone, sizeof(alone)), 0) << x;
   }
-  for (A_long y = 9; y <= 12; ++y) {
+  for (A_long y = -1; y <= 12; ++y) {
     const auto alone = RowEntry(record, y - record.originOffsetY);
     EXPECT_EQ(std::memcmp(&tables.Row(y), &alone, sizeof(alone)), 0) << y;
   }
@@ -195,7 +196,7 @@ TEST(FrameTables, StayEmptyForOffsetsThatAreNoWholeNumbers) {
   for (const double offset : {0.5, 1e300, std::numeric_limits<double>::quiet_NaN()}) {
     PlacementRecord record = SlantedRecord();
     record.originOffsetX = offset;
-    EXPECT_FALSE(FrameTables(record, FrameWorld(), {0, 0, kWidth, kHeight}).Hold(0, 0));
+    EXPECT_FALSE(FrameTables(record, kWidth, kHeight).Hold(0, 0));
   }
 }
 

@@ -3,6 +3,7 @@
 // Pixels are drawn over a record and tables that nobody can write to, and never reach beyond them.
 #include <cstdint>
 #include <new>
+#include <utility>
 #include <vector>
 
 #ifdef _WIN32
@@ -121,11 +122,11 @@ class GuardedBlocks : public unit::ArraySource {
 /// A TabledRecord that lies with its tables in guarded blocks, which can only be read.
 class ReadOnlyRecord {
  public:
-  ReadOnlyRecord(const PlacementRecord& record, const PF_LRect& area, Against against)
+  ReadOnlyRecord(const PlacementRecord& record, A_long width, A_long height, Against against)
       : blocks_(against) {
     void* place = blocks_.Allocate(sizeof(TabledRecord));
     unit::arraySource = &blocks_;
-    record_ = new (place) TabledRecord(record, unit::FrameWorld(), area);
+    record_ = new (place) TabledRecord(record, width, height);
     unit::arraySource = nullptr;
     EXPECT_GT(blocks_.Count(), 2U) << "the tables have not been asked for here";
     EXPECT_TRUE(blocks_.ProtectAll(Access::kRead));
@@ -158,10 +159,10 @@ TYPED_TEST(ReadOnlyTables, AreEnoughToDrawTheFrameAndBeyondIt) {
         const PlacementRecord record = unit::WithLayer(
             unit::WithSampler<TypeParam>(unit::SlantedRecord(), filtered), layer, tile);
         const auto alone = unit::Draw<TypeParam>(record, filtered);
-        for (const PF_LRect& area : {PF_LRect{0, 0, kWidth, kHeight}, PF_LRect{31, 20, 52, 31}}) {
-          const ReadOnlyRecord tabled(record, area, against);
+        for (const auto& [width, height] : {std::pair{kWidth, kHeight}, std::pair{52, 31}}) {
+          const ReadOnlyRecord tabled(record, width, height, against);
           ASSERT_NE(TabledRecord::TablesOf(tabled.Get()), nullptr);
-          // Drawn over the whole frame, so that most pixels are outside of the smaller area.
+          // Drawn over the whole frame, so that most pixels are outside of the smaller tables.
           EXPECT_TRUE(unit::Same(unit::Draw<TypeParam>(tabled.Get(), filtered), alone));
           TypeParam beyond{};
           const auto function =

@@ -150,11 +150,4 @@ std::ptrdiff_t Drawn(const std::vector<Pixel>& pixels) {
   return std::count_if(pixels.begin(), pixels.end(), [](const Pixel& p) { return p.alpha > 0; });
 }
 
-inline PF_EffectWorld FrameWorld() {
-  PF_EffectWorld world{};
-  world.width = kWidth;
-  world.height = kHeight;
-  return world;
-}
-
 }  // namespace veltra::unit

@@ -8,6 +8,7 @@
 
 #include "effect/placement/placement_record.h"
 #include "effect/render/pixel/pixel_depths.h"
+#include "numerics/compiler.h"
 
 namespace veltra {
 
@@ -17,13 +18,18 @@ float ScaledAlpha(const Pixel& sample, float opacity, float coverage) {
   return static_cast<float>(sample.alpha) * opacity * coverage;
 }
 
+/// By its bits, which are compared sooner than its value.
+inline bool IsOne(float value) {
+  return numerics::BitCast<std::uint32_t>(value) == numerics::BitCast<std::uint32_t>(1.0F);
+}
+
 /// The same limited to the depth's range. Of an opaque layer away from the strip's edges an integer
 /// alpha stays as it is, and what follows need not wait for two conversions and two products.
 template <class Depth>
 typename Depth::Channel LimitedAlpha(const typename Depth::Pixel& sample, float opacity,
                                      float coverage) {
   if constexpr (std::is_integral_v<typename Depth::Channel>) {
-    if (opacity == 1.0F && coverage == 1.0F) {
+    if (IsOne(opacity) && IsOne(coverage)) {
       return std::min(sample.alpha, Depth::kFull);
     }
   }

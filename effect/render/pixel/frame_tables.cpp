@@ -4,7 +4,6 @@
 
 #include "effect/render/pixel/frame_tables.h"
 
-#include <algorithm>
 #include <cmath>
 #include <new>
 
@@ -13,33 +12,19 @@
 namespace veltra {
 namespace {
 
-/// Positions of one axis from first to before end.
-struct Range {
-  A_long first;
-  A_long end;
-
-  std::uint32_t Count() const { return static_cast<std::uint32_t>(end - first); }
-  Range WithNeighbours() const { return {first - 1, end + 1}; }
-};
-
-/// Far more than any host's worlds have; a size beyond it is no world's.
+/// Far more columns or rows than any host's worlds have.
 constexpr A_long kMostPositions = 1 << 20;
 
-/// The area's positions inside the world; none of an area that ends before it begins.
-Range Inside(A_long first, A_long end, A_long size) {
-  const A_long last = std::clamp(end, A_long{0}, std::clamp(size, A_long{0}, kMostPositions));
-  return {std::clamp(first, A_long{0}, last), last};
-}
-
-/// The sines and cosines of `angleAt` over the range, two positions in the lanes at a time.
+/// The sines and cosines of `angleAt` from position -1 to `size`, two positions in the lanes at a
+/// time.
 template <class AngleAt>
-void Fill(Range range, AngleAt angleAt, double cosineSign, FrameTables::SineAndCosine* entry) {
-  for (A_long i = range.first; i < range.end; i += 2) {
+void Fill(A_long size, AngleAt angleAt, double cosineSign, FrameTables::SineAndCosine* entry) {
+  for (A_long i = -1; i <= size; i += 2) {
     const numerics::TwoSinCos both = numerics::SinCos(_mm_set_pd(angleAt(i + 1), angleAt(i)));
     const __m128d cosine = _mm_mul_pd(both.cosine, _mm_set1_pd(cosineSign));
     _mm_storeu_pd(&entry->sine, _mm_unpacklo_pd(both.sine, cosine));
     ++entry;
-    if (i + 1 < range.end) {
+    if (i < size) {
       _mm_storeu_pd(&entry->sine, _mm_unpackhi_pd(both.sine, cosine));
       ++entry;
     }
@@ -63,42 +48,37 @@ FrameTables::SineAndCosine RowEntry(const PlacementRecord& record, double py) {
   return {lat.sine, lat.cosine};
 }
 
-FrameTables::FrameTables(const PlacementRecord& record, const PF_EffectWorld& world,
-                         const PF_LRect& area) {
-  const Range columns = Inside(area.left, area.right, world.width);
-  const Range rows = Inside(area.top, area.bottom, world.height);
-  if (!IsWhole(record.originOffsetX) || !IsWhole(record.originOffsetY)) {
+FrameTables::FrameTables(const PlacementRecord& record, A_long width, A_long height)
+    : ends_(EndsOf(record)) {
+  if (width <= 0 || width > kMostPositions || height <= 0 || height > kMostPositions ||
+      !IsWhole(record.originOffsetX) || !IsWhole(record.originOffsetY)) {
     return;
   }
-  columns_.reset(new (std::nothrow) SineAndCosine[std::size_t{columns.Count()} + 2]);
-  rows_.reset(new (std::nothrow) SineAndCosine[std::size_t{rows.Count()} + 2]);
-  gaps_.reset(new (std::nothrow) ColumnGap[rows.Count()]);
-  heads_.reset(new (std::nothrow) std::uint32_t[rows.Count()]);
-  if (!columns_ || !rows_ || !gaps_ || !heads_) {
+  const auto columns = static_cast<std::size_t>(width);
+  const auto rows = static_cast<std::size_t>(height);
+  columns_.reset(new (std::nothrow) SineAndCosine[columns + 2]);
+  rows_.reset(new (std::nothrow) SineAndCosine[rows + 2]);
+  gaps_.reset(new (std::nothrow) RowGap[rows]);
+  if (!columns_ || !rows_ || !gaps_) {
     return;
   }
   const auto longitude = [&](A_long x) { return Longitude(record, x - record.originOffsetX); };
   const auto latitude = [&](A_long y) { return Latitude(record, y - record.originOffsetY); };
-  Fill(columns.WithNeighbours(), longitude, -1.0, columns_.get());
-  Fill(rows.WithNeighbours(), latitude, 1.0, rows_.get());
-  const RowGaps gaps(record, columns.first, columns.end);
-  for (std::size_t i = 0; i < rows.Count(); ++i) {
-    const RowGap gap = gaps.At(rows_[i + 1]);
-    gaps_[i] = gap.columns;
-    heads_[i] = gap.head;
+  Fill(width, longitude, -1.0, columns_.get());
+  Fill(height, latitude, 1.0, rows_.get());
+  const RowGaps gaps(record, width);
+  for (std::size_t i = 0; i < rows; ++i) {
+    gaps_[i] = gaps.At(rows_[i + 1]);
   }
-  left_ = columns.first;
-  top_ = rows.first;
-  width_ = columns.Count();
-  height_ = rows.Count();
+  width_ = static_cast<std::uint32_t>(width);
+  height_ = static_cast<std::uint32_t>(height);
 }
 
-TabledRecord::TabledRecord(const PlacementRecord& record, const PF_EffectWorld& world,
-                           const PF_LRect& area)
-    : PlacementRecord(record), tables_(record, world, area) {
-  const Mark mark = MarkFor(*this);
-  tablesMarkLow.bits = mark.low;
-  tablesMarkHigh.bits = mark.high;
+TabledRecord::TabledRecord(const PlacementRecord& record, A_long width, A_long height)
+    : PlacementRecord(record), tables_(record, width, height) {
+  const std::uint64_t mark = MarkFor(*this);
+  tablesMarkLow.bits = static_cast<std::uint32_t>(mark);
+  tablesMarkHigh.bits = static_cast<std::uint32_t>(mark >> 32);
 }
 
 TabledRecord::~TabledRecord() {

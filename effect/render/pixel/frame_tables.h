@@ -1,7 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
-// What a frame's pixels share, worked out once per frame: the sines of its columns and rows, and
-// the gap in every row that the strip does not reach.
+// What a frame's pixels share, worked out once per frame: the sines of its columns and rows, the
+// gap in every row that the strip does not reach, and the strip's ends side by side.
 //
 // A frame of w x h pixels has w longitudes and h latitudes; two sines and two cosines for each of
 // its pixels would find the same values h and w times over.
@@ -12,7 +12,6 @@
 
 #include "effect/render/pixel/row_gaps.h"
 #include "effect/render/pixel/sphere_steps.h"
-#include "numerics/convert.h"
 
 namespace veltra {
 
@@ -22,41 +21,36 @@ class FrameTables {
  public:
   using SineAndCosine = SineAndCosineOf<double>;
 
-  /// For the pixels of `area` that `world` has, and their neighbours. Stays empty when there are
-  /// none, when memory is short (16 bytes per column, 28 per row) or when the record's offsets are
-  /// no whole numbers, where a neighbour's position depends on how it is reached.
-  FrameTables(const PlacementRecord& record, const PF_EffectWorld& world, const PF_LRect& area);
+  /// For the host's first `width` columns and `height` rows, and their neighbours. Stays empty when
+  /// there are none or far too many, when memory is short (16 bytes per column, 28 per row) or when
+  /// the record's offsets are no whole numbers, where a neighbour's position depends on how it is
+  /// reached.
+  FrameTables(const PlacementRecord& record, A_long width, A_long height);
 
   /// Whether the tables hold the host's pixel (x, y) and its eight neighbours.
   bool Hold(A_long x, A_long y) const {
-    return Offset(x, left_) < width_ && Offset(y, top_) < height_;
+    return static_cast<std::uint32_t>(x) < width_ && HoldRow(y);
   }
   /// Whether they hold the pixel and it is surely off the strip. Others may be off it, too.
   bool IsOffStrip(A_long x, A_long y) const {
-    const std::uint32_t row = Offset(y, top_);
-    return row < height_ && (gaps_[row].Holds(x) || Offset(x, left_) < heads_[row]);
+    return HoldRow(y) && gaps_[static_cast<std::uint32_t>(y)].Holds(x);
   }
 
   // For held pixels and their neighbours.
-  const SineAndCosine& Column(A_long x) const {
-    return columns_[Offset(numerics::WrappingAdd(x, 1), left_)];
-  }
-  const SineAndCosine& Row(A_long y) const {
-    return rows_[Offset(numerics::WrappingAdd(y, 1), top_)];
-  }
+  const SineAndCosine& Column(A_long x) const { return columns_[Entry(x)]; }
+  const SineAndCosine& Row(A_long y) const { return rows_[Entry(y)]; }
+
+  const SpanEnds& Ends() const { return ends_; }
 
  private:
-  static std::uint32_t Offset(A_long position, A_long first) {
-    return static_cast<std::uint32_t>(numerics::WrappingSubtract(position, first));
-  }
+  bool HoldRow(A_long y) const { return static_cast<std::uint32_t>(y) < height_; }
+  static std::uint32_t Entry(A_long position) { return static_cast<std::uint32_t>(position + 1); }
 
-  A_long left_ = 0;
-  A_long top_ = 0;
+  SpanEnds ends_;
   std::uint32_t width_ = 0;
   std::uint32_t height_ = 0;
-  // One per row: its gap, in two parts.
-  std::unique_ptr<ColumnGap[]> gaps_;
-  std::unique_ptr<std::uint32_t[]> heads_;
+  // One per row.
+  std::unique_ptr<RowGap[]> gaps_;
   // With the neighbours: one more before the first and one after the last.
   std::unique_ptr<SineAndCosine[]> columns_;
   std::unique_ptr<SineAndCosine[]> rows_;
@@ -71,29 +65,23 @@ FrameTables::SineAndCosine RowEntry(const PlacementRecord& record, double py);
 /// must not change while pixels are drawn with it.
 class TabledRecord : public PlacementRecord {
  public:
-  TabledRecord(const PlacementRecord& record, const PF_EffectWorld& world, const PF_LRect& area);
+  /// With tables for the host's first `width` columns and `height` rows.
+  TabledRecord(const PlacementRecord& record, A_long width, A_long height);
   ~TabledRecord();
   TabledRecord(const TabledRecord&) = delete;
   TabledRecord& operator=(const TabledRecord&) = delete;
 
   /// The tables behind the record; null when it is no TabledRecord.
   static const FrameTables* TablesOf(const PlacementRecord& record) {
-    const Mark mark = MarkFor(record);
-    return record.tablesMarkLow.bits == mark.low && record.tablesMarkHigh.bits == mark.high
-               ? &static_cast<const TabledRecord&>(record).tables_
-               : nullptr;
+    const std::uint64_t mark = record.tablesMarkLow.bits | std::uint64_t{record.tablesMarkHigh.bits}
+                                                               << 32;
+    return mark == MarkFor(record) ? &static_cast<const TabledRecord&>(record).tables_ : nullptr;
   }
 
  private:
-  struct Mark {
-    std::uint32_t low;
-    std::uint32_t high;
-  };
   /// The record's address and 64 bits that no other would come upon.
-  static Mark MarkFor(const PlacementRecord& record) {
-    const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&record));
-    return {static_cast<std::uint32_t>(address) ^ 0xe84b27f3U,
-            static_cast<std::uint32_t>(address >> 32) ^ 0x9d3a5c61U};
+  static std::uint64_t MarkFor(const PlacementRecord& record) {
+    return reinterpret_cast<std::uintptr_t>(&record) ^ std::uint64_t{0x9d3a5c61e84b27f3};
   }
 
   FrameTables tables_;

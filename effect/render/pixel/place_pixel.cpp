@@ -88,11 +88,12 @@ VELTRA_FORCE_INLINE bool FindOnStrip(const PlacementRecord& record, double acros
 template <class Depth>
 VELTRA_FORCE_INLINE PF_Err PlaceAt(const PlacementRecord& record,
                                    const SineAndCosineOf<double>& column,
-                                   const SineAndCosineOf<double>& row, typename Depth::Pixel* out) {
+                                   const SineAndCosineOf<double>& row, const SpanEnds& ends,
+                                   typename Depth::Pixel* out) {
   using numerics::kernels::ArcCosine;
   const auto p = DirectionOf(column, row);
   const double d = TowardsNormal(record, p);
-  const TwoDoubles fromEnds = ArcCosine(DotWithEnds(record, NearlyUnit(OntoPlane(record, p, d))));
+  const TwoDoubles fromEnds = ArcCosine(DotWithEnds(ends, NearlyUnit(OntoPlane(record, p, d))));
   const double across = FromGreatCircle(ArcCosine(d));
   LayerPoint point;
   if (!FindOnStrip(record, across, First(fromEnds), Second(fromEnds), point)) {
@@ -106,17 +107,17 @@ template <class Depth>
 VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_long y,
                                      typename Depth::Pixel* out) {
   return PlaceAt<Depth>(record, ColumnEntry(record, x - record.originOffsetX),
-                        RowEntry(record, y - record.originOffsetY), out);
+                        RowEntry(record, y - record.originOffsetY), EndsOf(record), out);
 }
 
 /// Takes its arguments in the places where the entry has them, which then moves none.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceExactly(const PlacementRecord& record, A_long x, A_long y,
-                                    const FrameTables* tables, typename Depth::Pixel* out) {
-  if (tables == nullptr || !tables->Hold(x, y)) {
+VELTRA_NOINLINE PF_Err PlaceWithTables(const PlacementRecord& record, A_long x, A_long y,
+                                       const FrameTables& tables, typename Depth::Pixel* out) {
+  if (!tables.Hold(x, y)) {
     return PlaceByItself<Depth>(record, x, y, out);
   }
-  return PlaceAt<Depth>(record, tables->Column(x), tables->Row(y), out);
+  return PlaceAt<Depth>(record, tables.Column(x), tables.Row(y), tables.Ends(), out);
 }
 
 /// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
@@ -125,10 +126,13 @@ VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
                                       typename Depth::Pixel* out) {
   const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
   const FrameTables* tables = TabledRecord::TablesOf(record);
-  if (tables != nullptr && tables->IsOffStrip(x, y)) {
+  if (tables == nullptr) [[unlikely]] {
+    return PlaceByItself<Depth>(record, x, y, out);
+  }
+  if (tables->IsOffStrip(x, y)) [[likely]] {
     return PF_Err_NONE;
   }
-  return PlaceExactly<Depth>(record, x, y, tables, out);
+  return PlaceWithTables<Depth>(record, x, y, *tables, out);
 }
 
 }  // namespace

@@ -158,13 +158,13 @@ VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_
 
 /// Takes its arguments in the places where the entry has them, which then moves none.
 template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceExactly(const PlacementRecord& record, A_long x, A_long y,
-                                    const FrameTables* tables, typename Depth::Pixel* out) {
-  if (tables == nullptr || !tables->Hold(x, y)) {
+VELTRA_NOINLINE PF_Err PlaceWithTables(const PlacementRecord& record, A_long x, A_long y,
+                                       const FrameTables& tables, typename Depth::Pixel* out) {
+  if (!tables.Hold(x, y)) {
     return PlaceByItself<Depth>(record, x, y, out);
   }
-  return PlaceAt<Depth>(record, tables->Column(x), tables->Column(NeighbourOf(x)), tables->Row(y),
-                        tables->Row(NeighbourOf(y)), out);
+  return PlaceAt<Depth>(record, tables.Column(x), tables.Column(NeighbourOf(x)), tables.Row(y),
+                        tables.Row(NeighbourOf(y)), out);
 }
 
 /// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
@@ -173,10 +173,13 @@ VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
                                               typename Depth::Pixel* out) {
   const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
   const FrameTables* tables = TabledRecord::TablesOf(record);
-  if (tables != nullptr && tables->IsOffStrip(x, y)) {
+  if (tables == nullptr) [[unlikely]] {
+    return PlaceByItself<Depth>(record, x, y, out);
+  }
+  if (tables->IsOffStrip(x, y)) [[likely]] {
     return PF_Err_NONE;
   }
-  return PlaceExactly<Depth>(record, x, y, tables, out);
+  return PlaceWithTables<Depth>(record, x, y, *tables, out);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "numerics/convert.h"
 #include "numerics/trigonometry.h"
 
 namespace veltra {
@@ -76,14 +77,12 @@ struct InPlane {
 
 }  // namespace
 
-RowGaps::RowGaps(const PlacementRecord& record, A_long left, A_long right)
-    : left_(left),
-      right_(right),
+RowGaps::RowGaps(const PlacementRecord& record, A_long width)
+    : width_(width),
       period_(2.0 / record.normScaleX),
       perRadian_(period_ / kTwoPi),
-      position_(left - record.originOffsetX) {
-  const bool sound = period_ > 0.0 && period_ < kMostColumns &&
-                     static_cast<double>(right) - left - 1.0 <= period_ &&
+      position_(0.0 - record.originOffsetX) {
+  const bool sound = period_ > 0.0 && period_ < kMostColumns && width - 1.0 <= period_ &&
                      std::fabs(position_) < kMostColumns;
   if (sound) {
     AddAcross(record);
@@ -178,20 +177,18 @@ void RowGaps::Join(const Arc& other, Arc& arc) {
 }
 
 RowGap RowGaps::ColumnsOf(const Arc& arc) const {
-  const A_long width = numerics::WrappingSubtract(right_, left_);
   if (arc.length >= kTwoPi) {
-    return {{left_, static_cast<std::uint32_t>(width)}, 0};
+    return {0, 0, static_cast<std::uint32_t>(width_)};
   }
   using numerics::TruncateToInt32;
   double begin = (arc.start + kPi) * perRadian_ - position_;
   begin -= std::floor(begin / period_) * period_;
   const double end = begin + arc.length * perRadian_ - kColumnMargin;
-  const A_long first = std::min(TruncateToInt32(std::ceil(begin + kColumnMargin)), width);
-  const A_long last = std::min(TruncateToInt32(std::floor(end)), width - 1);
-  const A_long again = std::min(TruncateToInt32(std::floor(end - period_)), width - 1);
-  return {{numerics::WrappingAdd(left_, first),
-           static_cast<std::uint32_t>(std::max(last - first + 1, 0))},
-          static_cast<std::uint32_t>(std::max(again + 1, 0))};
+  const A_long first = std::min(TruncateToInt32(std::ceil(begin + kColumnMargin)), width_);
+  const A_long last = std::min(TruncateToInt32(std::floor(end)), width_ - 1);
+  const A_long again = std::min(TruncateToInt32(std::floor(end - period_)), width_ - 1);
+  return {static_cast<std::uint32_t>(std::max(again + 1, 0)), static_cast<std::uint32_t>(first),
+          static_cast<std::uint32_t>(std::max(last - first + 1, 0))};
 }
 
 }  // namespace veltra

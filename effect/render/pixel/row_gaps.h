@@ -35,36 +35,32 @@
 #include <cstdint>
 
 #include "effect/render/pixel/sphere_steps.h"
-#include "numerics/convert.h"
 
 namespace veltra {
 
-/// `count` columns from `first` on.
-struct ColumnGap {
-  A_long first = 0;
+/// A row's gap, in columns of the frame: `count` from `first` on. One that goes on beyond the
+/// frame's right edge comes in again on the left, as another part, so that neither holds a column
+/// which the frame has not.
+struct RowGap {
+  std::uint32_t head = 0;  ///< columns from the frame's left edge on that come in again
+  std::uint32_t first = 0;
   std::uint32_t count = 0;
 
   bool Holds(A_long x) const {
-    return static_cast<std::uint32_t>(numerics::WrappingSubtract(x, first)) < count;
+    const auto column = static_cast<std::uint32_t>(x);
+    return column < head || column - first < count;
   }
-};
-
-/// A row's gap. One that goes on beyond the frame's right edge comes back in on the left, in two
-/// parts, so that neither holds a column which the frame has not.
-struct RowGap {
-  ColumnGap columns;
-  std::uint32_t head = 0;  ///< columns from the frame's left edge on that come in again
 };
 
 /// The gaps of the rows of one frame.
 class RowGaps {
  public:
-  /// For the host's columns from left to before right, which are at most one turn and one column.
-  /// Of records where the above does not hold (spoiled vectors, numbers that are none) and of
-  /// columns many turns away every gap is empty, as far as need be.
-  RowGaps(const PlacementRecord& record, A_long left, A_long right);
+  /// For the host's first `width` columns, at most one turn and one column. Of records where the
+  /// above does not hold (spoiled vectors, numbers that are none) and of columns many turns away
+  /// every gap is empty, as far as need be.
+  RowGaps(const PlacementRecord& record, A_long width);
 
-  /// The gap of the row with this sine and cosine of its latitude, between left and right.
+  /// The gap of the row with this sine and cosine of its latitude.
   RowGap At(const SineAndCosineOf<double>& latitude) const;
 
  private:
@@ -90,11 +86,10 @@ class RowGaps {
 
   std::array<HalfSphere, 3> halves_{};
   std::size_t count_ = 0;
-  A_long left_ = 0;
-  A_long right_ = 0;
+  A_long width_ = 0;
   double period_ = 0;     ///< columns in a turn
   double perRadian_ = 0;  ///< columns
-  double position_ = 0;   ///< of the column left, counted from longitude -pi
+  double position_ = 0;   ///< of the first column, counted from longitude -pi
 };
 
 }  // namespace veltra

@@ -103,15 +103,20 @@ VELTRA_FORCE_INLINE Real FromGreatCircle(Real fromNormal) {
   return fromNormal - numerics::kernels::Splat(kHalfPi, fromNormal);
 }
 
-/// q . spanStart and q . spanEnd, in this order.
-VELTRA_FORCE_INLINE TwoDoubles DotWithEnds(const PlacementRecord& record,
-                                           const Vector3Of<double>& q) {
-  using numerics::kernels::Splat;
+/// spanStart in the first lanes and spanEnd in the second.
+using SpanEnds = Vector3Of<TwoDoubles>;
+
+VELTRA_FORCE_INLINE SpanEnds EndsOf(const PlacementRecord& record) {
   const Vector3& start = record.spanStart;
   const Vector3& end = record.spanEnd;
+  return {Pair(start.x, end.x), Pair(start.y, end.y), Pair(start.z, end.z)};
+}
+
+/// q . spanStart and q . spanEnd, in this order.
+VELTRA_FORCE_INLINE TwoDoubles DotWithEnds(const SpanEnds& ends, const Vector3Of<double>& q) {
+  using numerics::kernels::Splat;
   const TwoDoubles type{};
-  return Dot(Vector3Of<TwoDoubles>{Splat(q.x, type), Splat(q.y, type), Splat(q.z, type)},
-             {Pair(start.x, end.x), Pair(start.y, end.y), Pair(start.z, end.z)});
+  return Dot(SpanEnds{Splat(q.x, type), Splat(q.y, type), Splat(q.z, type)}, ends);
 }
 
 /// Layer column and row for the angle from the span's start and for the one across.
