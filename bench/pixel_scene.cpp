@@ -9,7 +9,6 @@
 
 #include "effect/render/pixel/pixel_depths.h"
 #include "effect/render/pixel/place_pixel.h"
-#include "effect/render/pixel/place_pixel_filtered.h"
 #include "host/pixels/world_view.h"
 #include "host/suites/iterate.h"
 #include "host/suites/sampling_callbacks.h"

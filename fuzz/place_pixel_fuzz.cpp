@@ -7,7 +7,6 @@
 #include "effect/placement/path_geometry.h"
 #include "effect/render/pixel/frame_tables.h"
 #include "effect/render/pixel/place_pixel.h"
-#include "effect/render/pixel/place_pixel_filtered.h"
 #include "fuzz/fuzz_world.h"
 #include "fuzz/pixel_oracle.h"
 #include "numerics/trigonometry.h"

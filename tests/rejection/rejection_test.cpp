@@ -231,9 +231,10 @@ void TryTheEdges(Source& source, const Frame& frame, Tally* tally) {
   for (int i = 0; i < kPixelsPerRecord / 2; ++i) {
     const A_long y = source.Below(frame.height);
     const RowGap gap = frame.GapAt(y);
-    for (const std::uint32_t edge : {gap.head, gap.first, gap.first + gap.count}) {
+    const A_long end = gap.first + static_cast<A_long>(gap.count);
+    for (const A_long edge : {static_cast<A_long>(gap.head), gap.first, end}) {
       for (const A_long step : {-1, 0, 1}) {
-        tally->Try(frame, static_cast<A_long>(edge) + step, y);
+        tally->Try(frame, edge + step, y);
       }
     }
   }

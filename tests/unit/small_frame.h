@@ -13,7 +13,6 @@
 
 #include "effect/render/pixel/frame_tables.h"
 #include "effect/render/pixel/place_pixel.h"
-#include "effect/render/pixel/place_pixel_filtered.h"
 #include "tests/conformance/stage.h"
 #include "tests/reference/geometry.h"
 

@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "effect/render/pixel/place_pixel.h"
-#include "effect/render/pixel/place_pixel_filtered.h"
 #include "effect/render/pixel/sample_wrapped.h"
 #include "host_api/suites.h"
 #include "host_api/world.h"

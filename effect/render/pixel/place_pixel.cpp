@@ -7,7 +7,7 @@
 #include <cmath>
 
 #include "effect/render/pixel/compose_sample.h"
-#include "effect/render/pixel/frame_tables.h"
+#include "effect/render/pixel/pixel_entry.h"
 
 namespace veltra {
 namespace {
@@ -102,52 +102,33 @@ VELTRA_FORCE_INLINE PF_Err PlaceAt(const PlacementRecord& record,
   return SampleAndCompose<Depth>(record, point, out);
 }
 
-/// A pixel without tables works out its own direction.
-template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_long y,
-                                     typename Depth::Pixel* out) {
-  return PlaceAt<Depth>(record, ColumnEntry(record, x - record.originOffsetX),
-                        RowEntry(record, y - record.originOffsetY), EndsOf(record), out);
-}
-
-/// Takes its arguments in the places where the entry has them, which then moves none.
-template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceWithTables(const PlacementRecord& record, A_long x, A_long y,
-                                       const FrameTables& tables, typename Depth::Pixel* out) {
-  if (!tables.Hold(x, y)) {
-    return PlaceByItself<Depth>(record, x, y, out);
+struct Plain {
+  template <class Depth>
+  static PF_Err ByItself(const PlacementRecord& record, A_long x, A_long y,
+                         typename Depth::Pixel* out) {
+    return PlaceAt<Depth>(record, ColumnEntry(record, x - record.originOffsetX),
+                          RowEntry(record, y - record.originOffsetY), EndsOf(record), out);
   }
-  return PlaceAt<Depth>(record, tables.Column(x), tables.Row(y), tables.Ends(), out);
-}
-
-/// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
-template <class Depth>
-VELTRA_FORCE_INLINE PF_Err PlacePixel(void* refcon, A_long x, A_long y,
-                                      typename Depth::Pixel* out) {
-  const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
-  const FrameTables* tables = TabledRecord::TablesOf(record);
-  if (tables == nullptr) [[unlikely]] {
-    return PlaceByItself<Depth>(record, x, y, out);
+  template <class Depth>
+  static PF_Err WithTables(const PlacementRecord& record, A_long x, A_long y,
+                           const FrameTables& tables, typename Depth::Pixel* out) {
+    return PlaceAt<Depth>(record, tables.Column(x), tables.Row(y), tables.Ends(), out);
   }
-  if (tables->IsOffStrip(x, y)) [[likely]] {
-    return PF_Err_NONE;
-  }
-  return PlaceWithTables<Depth>(record, x, y, *tables, out);
-}
+};
 
 }  // namespace
 
 PF_Err PlacePixel8(void* refcon, A_long x, A_long y, PF_Pixel8* /*in*/, PF_Pixel8* out) {
-  return PlacePixel<Depth8>(refcon, x, y, out);
+  return EnterPixel<Plain, Depth8>(refcon, x, y, out);
 }
 
 PF_Err PlacePixel16(void* refcon, A_long x, A_long y, PF_Pixel16* /*in*/, PF_Pixel16* out) {
-  return PlacePixel<Depth16>(refcon, x, y, out);
+  return EnterPixel<Plain, Depth16>(refcon, x, y, out);
 }
 
 PF_Err PlacePixelFloat(void* refcon, A_long x, A_long y, PF_PixelFloat* /*in*/,
                        PF_PixelFloat* out) {
-  return PlacePixel<DepthFloat>(refcon, x, y, out);
+  return EnterPixel<Plain, DepthFloat>(refcon, x, y, out);
 }
 
 }  // namespace veltra

@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Filtered per-pixel placement.
 
-#include "effect/render/pixel/place_pixel_filtered.h"
+#include "effect/render/pixel/place_pixel.h"
 
 #include <cmath>
 
 #include "effect/render/pixel/compose_sample.h"
-#include "effect/render/pixel/frame_tables.h"
+#include "effect/render/pixel/pixel_entry.h"
 
 namespace veltra {
 namespace {
@@ -145,56 +145,37 @@ VELTRA_FORCE_INLINE PF_Err PlaceAt(const PlacementRecord& record,
   return SampleAndCompose<Depth>(record, mapping, out);
 }
 
-/// A pixel without tables works out both directions.
-template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceByItself(const PlacementRecord& record, A_long x, A_long y,
-                                     typename Depth::Pixel* out) {
-  const double px = x - record.originOffsetX;
-  const double py = y - record.originOffsetY;
-  return PlaceAt<Depth>(record, ColumnEntry(record, px),
-                        ColumnEntry(record, px + (x > 0 ? -1.0 : 1.0)), RowEntry(record, py),
-                        RowEntry(record, py + (y > 0 ? -1.0 : 1.0)), out);
-}
-
-/// Takes its arguments in the places where the entry has them, which then moves none.
-template <class Depth>
-VELTRA_NOINLINE PF_Err PlaceWithTables(const PlacementRecord& record, A_long x, A_long y,
-                                       const FrameTables& tables, typename Depth::Pixel* out) {
-  if (!tables.Hold(x, y)) {
-    return PlaceByItself<Depth>(record, x, y, out);
+struct Filtered {
+  template <class Depth>
+  static PF_Err ByItself(const PlacementRecord& record, A_long x, A_long y,
+                         typename Depth::Pixel* out) {
+    const double px = x - record.originOffsetX;
+    const double py = y - record.originOffsetY;
+    return PlaceAt<Depth>(record, ColumnEntry(record, px),
+                          ColumnEntry(record, px + (x > 0 ? -1.0 : 1.0)), RowEntry(record, py),
+                          RowEntry(record, py + (y > 0 ? -1.0 : 1.0)), out);
   }
-  return PlaceAt<Depth>(record, tables.Column(x), tables.Column(NeighbourOf(x)), tables.Row(y),
-                        tables.Row(NeighbourOf(y)), out);
-}
-
-/// Most pixels end here. What follows is out of line, so that this entry saves no registers for it.
-template <class Depth>
-VELTRA_FORCE_INLINE PF_Err PlacePixelFiltered(void* refcon, A_long x, A_long y,
-                                              typename Depth::Pixel* out) {
-  const PlacementRecord& record = *static_cast<const PlacementRecord*>(refcon);
-  const FrameTables* tables = TabledRecord::TablesOf(record);
-  if (tables == nullptr) [[unlikely]] {
-    return PlaceByItself<Depth>(record, x, y, out);
+  template <class Depth>
+  static PF_Err WithTables(const PlacementRecord& record, A_long x, A_long y,
+                           const FrameTables& tables, typename Depth::Pixel* out) {
+    return PlaceAt<Depth>(record, tables.Column(x), tables.Column(NeighbourOf(x)), tables.Row(y),
+                          tables.Row(NeighbourOf(y)), out);
   }
-  if (tables->IsOffStrip(x, y)) [[likely]] {
-    return PF_Err_NONE;
-  }
-  return PlaceWithTables<Depth>(record, x, y, *tables, out);
-}
+};
 
 }  // namespace
 
 PF_Err PlacePixelFiltered8(void* refcon, A_long x, A_long y, PF_Pixel8* /*in*/, PF_Pixel8* out) {
-  return PlacePixelFiltered<Depth8>(refcon, x, y, out);
+  return EnterPixel<Filtered, Depth8>(refcon, x, y, out);
 }
 
 PF_Err PlacePixelFiltered16(void* refcon, A_long x, A_long y, PF_Pixel16* /*in*/, PF_Pixel16* out) {
-  return PlacePixelFiltered<Depth16>(refcon, x, y, out);
+  return EnterPixel<Filtered, Depth16>(refcon, x, y, out);
 }
 
 PF_Err PlacePixelFilteredFloat(void* refcon, A_long x, A_long y, PF_PixelFloat* /*in*/,
                                PF_PixelFloat* out) {
-  return PlacePixelFiltered<DepthFloat>(refcon, x, y, out);
+  return EnterPixel<Filtered, DepthFloat>(refcon, x, y, out);
 }
 
 }  // namespace veltra

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "numerics/convert.h"
 #include "numerics/trigonometry.h"
 
 namespace veltra {
@@ -187,7 +186,7 @@ RowGap RowGaps::ColumnsOf(const Arc& arc) const {
   const A_long first = std::min(TruncateToInt32(std::ceil(begin + kColumnMargin)), width_);
   const A_long last = std::min(TruncateToInt32(std::floor(end)), width_ - 1);
   const A_long again = std::min(TruncateToInt32(std::floor(end - period_)), width_ - 1);
-  return {static_cast<std::uint32_t>(std::max(again + 1, 0)), static_cast<std::uint32_t>(first),
+  return {static_cast<std::uint32_t>(std::max(again + 1, 0)), first,
           static_cast<std::uint32_t>(std::max(last - first + 1, 0))};
 }
 

@@ -35,6 +35,7 @@
 #include <cstdint>
 
 #include "effect/render/pixel/sphere_steps.h"
+#include "numerics/convert.h"
 
 namespace veltra {
 
@@ -43,12 +44,12 @@ namespace veltra {
 /// which the frame has not.
 struct RowGap {
   std::uint32_t head = 0;  ///< columns from the frame's left edge on that come in again
-  std::uint32_t first = 0;
+  A_long first = 0;
   std::uint32_t count = 0;
 
   bool Holds(A_long x) const {
-    const auto column = static_cast<std::uint32_t>(x);
-    return column < head || column - first < count;
+    return static_cast<std::uint32_t>(x) < head ||
+           static_cast<std::uint32_t>(numerics::WrappingSubtract(x, first)) < count;
   }
 };
 
