@@ -27,6 +27,14 @@
 
 namespace veltra::numerics {
 
+/// Whether the x86 conversion of a float to an integer is one instruction. WebAssembly, which has
+/// another one, plays it in some twenty.
+#ifdef __wasm__
+inline constexpr bool kTruncatesInOne = false;
+#else
+inline constexpr bool kTruncatesInOne = true;
+#endif
+
 /// The value of another type with the same bits. Not every C++20 library has std::bit_cast yet
 /// (that of the WebAssembly compiler has not), while every compiler has what stands behind it.
 template <class To, class From>

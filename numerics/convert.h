@@ -9,6 +9,8 @@
 #include <limits>
 #include <type_traits>
 
+#include "numerics/compiler.h"
+
 namespace veltra::numerics {
 
 /// What the x86 conversion gives for NaN and for everything that does not fit.
@@ -18,7 +20,7 @@ inline constexpr std::int32_t kIntegerIndefinite = std::numeric_limits<std::int3
 /// instruction is named because a cast of such a value is undefined, and compilers fold it
 /// differently.
 constexpr std::int32_t TruncateToInt32(double value) {
-  if (!std::is_constant_evaluated()) {
+  if (kTruncatesInOne && !std::is_constant_evaluated()) {
     return _mm_cvttsd_si32(_mm_set_sd(value));
   }
   return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value)
@@ -27,7 +29,7 @@ constexpr std::int32_t TruncateToInt32(double value) {
 
 /// As above; the largest floats inside the range are -2147483648 and 2147483520.
 constexpr std::int32_t TruncateToInt32(float value) {
-  if (!std::is_constant_evaluated()) {
+  if (kTruncatesInOne && !std::is_constant_evaluated()) {
     return _mm_cvttss_si32(_mm_set_ss(value));
   }
   return value >= -2147483648.0F && value < 2147483648.0F ? static_cast<std::int32_t>(value)

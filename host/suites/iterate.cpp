@@ -76,8 +76,11 @@ class Iteration {
   PF_Err CallStretch(A_long y, A_long first, A_long last) const {
     Pixel* in = RowOf<Pixel>(source_, y - place_.origin.v) + (first - place_.origin.h);
     Pixel* out = RowOf<Pixel>(destination_, y) + first;
+    // Copies, since for all that is known a call could change the members.
+    const auto pixelFunction = pixelFunction_;
+    void* const refcon = refcon_;
     for (A_long x = first; x < last; ++x, ++in, ++out) {
-      if (const PF_Err error = pixelFunction_(refcon_, x, y, in, out)) {
+      if (const PF_Err error = pixelFunction(refcon, x, y, in, out)) {
         return error;
       }
     }
