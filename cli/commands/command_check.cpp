@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra check`: the command line of the validator.
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -14,6 +13,7 @@
 #include "base/print.h"
 #include "base/text.h"
 #include "check/runner.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/settings/hosts.h"
 #include "cli/settings/values.h"
@@ -45,20 +45,21 @@ struct CheckOptions {
 
 /// An option whose value is read as everywhere in the program, with the same words where it is
 /// wrong.
-void AddNumber(CLI::App& app, const std::string& name, const char* placeholder,
+void AddNumber(CommandLine& commandLine, const std::string& name, const char* placeholder,
                const std::string& help, const std::function<void(std::string_view)>& read) {
-  app.add_option_function<std::string>(
-         name,
-         [name, read](const std::string& text) {
-           try {
-             read(text);
-           } catch (const UsageError& error) {
-             throw UsageError(Text(name, ": ", error.what()));
-           }
-         },
-         help)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-      ->type_name(placeholder);
+  commandLine
+      .Option(
+          name,
+          [name, read](const std::string& text) {
+            try {
+              read(text);
+            } catch (const UsageError& error) {
+              throw UsageError(Text(name, ": ", error.what()));
+            }
+          },
+          help)
+      .LastCounts()
+      .Type(placeholder);
 }
 
 void ReadHost(const std::string& name, CheckOptions& options) {
@@ -73,22 +74,23 @@ void ReadHost(const std::string& name, CheckOptions& options) {
   }
 }
 
-void DeclareOptions(CLI::App& app, CheckOptions& options) {
-  app.add_option("library", options.library,
-                 "the effect library to check, every effect in it, or FILE::MATCH NAME")
-      ->type_name("LIBRARY");
-  AddNumber(app, "--strictness", "N",
+void DeclareOptions(CommandLine& commandLine, CheckOptions& options) {
+  commandLine
+      .Option("library", options.library,
+              "the effect library to check, every effect in it, or FILE::MATCH NAME")
+      .Type("LIBRARY");
+  AddNumber(commandLine, "--strictness", "N",
             Text("how much is asked for, from ", check::kLowestStrictness, " to ",
                  check::kHighestStrictness, " (default ", check::kDefaultStrictness, ")"),
             [&options](std::string_view text) {
               options.tests.strictness =
                   ParseInteger(text, check::kLowestStrictness, check::kHighestStrictness);
             });
-  AddNumber(app, "--seed", "N",
+  AddNumber(commandLine, "--seed", "N",
             Text("where the random numbers start (default ", check::kDefaultSeed, ")"),
             [&options](std::string_view text) { options.tests.seed = ParseSeed(text); });
   AddNumber(
-      app, "--timeout", "SECONDS",
+      commandLine, "--timeout", "SECONDS",
       Text("seconds a test may take (default ", static_cast<int>(kDefaultTimeoutSeconds), ")"),
       [&options](std::string_view text) {
         options.timeoutSeconds = ParseNumber(text);
@@ -97,23 +99,25 @@ void DeclareOptions(CLI::App& app, CheckOptions& options) {
                     Text("more than 0, to ", static_cast<int>(kLongestTimeoutSeconds)));
         }
       });
-  app.add_option("--only", options.only, "run this test, at any strictness; may be repeated")
-      ->type_name("TEST")
-      ->allow_extra_args(false);
-  app.add_option("--resource", options.resource,
-                 "Windows library whose resource describes this effect too")
-      ->type_name("FILE");
-  app.add_option_function<std::string>(
-         "--host", [&options](const std::string& name) { ReadHost(name, options); },
-         HostOptionHelp())
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-      ->type_name("NAME");
-  app.add_flag("--json", options.json, "for programs");
-  app.add_flag("--list", options.list, "show the tests and end");
-  app.add_flag("--verbose", options.verbose, "show what the library prints in failed tests");
-  app.add_option("--child-test", options.childTest)->group("");
-  app.add_flag("--child-effects", options.childEffects)->group("");
-  app.footer(
+  commandLine.Option("--only", options.only, "run this test, at any strictness; may be repeated")
+      .Type("TEST")
+      .OneEachTime();
+  commandLine
+      .Option("--resource", options.resource,
+              "Windows library whose resource describes this effect too")
+      .Type("FILE");
+  commandLine
+      .Option(
+          "--host", [&options](const std::string& name) { ReadHost(name, options); },
+          HostOptionHelp())
+      .LastCounts()
+      .Type("NAME");
+  commandLine.Flag("--json", options.json, "for programs");
+  commandLine.Flag("--list", options.list, "show the tests and end");
+  commandLine.Flag("--verbose", options.verbose, "show what the library prints in failed tests");
+  commandLine.Option("--child-test", options.childTest).Group("");
+  commandLine.Flag("--child-effects", options.childEffects).Group("");
+  commandLine.Footer(
       "Every test runs in a process of its own. Exit code 0: all passed; 1: something failed;\n"
       "2: the command line is wrong.\n\n"
       "Examples:\n"
@@ -205,10 +209,10 @@ int RunTestsAndReport(const CheckOptions& options) {
 
 int RunCheck(const Arguments& arguments) {
   CheckOptions options;
-  CLI::App app("Checks an effect library, any with this interface, for what hosts rely on.",
-               "veltra check");
-  DeclareOptions(app, options);
-  if (!ParseArguments(app, arguments)) {
+  CommandLine commandLine(
+      "Checks an effect library, any with this interface, for what hosts rely on.", "veltra check");
+  DeclareOptions(commandLine, options);
+  if (!commandLine.Read(arguments)) {
     return kExitDone;
   }
   if (options.list) {

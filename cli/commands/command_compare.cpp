@@ -1,7 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra compare`: how two pictures, sequences or videos differ.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -11,6 +10,7 @@
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/compare/picture_difference.h"
 #include "cli/job/frame_source.h"
@@ -63,22 +63,23 @@ auto Option(const char* name, const std::string& text, const Parse& parse) {
 }
 
 bool ParseCompare(const Arguments& arguments, CompareJob& job) {
-  CLI::App app("Tells how two pictures, sequences or videos differ.", "veltra compare");
-  app.footer(kCompareExamples);
+  CommandLine commandLine("Tells how two pictures, sequences or videos differ.", "veltra compare");
+  commandLine.Footer(kCompareExamples);
   std::string threshold = "0";
   std::string frames;
   std::string gain;
-  app.add_option("a", job.first, "a picture, a sequence or a video")->type_name("A");
-  app.add_option("b", job.second, "what it is compared with")->type_name("B");
-  app.add_option("--threshold", threshold, "how much a channel may differ; 1 is full scale (0)")
-      ->type_name("N");
-  app.add_option("--frames", frames, "these frames only: 12, 1-240 or 1-240x2")->type_name("RANGE");
-  app.add_option("--difference", job.difference, "a picture, or sequence, of the differences")
-      ->type_name("FILE");
-  app.add_option("--gain", gain,
-                 "how much brighter differences are shown (default: the worst is white)")
-      ->type_name("N");
-  if (!ParseArguments(app, arguments)) {
+  commandLine.Option("a", job.first, "a picture, a sequence or a video").Type("A");
+  commandLine.Option("b", job.second, "what it is compared with").Type("B");
+  commandLine.Option("--threshold", threshold, "how much a channel may differ; 1 is full scale (0)")
+      .Type("N");
+  commandLine.Option("--frames", frames, "these frames only: 12, 1-240 or 1-240x2").Type("RANGE");
+  commandLine.Option("--difference", job.difference, "a picture, or sequence, of the differences")
+      .Type("FILE");
+  commandLine
+      .Option("--gain", gain,
+              "how much brighter differences are shown (default: the worst is white)")
+      .Type("N");
+  if (!commandLine.Read(arguments)) {
     return false;
   }
   if (job.first.empty() || job.second.empty()) {

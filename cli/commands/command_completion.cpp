@@ -1,13 +1,13 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra completion`: the script for bash, from the same declarations as the help.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
 #include "check/test_list.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/settings/hosts.h"
 #include "cli/settings/options.h"
@@ -52,15 +52,15 @@ std::string ChoicesOf(const std::string& name, std::string type) {
 }
 
 /// What completes the word after an option that takes a value.
-std::string ValueArm(const CLI::Option& option) {
-  const std::vector<std::string>& names = option.get_lnames();
+std::string ValueArm(const OptionFacts& option) {
+  const std::vector<std::string>& names = option.longNames;
   std::string pattern = Joined(names, "--", "|");
-  for (const std::string& letter : option.get_snames()) {
+  for (const std::string& letter : option.shortNames) {
     pattern += Text("|-", letter);
   }
-  const std::string choices = ChoicesOf(names.front(), option.get_type_name());
+  const std::string choices = ChoicesOf(names.front(), option.type);
   const OptionSpec* known = FindOption(names.front());
-  const bool isPath = option.get_type_name() == "FILE" || (known != nullptr && known->isPath);
+  const bool isPath = option.type == "FILE" || (known != nullptr && known->isPath);
   const std::string action = isPath ? "_veltra_files; "
                              : choices.empty()
                                  ? ""
@@ -113,29 +113,30 @@ std::string ScriptHead() {
 
 }  // namespace
 
-std::string CompletionCase(const CLI::App& app) {
+std::string CompletionCase(const CommandLine& commandLine) {
   std::string words;
   std::string arms;
-  for (const CLI::Option* option : app.get_options()) {
-    const std::vector<std::string>& names = option->get_lnames();
-    if (names.empty() || option->get_group().empty()) {
+  for (const OptionFacts& option : commandLine.Options()) {
+    const std::vector<std::string>& names = option.longNames;
+    if (names.empty() || option.group.empty()) {
       continue;  // what stands by its place, and what nobody is told of
     }
     words += Text(words.empty() ? "" : " ", Joined(names, "--", " "));
-    if (option->get_items_expected_max() > 0) {
-      arms += ValueArm(*option);
+    if (option.takesValue) {
+      arms += ValueArm(option);
     }
   }
-  const std::string& name = app.get_name();
+  const std::string name = commandLine.Name();
   return Text("    ", name.substr(name.find(' ') + 1), ")\n      case $prev in\n", arms,
               "      esac\n      words='", words, "' ;;\n");
 }
 
 int RunCompletion(const Arguments& arguments) {
   std::string shell = "bash";
-  CLI::App app("Prints the completion script: source <(veltra completion)", "veltra completion");
-  app.add_option("shell", shell, "bash")->type_name("[bash]");
-  if (!ParseArguments(app, arguments)) {
+  CommandLine commandLine("Prints the completion script: source <(veltra completion)",
+                          "veltra completion");
+  commandLine.Option("shell", shell, "bash").Type("[bash]");
+  if (!commandLine.Read(arguments)) {
     return kExitDone;
   }
   if (shell != "bash") {

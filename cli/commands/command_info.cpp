@@ -1,7 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra controls` and `veltra about`: what an effect tells about itself.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -10,6 +9,7 @@
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/settings/controls.h"
 #include "cli/settings/hosts.h"
@@ -32,16 +32,15 @@ struct InfoOptions {
 /// False when help was asked for, of the command or of the hosts, and printed.
 bool ParseInfo(const char* name, const char* description, const Arguments& arguments,
                InfoOptions& options) {
-  CLI::App app(description, name);
-  app.add_option("--effect", options.effect,
-                 "the effect library (default: the one beside this program)")
-      ->type_name("FILE");
-  app.add_option("--host", options.host, HostOptionHelp())
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-      ->type_name("NAME");
-  app.add_flag("--json", options.json, "for programs");
-  app.add_flag("--in-child", options.inChild)->group("");
-  if (!ParseArguments(app, arguments)) {
+  CommandLine commandLine(description, name);
+  commandLine
+      .Option("--effect", options.effect,
+              "the effect library (default: the one beside this program)")
+      .Type("FILE");
+  commandLine.Option("--host", options.host, HostOptionHelp()).LastCounts().Type("NAME");
+  commandLine.Flag("--json", options.json, "for programs");
+  commandLine.Flag("--in-child", options.inChild).Group("");
+  if (!commandLine.Read(arguments)) {
     return false;
   }
   if (options.host == kListHosts) {

@@ -1,11 +1,11 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra manual`: the manual page, from the same declarations as the help.
-#include <CLI/CLI.hpp>
 
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/version.h"
 
@@ -40,28 +40,26 @@ std::string UpperCase(std::string text) {
 }
 
 /// "-o, --output FILE" and what it is for.
-std::string OptionText(const CLI::Option& option) {
-  std::string names = option.get_name(option.get_positional(), true);
+std::string OptionText(const OptionFacts& option) {
+  std::string names = option.shownName;
   for (std::size_t at = names.find(','); at != std::string::npos; at = names.find(',', at + 2)) {
-    names.insert(at + 1, " ");
+    names.insert(at + 1, 1, ' ');
   }
-  const std::string type = option.get_type_name();
   return Text(".TP\n\\fB", Escaped(names), "\\fR",
-              type.empty() ? "" : Text(" \\fI", Escaped(type), "\\fR"), "\n",
-              Escaped(option.get_description()), "\n");
+              option.type.empty() ? "" : Text(" \\fI", Escaped(option.type), "\\fR"), "\n",
+              Escaped(option.help), "\n");
 }
 
-std::string OptionsText(const CLI::App& app) {
+std::string OptionsText(const CommandLine& commandLine) {
   std::string text;
-  for (const std::string& group : app.get_groups()) {
+  const std::vector<OptionFacts> options = commandLine.Options();
+  for (const std::string& group : commandLine.Groups()) {
     if (group.empty()) {
       continue;  // those that nobody is told of
     }
-    const auto options = app.get_options(
-        [&group](const CLI::Option* option) { return option->get_group() == group; });
-    text += options.empty() ? "" : Text(".SS ", Escaped(group), "\n");
-    for (const CLI::Option* option : options) {
-      text += OptionText(*option);
+    text += Text(".SS ", Escaped(group), "\n");
+    for (const OptionFacts& option : options) {
+      text += option.group == group ? OptionText(option) : "";
     }
   }
   return text;
@@ -98,18 +96,18 @@ std::string TailText() {
 
 }  // namespace
 
-std::string ManualSection(const CLI::App& app) {
-  std::string text = Text(".SH ", UpperCase(Escaped(app.get_name())), "\n",
-                          Escaped(app.get_description()), "\n", OptionsText(app));
-  if (const std::string footer = app.get_footer(); !footer.empty()) {
+std::string ManualSection(const CommandLine& commandLine) {
+  std::string text = Text(".SH ", UpperCase(Escaped(commandLine.Name())), "\n",
+                          Escaped(commandLine.Description()), "\n", OptionsText(commandLine));
+  if (const std::string footer = commandLine.FooterText(); !footer.empty()) {
     text += Text(".PP\n.nf\n", Escaped(footer), "\n.fi\n");
   }
   return text;
 }
 
 int RunManual(const Arguments& arguments) {
-  CLI::App app("Prints the manual page: veltra manual | man -l -", "veltra manual");
-  if (!ParseArguments(app, arguments)) {
+  CommandLine commandLine("Prints the manual page: veltra manual | man -l -", "veltra manual");
+  if (!commandLine.Read(arguments)) {
     return kExitDone;
   }
   Print(stdout, HeadText());

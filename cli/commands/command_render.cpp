@@ -1,7 +1,6 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra render`: puts the command line and the scene together and runs them.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -10,6 +9,7 @@
 #include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/job/job.h"
 #include "cli/settings/hosts.h"
@@ -114,24 +114,25 @@ std::string OptionNames(const OptionSpec& option) {
                                      : Text("-", option.shortName, ",--", option.name);
 }
 
-void AddRenderOptions(CLI::App& app, RenderArguments& line) {
+void AddRenderOptions(CommandLine& commandLine, RenderArguments& line) {
   for (const OptionSpec& option : RenderOptionSpecs()) {
     std::string& text = line.settings[option.name];
     if (option.IsFlag()) {
-      app.add_flag_callback(
-             OptionNames(option), [&text] { text = "on"; }, option.help)
-          ->group(option.group);
+      commandLine
+          .Flag(
+              OptionNames(option), [&text] { text = "on"; }, option.help)
+          .Group(option.group);
     } else {
-      app.add_option_function<std::string>(
-             OptionNames(option),
-             [&text, &option](const std::string& value) {
-               text = option.isList && !text.empty() ? Text(text, ",", value) : value;
-             },
-             option.help)
-          ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-          ->trigger_on_parse(option.isList)
-          ->type_name(option.placeholder)
-          ->group(option.group);
+      DeclaredOption declared = commandLine.Option(
+          OptionNames(option),
+          [&text, &option](const std::string& value) {
+            text = option.isList && !text.empty() ? Text(text, ",", value) : value;
+          },
+          option.help);
+      declared.LastCounts().Type(option.placeholder).Group(option.group);
+      if (option.isList) {
+        declared.CalledEachTime();
+      }
     }
   }
 }
@@ -143,7 +144,7 @@ std::string ControlHelp(const host::Effect& effect, const ControlOption& option)
 }
 
 /// `help` is what --help says of it.
-void AddControl(CLI::App& app, RenderArguments& line, const ControlOption& option,
+void AddControl(CommandLine& commandLine, RenderArguments& line, const ControlOption& option,
                 const std::string& help) {
   const PF_ParamIndex index = option.declaration->index;
   const auto set = [&line, index](const std::string& value) { line.controls[index] = value; };
@@ -160,18 +161,20 @@ void AddControl(CLI::App& app, RenderArguments& line, const ControlOption& optio
   }
   constexpr const char* kGroup = "Controls of the effect";
   if (option.declaration->type == PF_Param_CHECKBOX) {
-    app.add_flag_callback(
-           names, [set] { set("on"); }, help)
-        ->group(kGroup);
-    app.add_flag_callback(
-           negated, [set] { set("off"); }, "the opposite")
-        ->group(kGroup);
+    commandLine
+        .Flag(
+            names, [set] { set("on"); }, help)
+        .Group(kGroup);
+    commandLine
+        .Flag(
+            negated, [set] { set("off"); }, "the opposite")
+        .Group(kGroup);
     return;
   }
-  app.add_option_function<std::string>(names, set, help)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-      ->type_name(ValuePlaceholder(*option.declaration))
-      ->group(kGroup);
+  commandLine.Option(names, set, help)
+      .LastCounts()
+      .Type(ValuePlaceholder(*option.declaration))
+      .Group(kGroup);
 }
 
 /// --filtering=off as --no-filtering, which is how the flags are known.
@@ -514,20 +517,21 @@ std::unique_ptr<JobBuilder> ReadJob(const Arguments& arguments) {
     }
   }
   RenderArguments line;
-  CLI::App app("Places a layer onto 360-degree (equirectangular) footage along a great circle.",
-               "veltra render");
-  app.footer(kRenderExamples);
-  app.add_option("scene", line.scenePath, "a scene file that the options override")
-      ->type_name("[SCENE.json]");
+  CommandLine commandLine(
+      "Places a layer onto 360-degree (equirectangular) footage along a great circle.",
+      "veltra render");
+  commandLine.Footer(kRenderExamples);
+  commandLine.Option("scene", line.scenePath, "a scene file that the options override")
+      .Type("[SCENE.json]");
   std::vector<ControlOption> controls;
   if (effect != nullptr) {
     controls = ControlOptions(*effect, TakenNames());
     for (const ControlOption& control : controls) {
-      AddControl(app, line, control, help ? ControlHelp(*effect, control) : "");
+      AddControl(commandLine, line, control, help ? ControlHelp(*effect, control) : "");
     }
   }
-  AddRenderOptions(app, line);
-  if (!ParseArguments(app, SpellOutSwitches(arguments, controls))) {
+  AddRenderOptions(commandLine, line);
+  if (!commandLine.Read(SpellOutSwitches(arguments, controls))) {
     return nullptr;
   }
   if (line.scenePath != named.scene) {

@@ -1,13 +1,13 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra sample`: draws pictures to try the program with.
-#include <CLI/CLI.hpp>
 #include <filesystem>
 
 #include "base/error.h"
 #include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/sample/sample_picture.h"
 #include "cli/settings/values.h"
@@ -59,12 +59,13 @@ void WritePng(const host::World& world, const std::filesystem::path& path, host:
 int RunSample(const Arguments& arguments) {
   std::string folder;
   std::string sizeText = "2048x1024";
-  CLI::App app("Draws a 360-degree frame, a layer and an animated scene to try things with.",
-               "veltra sample");
-  app.add_option("folder", folder, "where to put them; made when it is not there")
-      ->type_name("FOLDER");
-  app.add_option("--size", sizeText, "size of the frame (default 2048x1024)")->type_name("WxH");
-  if (!ParseArguments(app, arguments)) {
+  CommandLine commandLine(
+      "Draws a 360-degree frame, a layer and an animated scene to try things with.",
+      "veltra sample");
+  commandLine.Option("folder", folder, "where to put them; made when it is not there")
+      .Type("FOLDER");
+  commandLine.Option("--size", sizeText, "size of the frame (default 2048x1024)").Type("WxH");
+  if (!commandLine.Read(arguments)) {
     return kExitDone;
   }
   if (folder.empty()) {

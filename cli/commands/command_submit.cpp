@@ -1,13 +1,13 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra submit`: hands a scene to a farm, and looks after what was handed in.
-#include <CLI/CLI.hpp>
 #include <sstream>
 
 #include "base/error.h"
 #include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/version.h"
 #include "cli/farm/slurm.h"
@@ -57,51 +57,49 @@ std::uint64_t ParseMemory(std::string_view text) {
   return hasUnit ? number << (10 * (unit + 1)) : number;
 }
 
-void AddSubmitOptions(CLI::App& app, SubmitArguments& line) {
+void AddSubmitOptions(CommandLine& commandLine, SubmitArguments& line) {
   SubmitOptions& options = line.options;
   constexpr const char* kTasks = "Tasks";
-  app.add_option("scene", options.scene, "the scene file")->type_name("SCENE.json")->required();
-  app.add_option("--chunk", line.chunk, "frames per task (measured otherwise)")
-      ->type_name("N")
-      ->group(kTasks);
-  app.add_option("--cpus", line.cpus, "processors per task")->type_name("N")->group(kTasks);
-  app.add_option("--memory", line.memory, "memory per task (computed otherwise)")
-      ->type_name("SIZE")
-      ->group(kTasks);
-  app.add_option("--partition", options.partition, "as sbatch takes it")
-      ->type_name("NAME")
-      ->group(kTasks);
-  app.add_option("--account", options.account, "as sbatch takes it")
-      ->type_name("NAME")
-      ->group(kTasks);
-  app.add_option("--time", options.time, "as sbatch takes it")->type_name("LIMIT")->group(kTasks);
-  app.add_option("--array-limit", line.arrayLimit, "at most this many tasks at once")
-      ->type_name("N")
-      ->group(kTasks);
-  app.add_option("--sbatch", line.sbatch, "other options of sbatch, blank-separated")
-      ->type_name("\"...\"")
-      ->group(kTasks);
-  app.add_option("--name", options.name, "of the job (the scene's otherwise)")
-      ->type_name("NAME")
-      ->group(kTasks);
-  app.add_flag("--any-version", options.anyVersion,
-               "let tasks run with another version of program or effect");
-  app.add_flag("--again", options.again, "although an earlier submission still runs");
-  app.add_flag("--dry-run", line.dryRun, "print what would be run, and queue nothing");
-  app.add_option("--scheduler", line.scheduler, "slurm, or list: print one command per task")
-      ->type_name("KIND");
+  commandLine.Option("scene", options.scene, "the scene file").Type("SCENE.json").Required();
+  commandLine.Option("--chunk", line.chunk, "frames per task (measured otherwise)")
+      .Type("N")
+      .Group(kTasks);
+  commandLine.Option("--cpus", line.cpus, "processors per task").Type("N").Group(kTasks);
+  commandLine.Option("--memory", line.memory, "memory per task (computed otherwise)")
+      .Type("SIZE")
+      .Group(kTasks);
+  commandLine.Option("--partition", options.partition, "as sbatch takes it")
+      .Type("NAME")
+      .Group(kTasks);
+  commandLine.Option("--account", options.account, "as sbatch takes it").Type("NAME").Group(kTasks);
+  commandLine.Option("--time", options.time, "as sbatch takes it").Type("LIMIT").Group(kTasks);
+  commandLine.Option("--array-limit", line.arrayLimit, "at most this many tasks at once")
+      .Type("N")
+      .Group(kTasks);
+  commandLine.Option("--sbatch", line.sbatch, "other options of sbatch, blank-separated")
+      .Type("\"...\"")
+      .Group(kTasks);
+  commandLine.Option("--name", options.name, "of the job (the scene's otherwise)")
+      .Type("NAME")
+      .Group(kTasks);
+  commandLine.Flag("--any-version", options.anyVersion,
+                   "let tasks run with another version of program or effect");
+  commandLine.Flag("--again", options.again, "although an earlier submission still runs");
+  commandLine.Flag("--dry-run", line.dryRun, "print what would be run, and queue nothing");
+  commandLine.Option("--scheduler", line.scheduler, "slurm, or list: print one command per task")
+      .Type("KIND");
   constexpr const char* kAfter = "Afterwards";
-  app.add_flag("--wait", line.wait, "stay until it has ended; Ctrl-C leaves it running")
-      ->group(kAfter);
-  app.add_flag("--status", line.status, "how far the newest submission is")->group(kAfter);
-  app.add_flag("--cancel", line.cancel, "end the newest submission")->group(kAfter);
-  app.add_option("--id", line.id, "another submission than the newest")
-      ->type_name("ID")
-      ->group(kAfter);
-  app.add_option("--progress", line.progress, "auto, bar, lines, json or none")
-      ->type_name("KIND")
-      ->group(kAfter);
-  app.add_flag("-q,--quiet", line.quiet, "only errors")->group(kAfter);
+  commandLine.Flag("--wait", line.wait, "stay until it has ended; Ctrl-C leaves it running")
+      .Group(kAfter);
+  commandLine.Flag("--status", line.status, "how far the newest submission is").Group(kAfter);
+  commandLine.Flag("--cancel", line.cancel, "end the newest submission").Group(kAfter);
+  commandLine.Option("--id", line.id, "another submission than the newest")
+      .Type("ID")
+      .Group(kAfter);
+  commandLine.Option("--progress", line.progress, "auto, bar, lines, json or none")
+      .Type("KIND")
+      .Group(kAfter);
+  commandLine.Flag("-q,--quiet", line.quiet, "only errors").Group(kAfter);
 }
 
 void ReadOptions(SubmitArguments& line) {
@@ -251,11 +249,12 @@ int SubmitAsList(const SubmitArguments& line) {
 
 int RunSubmit(const Arguments& arguments) {
   SubmitArguments line;
-  CLI::App app("Hands the frames of a scene to a farm run by Slurm, or lists them as commands.",
-               "veltra submit");
-  AddSubmitOptions(app, line);
-  app.footer("docs/farm.md tells what is promised and what can go wrong.");
-  if (!ParseArguments(app, arguments)) {
+  CommandLine commandLine(
+      "Hands the frames of a scene to a farm run by Slurm, or lists them as commands.",
+      "veltra submit");
+  AddSubmitOptions(commandLine, line);
+  commandLine.Footer("docs/farm.md tells what is promised and what can go wrong.");
+  if (!commandLine.Read(arguments)) {
     return kExitDone;
   }
   ReadOptions(line);

@@ -1,12 +1,12 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra task`: what a scheduler runs on a node.
-#include <CLI/CLI.hpp>
 #include <cstdlib>
 
 #include "base/error.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/farm/task.h"
 #include "cli/settings/values.h"
@@ -56,14 +56,16 @@ int RunTask(const Arguments& arguments) {
   std::string folder;
   std::string range;
   bool finish = false;
-  CLI::App app("Does one task of what `veltra submit` split up. Schedulers run it on their nodes.",
-               "veltra task");
-  app.add_option("folder", folder, "the submission's folder (VELTRA_SUBMISSION otherwise)");
-  app.add_option("range", range,
-                 "the range's number from 0 (VELTRA_RANGE, or Slurm's own variable, otherwise)");
-  app.add_flag("--finish", finish, "after all ranges: join, verify, and write the result");
-  app.footer("docs/farm.md tells what a task does and reads.");
-  if (!ParseArguments(app, arguments)) {
+  CommandLine commandLine(
+      "Does one task of what `veltra submit` split up. Schedulers run it on their nodes.",
+      "veltra task");
+  commandLine.Option("folder", folder, "the submission's folder (VELTRA_SUBMISSION otherwise)");
+  commandLine.Option(
+      "range", range,
+      "the range's number from 0 (VELTRA_RANGE, or Slurm's own variable, otherwise)");
+  commandLine.Flag("--finish", finish, "after all ranges: join, verify, and write the result");
+  commandLine.Footer("docs/farm.md tells what a task does and reads.");
+  if (!commandLine.Read(arguments)) {
     return kExitDone;
   }
   folder = folder.empty() ? Variable("VELTRA_SUBMISSION") : folder;

@@ -1,13 +1,13 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra verify`: whether everything that a scene should render is there and whole.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <thread>
 
 #include "base/error.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/farm/ranges.h"
 #include "cli/farm/submit.h"
@@ -26,17 +26,17 @@ struct VerifyOptions {
   RenderOptions telling;  ///< of progress
 };
 
-VerifyOptions ReadOptions(CLI::App& app, const Arguments& arguments, bool& help) {
+VerifyOptions ReadOptions(CommandLine& commandLine, const Arguments& arguments, bool& help) {
   VerifyOptions options;
   std::string threads;
   std::string progress;
   bool quiet = false;
-  app.add_option("scene", options.scene, "the scene file")->type_name("SCENE.json")->required();
-  app.add_flag("--repair", options.repair, "render what is missing or damaged");
-  app.add_option("--threads", threads, "to decode on (one per core otherwise)")->type_name("N");
-  app.add_option("--progress", progress, "auto, bar, lines, json or none")->type_name("KIND");
-  app.add_flag("-q,--quiet", quiet, "only errors");
-  help = !ParseArguments(app, arguments);
+  commandLine.Option("scene", options.scene, "the scene file").Type("SCENE.json").Required();
+  commandLine.Flag("--repair", options.repair, "render what is missing or damaged");
+  commandLine.Option("--threads", threads, "to decode on (one per core otherwise)").Type("N");
+  commandLine.Option("--progress", progress, "auto, bar, lines, json or none").Type("KIND");
+  commandLine.Flag("-q,--quiet", quiet, "only errors");
+  help = !commandLine.Read(arguments);
   if (help) {
     return options;
   }
@@ -141,10 +141,12 @@ int VerifyVideo(RenderJob& job, const JobPlan& plan, const VerifyOptions& option
 }  // namespace
 
 int RunVerify(const Arguments& arguments) {
-  CLI::App app("Decodes every frame that a scene should have rendered.", "veltra verify");
-  app.footer("exit codes: 0 all whole, 1 something is missing or damaged, 2 the scene is wrong.");
+  CommandLine commandLine("Decodes every frame that a scene should have rendered.",
+                          "veltra verify");
+  commandLine.Footer(
+      "exit codes: 0 all whole, 1 something is missing or damaged, 2 the scene is wrong.");
   bool help = false;
-  const VerifyOptions options = ReadOptions(app, arguments, help);
+  const VerifyOptions options = ReadOptions(commandLine, arguments, help);
   if (help) {
     return kExitDone;
   }

@@ -1,13 +1,13 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra view`: a flat picture, or a globe, out of a 360-degree frame, sequence or video.
-#include <CLI/CLI.hpp>
 #include <array>
 #include <filesystem>
 #include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/job/frame_sink.h"
 #include "cli/job/frame_source.h"
@@ -38,7 +38,7 @@ struct ViewJob {
   ViewSettings view;
 };
 
-void AddSharedOptions(CLI::App& app, RenderOptions& options) {
+void AddSharedOptions(CommandLine& commandLine, RenderOptions& options) {
   for (const char* name : kShared) {
     const OptionSpec& option = *FindOption(name);
     const auto apply = [&option, &options](const std::string& text) {
@@ -52,14 +52,15 @@ void AddSharedOptions(CLI::App& app, RenderOptions& options) {
                                   ? Text("--", option.name)
                                   : Text("-", option.shortName, ",--", option.name);
     if (option.IsFlag()) {
-      app.add_flag_callback(
-             names, [apply] { apply("on"); }, option.help)
-          ->group(option.group);
+      commandLine
+          .Flag(
+              names, [apply] { apply("on"); }, option.help)
+          .Group(option.group);
     } else {
-      app.add_option_function<std::string>(names, apply, option.help)
-          ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
-          ->type_name(option.placeholder)
-          ->group(option.group);
+      commandLine.Option(names, apply, option.help)
+          .LastCounts()
+          .Type(option.placeholder)
+          .Group(option.group);
     }
   }
 }
@@ -79,23 +80,25 @@ double Angle(const char* name, const std::string& text, double least, double mos
 
 /// False when help was asked for.
 bool ParseView(const Arguments& arguments, ViewJob& job) {
-  CLI::App app("Shows a 360-degree frame as a camera in its middle sees it, or as a globe.",
-               "veltra view");
-  app.footer(kViewExamples);
+  CommandLine commandLine(
+      "Shows a 360-degree frame as a camera in its middle sees it, or as a globe.", "veltra view");
+  commandLine.Footer(kViewExamples);
   std::string yaw = "0";
   std::string pitch = "0";
   std::string fov;
   std::string size = "1280x720";
-  const auto add = [&app](const char* name, std::string& text, const char* kind, const char* help) {
-    app.add_option(name, text, help)->type_name(kind)->group("View");
+  const auto add = [&commandLine](const char* name, std::string& text, const char* kind,
+                                  const char* help) {
+    commandLine.Option(name, text, help).Type(kind).Group("View");
   };
   add("--yaw", yaw, "DEGREES", "to the right of the frame's centre, -360 to 360 (default 0)");
   add("--pitch", pitch, "DEGREES", "above the horizon, -90 to 90 (default 0)");
   add("--fov", fov, "DEGREES", "from the left edge to the right one, 1 to 170 (default 90)");
   add("--size", size, "WxH", "of the view (default 1280x720)");
-  app.add_flag("--globe", job.view.globe, "the frame on a ball, seen from outside")->group("View");
-  AddSharedOptions(app, job.options);
-  if (!ParseArguments(app, arguments)) {
+  commandLine.Flag("--globe", job.view.globe, "the frame on a ball, seen from outside")
+      .Group("View");
+  AddSharedOptions(commandLine, job.options);
+  if (!commandLine.Read(arguments)) {
     return false;
   }
   if (job.view.globe && !fov.empty()) {
@@ -182,8 +185,7 @@ class ViewRun {
     const pictures::PictureInfo first = source_.Look(schedule_.Numbers().front());
     const host::Depth depth = job_.options.depth.value_or(pictures::DepthOf(first));
     if (source_.Video() != nullptr) {
-      video_ = *source_.Video();
-      video_->spherical = {};  // a flat picture is no sphere any more
+      video_.emplace(*source_.Video()).spherical = {};  // a flat picture is no sphere any more
     }
     sink_->Prepare({depth, rate_, schedule_.Numbers(), video_ ? &*video_ : nullptr, &pool_}, first);
     source_.Prepare({depth, 1, {1, 1}, schedule_.Numbers().size() > 1, &pool_});

@@ -3,7 +3,6 @@
 // The list of commands, and what happens before and after each.
 #include "cli/commands/commands.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <exception>
@@ -14,6 +13,7 @@
 #include "base/paths.h"
 #include "base/print.h"
 #include "base/text.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/effect_location.h"
 #include "cli/commands/version.h"
 #include "system/interrupt.h"
@@ -57,40 +57,13 @@ void PrintHelp() {
         "out.png\n");
 }
 
-/// The name that differs in the fewest letters, or nothing close.
-template <class Names>
-std::string Nearest(const std::string& wrong, const Names& names) {
-  std::string best;
-  std::size_t bestDistance = std::max<std::size_t>(2, wrong.size() / 3) + 1;
-  for (const auto& name : names) {
-    std::vector<std::size_t> row(name.size() + 1);
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      row[i] = i;
-    }
-    for (std::size_t i = 0; i < wrong.size(); ++i) {
-      std::size_t diagonal = row[0];
-      row[0] = i + 1;
-      for (std::size_t j = 0; j < name.size(); ++j) {
-        const std::size_t replaced = diagonal + (wrong[i] == name[j] ? 0 : 1);
-        diagonal = row[j + 1];
-        row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-      }
-    }
-    if (row.back() < bestDistance) {
-      bestDistance = row.back();
-      best = std::string(name);
-    }
-  }
-  return best;
-}
-
 [[noreturn]] void ThrowUnknownCommand(const std::string& name) {
-  std::vector<std::string_view> names;
+  std::vector<std::string> names;
   names.reserve(kCommands.size());
   for (const Command& command : kCommands) {
-    names.push_back(command.name);
+    names.emplace_back(command.name);
   }
-  const std::string nearest = Nearest(name, names);
+  const std::string nearest = NearestName(name, names);
   throw UsageError(
       Text("unknown command '", name, "'",
            nearest.empty() ? " (see veltra help)" : Text(" (did you mean ", nearest, "?)")));
@@ -121,87 +94,10 @@ int Dispatch(const Arguments& arguments) {
   ThrowUnknownCommand(name);
 }
 
-[[noreturn]] void ThrowUnknownArgument(const CLI::App& app, const std::string& argument) {
-  if (!argument.starts_with('-')) {
-    throw UsageError(Text("unexpected argument '", argument, "'"));
-  }
-  const std::string wrong = argument.substr(0, argument.find('='));
-  std::vector<std::string> names;
-  for (const CLI::Option* option : app.get_options()) {
-    for (const std::string& name : option->get_lnames()) {
-      names.push_back(Text("--", name));
-    }
-  }
-  const std::string nearest = Nearest(wrong, names);
-  throw UsageError(Text("unknown option ", wrong,
-                        nearest.empty() ? Text(" (see ", app.get_name(), " --help)")
-                                        : Text(" (did you mean ", nearest, "?)")));
-}
-
-/// CLI11 words its messages for programmers; these are for people.
-std::string ParseMessage(const CLI::ParseError& error) {
-  std::string message = error.what();
-  const std::size_t colon = message.find(": ");
-  if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr && colon != std::string::npos) {
-    return Text(message.substr(0, colon), " needs a value");
-  }
-  std::replace(message.begin(), message.end(), '\n', ' ');
-  message[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(message[0])));
-  return message;
-}
-
 }  // namespace
 
 std::span<const Command> Commands() {
   return kCommands;
-}
-
-namespace {
-
-/// -o=x would be a file named "=x".
-void RefuseShortEquals(const CLI::App& app, const Arguments& arguments) {
-  for (const std::string& argument : arguments) {
-    if (argument.size() < 3 || argument[0] != '-' || argument[1] == '-' || argument[2] != '=') {
-      continue;
-    }
-    const CLI::Option* option = app.get_option_no_throw(argument.substr(0, 2));
-    if (option != nullptr) {
-      const std::string value = argument.substr(3);
-      const std::vector<std::string>& names = option->get_lnames();
-      throw UsageError(Text("'", argument, "': a short option takes its value without = (",
-                            argument.substr(0, 2), " ", value,
-                            names.empty() ? "" : Text(", or --", names.front(), "=", value), ")"));
-    }
-  }
-}
-
-}  // namespace
-
-bool ParseArguments(CLI::App& app, const Arguments& arguments) {
-  app.allow_windows_style_options(false);  // "/folder/in.png" is a file on every system
-  if (arguments == Arguments{kManualSection}) {
-    Print(stdout, ManualSection(app));
-    return false;
-  }
-  if (arguments == Arguments{kCompletionCase}) {
-    Print(stdout, CompletionCase(app));
-    return false;
-  }
-  RefuseShortEquals(app, arguments);
-  app.allow_extras();
-  try {
-    app.parse(Arguments(arguments.rbegin(), arguments.rend()));  // CLI11 takes them backwards
-  } catch (const CLI::CallForHelp&) {
-    Print(stdout, app.help());
-    return false;
-  } catch (const CLI::ParseError& error) {
-    throw UsageError(ParseMessage(error));
-  }
-  const std::vector<std::string> unknown = app.remaining();
-  if (!unknown.empty()) {
-    ThrowUnknownArgument(app, unknown.front());
-  }
-  return true;
 }
 
 std::shared_ptr<const host::Effect> LoadEffect(const std::string& path,

@@ -10,17 +10,11 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/commands/command_line.h"
 #include "cli/job/job.h"
 #include "host/effect.h"
 
-namespace CLI {
-class App;
-}
-
 namespace veltra::cli {
-
-/// What follows the command's name on the command line.
-using Arguments = std::vector<std::string>;
 
 struct Command {
   std::string_view name;
@@ -48,19 +42,14 @@ int RunManual(const Arguments& arguments);
 /// The only argument of a command that prints its part of the manual page and does nothing else.
 inline constexpr const char* kManualSection = "--manual-section";
 
-/// What the command that reads its arguments with `app` has to say in the manual page, as troff.
-std::string ManualSection(const CLI::App& app);
+/// What the command with this command line has to say in the manual page, as troff.
+std::string ManualSection(const CommandLine& commandLine);
 
 /// The same for the completion script.
 inline constexpr const char* kCompletionCase = "--completion-case";
 
-/// What the script does within the command that reads its arguments with `app`, as an arm of bash's
-/// case.
-std::string CompletionCase(const CLI::App& app);
-
-/// Lets `app` read the arguments. Returns false when help was asked for and printed; throws
-/// UsageError for what the command line should not have.
-bool ParseArguments(CLI::App& app, const Arguments& arguments);
+/// What the script does within the command with this command line, as an arm of bash's case.
+std::string CompletionCase(const CommandLine& commandLine);
 
 /// Opens and sets up the effect of this path, or the one beside the program where the path is
 /// empty, as that host. Throws RenderError.
