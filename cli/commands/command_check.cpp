@@ -3,6 +3,7 @@
 // `veltra check`: the command line of the validator.
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <functional>

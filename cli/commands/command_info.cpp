@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
+#include <exception>
 #include <nlohmann/json.hpp>
 
 #include "base/error.h"

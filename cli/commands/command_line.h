@@ -35,10 +35,10 @@ class DeclaredOption {
   /// A command line without it is refused.
   DeclaredOption& Required();
 
-  /// It may be given several times, and the last counts; otherwise that is refused.
+  /// Of several values the last counts; without this, more than one is refused.
   DeclaredOption& LastCounts();
 
-  /// It takes one value each time that it is given, although it keeps them all.
+  /// Of one that keeps several values: it takes one each time that it is given.
   DeclaredOption& OneEachTime();
 
   /// Its function is called each time that it is given, not once with what counts.

@@ -1,6 +1,7 @@
 // Copyright 2026 The Veltra Authors
 // SPDX-License-Identifier: BSD-3-Clause
 // `veltra manual`: the manual page, from the same declarations as the help.
+#include <cctype>
 
 #include "base/error.h"
 #include "base/print.h"

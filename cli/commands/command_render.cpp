@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <map>
+#include <memory>
+#include <utility>
 
 #include "base/error.h"
 #include "base/paths.h"

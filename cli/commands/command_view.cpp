@@ -3,6 +3,8 @@
 // `veltra view`: a flat picture, or a globe, out of a 360-degree frame, sequence or video.
 #include <array>
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <utility>
 
 #include "base/error.h"

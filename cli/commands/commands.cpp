@@ -3,8 +3,8 @@
 // The list of commands, and what happens before and after each.
 #include "cli/commands/commands.h"
 
-#include <algorithm>
 #include <array>
+#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <new>
