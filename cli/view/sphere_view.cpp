@@ -25,7 +25,7 @@ constexpr double kDegree = pi / 180;
 /// The globe's radius, for half of the view's shorter side of 1.
 constexpr double kGlobeRadius = 0.95;
 
-struct Direction {
+struct Sight {
   double x = 0;  ///< right
   double y = 0;  ///< up
   double z = 1;  ///< to the frame's centre
@@ -88,7 +88,7 @@ class Frame {
   explicit Frame(const World& world)
       : world_(world), width_(world.Width()), height_(world.Height()) {}
 
-  Multiplied At(const Direction& direction) const {
+  Multiplied At(const Sight& direction) const {
     const double flat = std::sqrt(direction.x * direction.x + direction.z * direction.z);
     const double length = std::sqrt(flat * flat + direction.y * direction.y);
     double longitude = 0;
@@ -168,7 +168,7 @@ class Camera {
   double Step() const { return step_; }
 
   /// Where a place of the view, in pixels from its top left corner, looks; nothing beside a globe.
-  std::optional<Direction> Towards(double x, double y) const {
+  std::optional<Sight> Towards(double x, double y) const {
     const double right = (x - settings_.width / 2.0) * step_;
     const double up = (settings_.height / 2.0 - y) * step_;
     double ahead = 1;
@@ -181,8 +181,8 @@ class Camera {
     }
     const double height = up * pitch_.cosine + ahead * pitch_.sine;
     const double away = ahead * pitch_.cosine - up * pitch_.sine;
-    return Direction{right * yaw_.cosine + away * yaw_.sine, height,
-                     away * yaw_.cosine - right * yaw_.sine};
+    return Sight{right * yaw_.cosine + away * yaw_.sine, height,
+                 away * yaw_.cosine - right * yaw_.sine};
   }
 
  private:
