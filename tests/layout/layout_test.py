@@ -12,7 +12,10 @@ import tempfile
 EVIDENCE = {"tests", "bench", "fuzz"}  # may include anything; nothing includes them
 SKIPPED = {"build", "docs", "scripts", "cmake", ".git", "node_modules"}
 SUFFIXES = {".h", ".cpp", ".c", ".rc", ".in"}
+# What takes seconds to read, and the one source that may.
+READ_ONCE = {"CLI": "cli/commands/command_line.cpp"}
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]+"([^"]+)"', re.MULTILINE)
+FOREIGN_INCLUDE = re.compile(r"^[ \t]*#[ \t]*include[ \t]+<([^>]+)>", re.MULTILINE)
 TABLE = re.compile(r"<!-- rooms -->\n(.*?)<!-- /rooms -->", re.DOTALL)
 LARGEST_SHARE = 0.25
 
@@ -32,10 +35,11 @@ def read_table(page):
 
 
 def read_sources(root):
-    """Lines of each folder, and each include between folders with the place where it stands."""
+    """Lines of each folder, each include between folders with the place where it stands, and the
+    includes that are faults whatever the table says."""
     lines = collections.Counter()
     edges = collections.defaultdict(list)
-    missing = []
+    faults = []
     for path in sorted(root.rglob("*")):
         parts = path.relative_to(root).parts
         if path.suffix not in SUFFIXES or len(parts) < 2:
@@ -50,11 +54,15 @@ def read_sources(root):
             if not (root / include).is_file():
                 # Beside the file itself, or made while building.
                 if "/" in include or not (path.parent / include).is_file():
-                    missing.append(f"{path.relative_to(root)} includes {include}, which is no file")
+                    faults.append(f"{path.relative_to(root)} includes {include}, which is no file")
                 continue
             if target != folder:
                 edges[folder, target].append(f"{path.relative_to(root)} includes {include}")
-    return lines, edges, missing
+        for include in FOREIGN_INCLUDE.findall(text):
+            alone = READ_ONCE.get(include.split("/")[0])
+            if alone not in (None, "/".join(parts)):
+                faults.append(f"{path.relative_to(root)} includes <{include}>, as {alone} alone may")
+    return lines, edges, faults
 
 
 def find_cycle(edges):
@@ -143,6 +151,7 @@ CHANGES = [
         {"b/b.h": '#include "tests/t.h"\n', "tests/t.h": "\n"},
     ),
     ("which is no file", {"b/b.h": '#include "b/gone.h"\n'}),
+    ("b/b.h includes <CLI/CLI.hpp>", {"b/b.h": "# include <CLI/CLI.hpp>\n"}),
 ]
 
 
