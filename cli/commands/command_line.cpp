@@ -15,10 +15,7 @@
 namespace veltra::cli {
 namespace {
 
-[[noreturn]] void ThrowUnknownArgument(const CLI::App& parser, const std::string& argument) {
-  if (!argument.starts_with('-')) {
-    throw UsageError(Text("unexpected argument '", argument, "'"));
-  }
+[[noreturn]] void ThrowUnknownOption(const CLI::App& parser, const std::string& argument) {
   const std::string wrong = argument.substr(0, argument.find('='));
   std::vector<std::string> names;
   for (const CLI::Option* option : parser.get_options()) {
@@ -32,30 +29,73 @@ namespace {
                                         : Text(" (did you mean ", nearest, "?)")));
 }
 
+/// Refuses what is no option and has no place. With it CLI11 keeps the mark of the options' end.
+void RefuseRest(const CLI::App& parser) {
+  const std::vector<std::string> rest = parser.remaining();
+  const std::size_t first = !rest.empty() && rest.front() == kEndOfOptions ? 1 : 0;
+  if (first == rest.size()) {
+    return;
+  }
+  if (first == 0 && rest.front().starts_with('-')) {
+    ThrowUnknownOption(parser, rest.front());
+  }
+  throw UsageError(Text("unexpected argument '", rest[first], "'"));
+}
+
+bool IsGivenTooOften(const CLI::Option& option) {
+  return option.get_multi_option_policy() == CLI::MultiOptionPolicy::Throw &&
+         option.count() > static_cast<std::size_t>(option.get_items_expected_max());
+}
+
 /// CLI11 words its messages for programmers; these are for people.
-std::string ParseMessage(const CLI::ParseError& error) {
+std::string ParseMessage(const CLI::App& parser, const CLI::ParseError& error) {
   std::string message = error.what();
   const std::size_t colon = message.find(": ");
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr && colon != std::string::npos) {
-    return Text(message.substr(0, colon), " needs a value");
+    const std::string name = message.substr(0, colon);
+    const CLI::Option* option = parser.get_option_no_throw(name);
+    return option != nullptr && IsGivenTooOften(*option)
+               ? Text(name, " was given more than once (give it once)")
+               : Text(name, " needs a value");
   }
   std::replace(message.begin(), message.end(), '\n', ' ');
   message[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(message[0])));
   return message;
 }
 
-/// -o=x would be a file named "=x".
-void RefuseShortEquals(const CLI::App& parser, const Arguments& arguments) {
-  for (const std::string& argument : arguments) {
-    if (argument.size() < 3 || argument[0] != '-' || argument[1] == '-' || argument[2] != '=') {
+bool ExpectsValue(const CLI::Option& option) {
+  return option.get_items_expected_max() > 0;
+}
+
+/// Refuses what CLI11 would read otherwise than it was meant: -o=x as a file named "=x", --yaw= as
+/// one whose value comes next, and a flag with a value as one that may be off.
+void RefuseWrongEquals(const CLI::App& parser, const Arguments& arguments) {
+  for (std::size_t i = 0; i < arguments.size() && arguments[i] != kEndOfOptions; ++i) {
+    const std::string& argument = arguments[i];
+    const bool isLong = argument.starts_with("--");
+    const std::string name = argument.substr(0, isLong ? argument.find('=') : 2);
+    const CLI::Option* option = name.starts_with('-') ? parser.get_option_no_throw(name) : nullptr;
+    if (option == nullptr) {
       continue;
     }
-    const CLI::Option* option = parser.get_option_no_throw(argument.substr(0, 2));
-    if (option != nullptr) {
-      const std::string value = argument.substr(3);
+    if (name.size() == argument.size()) {
+      i += ExpectsValue(*option) ? 1U : 0U;  // the value may look like anything
+      continue;
+    }
+    if (argument[name.size()] != '=') {
+      continue;
+    }
+    if (!ExpectsValue(*option)) {
+      throw UsageError(Text(name, " takes no value"));
+    }
+    const std::string value = argument.substr(name.size() + 1);
+    if (value.empty()) {
+      throw UsageError(Text(name, " needs a value"));
+    }
+    if (!isLong) {
       const std::vector<std::string>& names = option->get_lnames();
-      throw UsageError(Text("'", argument, "': a short option takes its value without = (",
-                            argument.substr(0, 2), " ", value,
+      throw UsageError(Text("'", argument, "': a short option takes its value without = (", name,
+                            " ", value,
                             names.empty() ? "" : Text(", or --", names.front(), "=", value), ")"));
     }
   }
@@ -98,7 +138,7 @@ DeclaredOption& DeclaredOption::CalledEachTime() {
 CommandLine::CommandLine(const std::string& description, const std::string& name)
     : parser_(std::make_unique<CLI::App>(description, name)) {
   parser_->allow_windows_style_options(false);  // "/folder/in.png" is a file on every system
-  parser_->allow_extras();                      // ThrowUnknownArgument knows more to say of them
+  parser_->allow_extras();                      // RefuseRest knows more to say of them
 }
 
 CommandLine::~CommandLine() = default;
@@ -143,19 +183,17 @@ bool CommandLine::Read(const Arguments& arguments) {
     Print(stdout, CompletionCase(*this));
     return false;
   }
-  RefuseShortEquals(*parser_, arguments);
+  RefuseWrongEquals(*parser_, arguments);
   try {
     parser_->parse(Arguments(arguments.rbegin(), arguments.rend()));  // CLI11 takes them backwards
   } catch (const CLI::CallForHelp&) {
     Print(stdout, parser_->help());
     return false;
   } catch (const CLI::ParseError& error) {
-    throw UsageError(ParseMessage(error));
+    RefuseRest(*parser_);  // a misspelt option may be why another is missing
+    throw UsageError(ParseMessage(*parser_, error));
   }
-  const std::vector<std::string> unknown = parser_->remaining();
-  if (!unknown.empty()) {
-    ThrowUnknownArgument(*parser_, unknown.front());
-  }
+  RefuseRest(*parser_);
   return true;
 }
 
@@ -183,8 +221,7 @@ std::vector<OptionFacts> CommandLine::Options() const {
   for (const CLI::Option* option : parser.get_options()) {
     all.push_back({option->get_lnames(), option->get_snames(),
                    option->get_name(option->get_positional(), true), option->get_type_name(),
-                   option->get_description(), option->get_group(),
-                   option->get_items_expected_max() > 0});
+                   option->get_description(), option->get_group(), ExpectsValue(*option)});
   }
   return all;
 }

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CLI {
@@ -19,6 +20,9 @@ namespace veltra::cli {
 
 /// What follows the command's name on the command line.
 using Arguments = std::vector<std::string>;
+
+/// What follows it on the command line is no option, whatever it begins with.
+constexpr std::string_view kEndOfOptions = "--";
 
 /// An option, a flag or an argument that stands by its place, while it is being declared. Belongs
 /// to its CommandLine and ends with it.

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <span>
 #include <utility>
 
 #include "base/error.h"
@@ -71,17 +72,23 @@ NamedFiles FindNamedFiles(const Arguments& arguments) {
   NamedFiles named;
   const std::array<std::pair<std::string_view, std::string*>, 2> options{
       {{"--effect", &named.effect}, {"--host", &named.host}}};
+  bool isEndSeen = false;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
+    if (!isEndSeen && argument == kEndOfOptions) {
+      isEndSeen = true;
+      continue;
+    }
+    if (isEndSeen || !argument.starts_with('-')) {
+      named.scene = argument.ends_with(".json") ? argument : named.scene;
+      continue;
+    }
     for (const auto& [name, value] : options) {
       if (argument == name && i + 1 < arguments.size()) {
         *value = arguments[i + 1];
       } else if (argument.starts_with(Text(name, "="))) {
         *value = argument.substr(name.size() + 1);
       }
-    }
-    if (!argument.starts_with('-') && argument.ends_with(".json")) {
-      named.scene = argument;
     }
     i += TakesValue(argument) ? 1U : 0U;
   }
@@ -183,7 +190,8 @@ void AddControl(CommandLine& commandLine, RenderArguments& line, const ControlOp
 /// --filtering=off as --no-filtering, which is how the flags are known.
 Arguments SpellOutSwitches(const Arguments& arguments, const std::vector<ControlOption>& controls) {
   Arguments spelled;
-  for (const std::string& argument : arguments) {
+  const auto end = std::find(arguments.begin(), arguments.end(), kEndOfOptions);
+  for (const std::string& argument : std::span(arguments.begin(), end)) {
     const std::size_t equals = argument.find('=');
     const ControlOption* control = argument.starts_with("--") && equals != std::string::npos
                                        ? FindControl(controls, argument.substr(2, equals - 2))
@@ -199,6 +207,7 @@ Arguments SpellOutSwitches(const Arguments& arguments, const std::vector<Control
       throw UsageError(Text(argument.substr(0, equals), ": ", error.what()));
     }
   }
+  spelled.insert(spelled.end(), end, arguments.end());
   return spelled;
 }
 
@@ -473,7 +482,8 @@ void CheckTogether(const RenderOptions& options) {
 }
 
 bool AsksForHelp(const Arguments& arguments) {
-  return std::any_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
+  const auto end = std::find(arguments.begin(), arguments.end(), kEndOfOptions);
+  return std::any_of(arguments.begin(), end, [](const std::string& argument) {
     return argument == "--help" || argument == "-h" || argument == kManualSection ||
            argument == kCompletionCase;
   });
@@ -546,10 +556,14 @@ std::unique_ptr<JobBuilder> ReadJob(const Arguments& arguments) {
   return builder;
 }
 
+Arguments SceneAlone(const std::string& path) {
+  return {std::string(kEndOfOptions), path};
+}
+
 }  // namespace
 
 RenderJob JobOfScene(const std::string& path) {
-  RenderJob job = ReadJob({path})->Finish();
+  RenderJob job = ReadJob(SceneAlone(path))->Finish();
   if (job.options.output.empty()) {
     throw UsageError(Text(path, ": names no output"));
   }
@@ -558,7 +572,7 @@ RenderJob JobOfScene(const std::string& path) {
 }
 
 void FreezeScene(const std::string& from, const std::string& frames, const std::string& to) {
-  const std::unique_ptr<JobBuilder> builder = ReadJob({from});
+  const std::unique_ptr<JobBuilder> builder = ReadJob(SceneAlone(from));
   Scene scene = builder->ToScene(PathOf(to).parent_path());
   const RenderJob job = builder->Finish();
   const std::string shared = scene.settings["effect"];

@@ -54,11 +54,11 @@ std::string TroubleOf(const ProcessEnd& ended) {
 
 }  // namespace
 
-RenderEnd RunRenderProcess(const std::vector<std::string>& arguments,
+RenderEnd RunRenderProcess(const std::string& scene, const std::vector<std::string>& options,
                            const std::function<void(int frame)>& onFrame) {
   std::vector<std::string> command = {ProgramFile().string(), "render"};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  command.insert(command.end(), {"--progress", "json"});
+  command.insert(command.end(), options.begin(), options.end());
+  command.insert(command.end(), {"--progress", "json", "--", scene});
   Process process(command, Process::Pipe::kFromChild);
   RenderEnd end;
   std::string line;

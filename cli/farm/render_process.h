@@ -17,10 +17,10 @@ struct RenderEnd {
   std::string trouble;                ///< what ended the whole run early, or empty
 };
 
-/// Runs `veltra render` with these arguments and collects what it reports. `onFrame` is called
-/// after each frame that was written. Throws RenderError where the program cannot be started, and
-/// Interrupted.
-RenderEnd RunRenderProcess(const std::vector<std::string>& arguments,
+/// Runs `veltra render` on a scene with these options and collects what it reports. `onFrame` is
+/// called after each frame that was written. Throws RenderError where the program cannot be
+/// started, and Interrupted.
+RenderEnd RunRenderProcess(const std::string& scene, const std::vector<std::string>& options,
                            const std::function<void(int frame)>& onFrame);
 
 }  // namespace veltra::cli

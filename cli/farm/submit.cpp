@@ -72,9 +72,10 @@ double MeasureFrame(const SubmissionFolder& folder, Submission& submission, int 
       (folder.Path() / "probe" / Text(submission.video ? "frame" : "frame.####", extension))
           .string();
   const auto begin = std::chrono::steady_clock::now();
-  const RenderEnd end = RunRenderProcess({folder.Scene(), "--part", Text(first), "--output", output,
-                                          "--threads", Text(submission.threads)},
-                                         [](int) {});
+  const RenderEnd end = RunRenderProcess(
+      folder.Scene(),
+      {"--part", Text(first), "--output", output, "--threads", Text(submission.threads)},
+      [](int) {});
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
   if (!end.trouble.empty()) {
     throw RenderError(end.trouble);

@@ -83,7 +83,7 @@ class RangeRun {
   void LookAfter(const FileName& name, const std::vector<int>& rendered);
   int RenderSegment();
   void TrySegment(const std::string& segment);
-  std::vector<std::string> Arguments(const std::vector<int>& numbers) const;
+  std::vector<std::string> Options(const std::vector<int>& numbers) const;
   void Try(const std::vector<int>& numbers);
   void FrameDone();
   bool Tell(bool finished);
@@ -98,15 +98,9 @@ class RangeRun {
   Clock::time_point told_{};
 };
 
-std::vector<std::string> RangeRun::Arguments(const std::vector<int>& numbers) const {
-  return {folder_.Scene(),
-          "--part",
-          FramesText(numbers),
-          "--threads",
-          Text(ThreadsOf(submission_)),
-          "--output",
-          submission_.output,
-          "--keep-going"};
+std::vector<std::string> RangeRun::Options(const std::vector<int>& numbers) const {
+  return {"--part",   FramesText(numbers), "--threads",   Text(ThreadsOf(submission_)),
+          "--output", submission_.output,  "--keep-going"};
 }
 
 /// The shared file system sees one small file per range every few seconds, however many frames.
@@ -128,7 +122,8 @@ void RangeRun::FrameDone() {
 }
 
 void RangeRun::Try(const std::vector<int>& numbers) {
-  const RenderEnd end = RunRenderProcess(Arguments(numbers), [this](int) { FrameDone(); });
+  const RenderEnd end =
+      RunRenderProcess(folder_.Scene(), Options(numbers), [this](int) { FrameDone(); });
   for (const int number : numbers) {
     if (std::find(end.done.begin(), end.done.end(), number) != end.done.end()) {
       missing_.erase(std::find(missing_.begin(), missing_.end(), number));
@@ -189,8 +184,9 @@ int RangeRun::RenderFrames() {
 /// A segment is there whole or not at all, and damage shows when it is decoded.
 void RangeRun::TrySegment(const std::string& segment) {
   const RenderEnd end = RunRenderProcess(
-      {folder_.Scene(), "--part", FramesText(numbers_), "--threads", Text(ThreadsOf(submission_)),
-       "--output", segment, "--segment", submission_.videoAlpha ? "alpha" : "opaque"},
+      folder_.Scene(),
+      {"--part", FramesText(numbers_), "--threads", Text(ThreadsOf(submission_)), "--output",
+       segment, "--segment", submission_.videoAlpha ? "alpha" : "opaque"},
       [this](int) { FrameDone(); });
   state_.failed.clear();
   state_.done = 0;
@@ -300,7 +296,7 @@ void JoinSegments(const SubmissionFolder& folder, const Submission& submission,
   const std::string listFile = (folder.Path() / "segments.txt").string();
   pictures::WriteText(listFile, list);
   const RenderEnd end = RunRenderProcess(
-      {folder.Scene(), "--output", submission.output, "--join", listFile}, [](int) {});
+      folder.Scene(), {"--output", submission.output, "--join", listFile}, [](int) {});
   const std::string trouble =
       end.trouble.empty() ? VideoTrouble(submission.output, submission.frames) : end.trouble;
   std::error_code ignored;

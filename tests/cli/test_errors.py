@@ -70,6 +70,48 @@ class Errors(ProgramTest):
         self.assert_fails(USAGE, "--travel needs a value", "render", "-f", "frame.png", "-o",
                           "out.png", "--travel")
 
+    def test_value_that_is_missing_takes_no_neighbour(self):
+        self.assert_fails(USAGE, "--yaw needs a value", "view", "-f", "frame.png", "-o", "out.png",
+                          "--yaw=", "3")
+
+    def test_options_that_may_be_given_once(self):
+        self.assert_fails(USAGE, "--yaw was given more than once (give it once)", "view", "-f",
+                          "frame.png", "-o", "out.png", "--yaw", "1", "--yaw", "2")
+
+    def test_flags_with_a_value(self):
+        for option in ("--json=x", "--json=false", "--json="):  # a flag of its own variable
+            self.assert_fails(USAGE, "--json takes no value", "check", option)
+        for option in ("--quiet=x", "--quiet=on", "--no-composite=x", "--help=x"):
+            self.refuse(USAGE, option.split("=")[0] + " takes no value", option)
+        self.refuse(USAGE, "-n takes no value", "-n=x")
+        # Not where it is another option's value.
+        self.refuse(USAGE, "'--quiet=x' is not a button", "--press", "--quiet=x")
+
+    def test_unknown_option_is_told_before_what_is_missing_for_it(self):
+        self.assert_fails(USAGE, "unknown option --hlep (did you mean --help?)", "submit", "--hlep")
+        self.assert_fails(USAGE, "scene is required", "submit")
+
+    def test_after_two_dashes_nothing_is_an_option(self):
+        self.run_well("sample", "--size", "16x8", "--", "-f=x")
+        self.run_well("compare", "--threshold", "1", "--", "-f=x/frame.png", "./-f=x/frame.png")
+        os.rename(self.path("-f=x/layer.png"), self.path("-x.png"))
+        self.run_well("compare", "--", "-x.png", "./-x.png")
+        os.rename(self.path("-f=x/scene.json"), self.path("-x.json"))
+        self.run_well("render", "--frames", "1", "--", "-x.json")
+        self.assert_fails(USAGE, "unexpected argument '-h'", "sample", "out.png", "--", "-h")
+        self.assert_fails(USAGE, "unexpected argument '--'", "sample", "--", "--", "--")
+        self.assert_fails(USAGE, "'--help' is not a scene file", "render", "--", "--help")
+        self.assert_fails(USAGE, "unknown option --wat", "sample", "--wat", "--", "out.png")
+
+    @posix_only
+    def test_scenes_and_submissions_may_begin_with_a_dash(self):
+        self.run_well("sample", "--size", "16x8", ".")
+        os.rename(self.path("scene.json"), self.path("-x.json"))
+        self.run_well("submit", "--scheduler", "list", "--chunk", "48", "--", "-x.json")
+        submission = next(self.folder.glob("-x.farm/*"))
+        self.run_well("task", "--", submission.relative_to(self.folder), "0")
+        self.run_well("verify", "--", "-x.json")
+
     def test_values_outside_the_declared_range_name_the_range(self):
         self.refuse(USAGE, "--travel: '10001' is not in range (expected -10000 to 10000)", "--travel", "10001")
         self.refuse(USAGE, "--degrees: '121' is not in range (expected 0 to 120)", "--degrees", "121")
