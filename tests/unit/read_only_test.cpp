@@ -82,6 +82,8 @@ class GuardedBlocks : public unit::ArraySource {
   GuardedBlocks& operator=(const GuardedBlocks&) = delete;
 
   void* Allocate(std::size_t size) override {
+    EXPECT_EQ(size % __STDCPP_DEFAULT_NEW_ALIGNMENT__, 0U)
+        << "it would lie askew against the guard";
     const std::size_t inside = (size + page_ - 1) / page_ * page_;
     std::byte* pages = NewPages(inside + 2 * page_);
     if (pages == nullptr || !Protect(pages + page_, inside, Access::kReadAndWrite)) {
@@ -159,7 +161,7 @@ TYPED_TEST(ReadOnlyTables, AreEnoughToDrawTheFrameAndBeyondIt) {
         const PlacementRecord record = unit::WithLayer(
             unit::WithSampler<TypeParam>(unit::SlantedRecord(), filtered), layer, tile);
         const auto alone = unit::Draw<TypeParam>(record, filtered);
-        for (const auto& [width, height] : {std::pair{kWidth, kHeight}, std::pair{52, 31}}) {
+        for (const auto& [width, height] : {std::pair{kWidth, kHeight}, std::pair{52, 32}}) {
           const ReadOnlyRecord tabled(record, width, height, against);
           ASSERT_NE(TabledRecord::TablesOf(tabled.Get()), nullptr);
           // Drawn over the whole frame, so that most pixels are outside of the smaller tables.
