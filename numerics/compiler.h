@@ -27,8 +27,8 @@
 
 namespace veltra::numerics {
 
-/// Whether the x86 conversion of a float to an integer is one instruction. WebAssembly, which has
-/// another one, plays it in some twenty.
+/// Whether the x86 conversion of a float to an integer is one instruction. WebAssembly has another
+/// one, and its compiler plays this one by rounding and comparing as well.
 #ifdef __wasm__
 inline constexpr bool kTruncatesInOne = false;
 #else
